@@ -1,0 +1,57 @@
+# Compiler settings of every target, and pylon_options, which our own targets link for the warnings.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+
+find_program(CCACHE ccache)
+if(CCACHE)
+  set(CMAKE_C_COMPILER_LAUNCHER "${CCACHE}")
+  set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
+endif()
+
+# Optimised a little, or the sanitized tests over every prefix of a file take minutes.
+set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g")
+set(CMAKE_C_FLAGS_DEBUG "-O1 -g")
+set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
+set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+
+if(PYLON_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
+    -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
+if(PYLON_FUZZERS)
+  # float-cast-overflow is in no group of its own, and files hold doubles.
+  add_compile_options(-fsanitize=fuzzer-no-link,float-cast-overflow)
+endif()
+
+if(WIN32)
+  add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT
+    WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000000)
+  add_compile_options(-ffunction-sections -fdata-sections)
+  add_link_options(-Wl,--gc-sections -s)
+endif()
+
+set(PYLON_GENERATED_DIR "${CMAKE_BINARY_DIR}/gen")
+configure_file(resources/version.h.in "${PYLON_GENERATED_DIR}/version.h" @ONLY)
+
+add_library(pylon_options INTERFACE)
+target_include_directories(pylon_options INTERFACE "${CMAKE_SOURCE_DIR}/src")
+target_compile_options(pylon_options INTERFACE
+  -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wextra-semi)
+if(WIN32)
+  # GetProcAddress hands out FARPROC for every function; the cast is the interface.
+  target_compile_options(pylon_options INTERFACE -Wno-cast-function-type)
+  target_link_libraries(pylon_options INTERFACE
+    ole32 oleaut32 uuid comctl32 shell32 shlwapi advapi32 version gdi32 user32)
+else()
+  # Not for Windows: every interface that widl writes would be reported.
+  target_compile_options(pylon_options INTERFACE -Wnon-virtual-dtor)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC 12 reports libstdc++'s own string concatenation (GCC bug 105651).
+  target_compile_options(pylon_options INTERFACE
+    $<$<COMPILE_LANGUAGE:CXX>:-Wno-restrict>)
+endif()
