@@ -1,0 +1,174 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "files/cFileIO.h"
+#include "tests/files/TempFolder.h"
+
+namespace pylon {
+namespace {
+
+using pylon::testing::Holder;
+using pylon::testing::TempFolder;
+using pylon::testing::Utf16File;
+using ::testing::StartsWith;
+
+class cFileIOIniTest : public ::testing::Test {
+ protected:
+  cFileIOIniTest() { file_.SetFullFileName(u"a.ini"); }
+
+  std::u16string Read(std::u16string_view key) { return file_.ReadINI(u"S", key, u"none"); }
+
+  TempFolder folder_;
+  cFileIO file_{folder_.path(), AnsiCodePage::Windows1252()};
+};
+
+TEST_F(cFileIOIniTest, ReadsEveryKindOfFile) {
+  const std::u16string text =
+      u"; comment\r\n[Other]\r\nk=other\r\n[S]\r\nk=value\r\n  b  =  two words  \r\nempty=\r\n"
+      u"q=\"quoted\"\r\nu=\u00FC=\u20AC\r\nlast=z";
+  std::u16string bare;
+  for (const char16_t c : text) {
+    if (c != u'\r') bare += c;
+  }
+  const auto ansi = [](const std::u16string& lines) {
+    const Bytes bytes = AnsiCodePage::Windows1252().Encode(lines);
+    return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+  };
+  for (const std::string& bytes : {ansi(text), ansi(bare), Utf16File(text), Utf16File(bare)}) {
+    file_.DeleteFile();
+    folder_.Write(u"a.ini", bytes);
+    EXPECT_EQ(Read(u"k"), u"value");
+    EXPECT_EQ(file_.ReadINI(u"s", u"K", {}), u"value") << "no case";
+    EXPECT_EQ(Read(u"b"), u"two words");
+    EXPECT_EQ(Read(u"empty"), u"");
+    EXPECT_EQ(Read(u"q"), u"quoted");
+    EXPECT_EQ(Read(u"last"), u"z");
+    if (bytes[0] == '\xFF' || ::GetACP() == 1252) {
+      EXPECT_EQ(Read(u"u"), u"\u00FC=\u20AC");
+    }
+    EXPECT_EQ(file_.ReadINI(u"S", u"missing", u" as given "), u" as given ");
+    EXPECT_EQ(file_.ReadINI(u"missing", u"k", u"d"), u"d");
+    EXPECT_EQ(file_.ReadINI(u"", u"k", u"d"), u"d");
+    EXPECT_EQ(file_.ReadINI(u"S", u"", u"d"), u"d");
+
+    const std::vector<IniEntry> entries = file_.ReadINISection(u"S");
+    ASSERT_EQ(entries.size(), 6u);
+    EXPECT_EQ(entries[1].key, u"b");
+    EXPECT_EQ(entries[1].value, u"two words");
+    EXPECT_EQ(entries[3].value, u"quoted");
+    EXPECT_TRUE(file_.ReadINISection(u"missing").empty());
+  }
+  file_.DeleteFile();
+  EXPECT_EQ(Read(u"k"), u"none");
+  EXPECT_FALSE(folder_.Exists(u"a.ini"));
+}
+
+TEST_F(cFileIOIniTest, WhatIsWrittenReadsBack) {
+  const std::u16string values[] = {
+      u"plain",        u"",
+      u"\"quoted\"",   u"'quoted'",
+      u"\"",           u"\"\"",
+      u"\"a'",         u"a=b;c]",
+      u"[x]",          u"C:\\My Files\\x",
+      u"\u65E5\u672C", std::u16string(20'000, u'v'),
+      u"\u00FC\u20AC",
+  };
+  for (const std::u16string& value : values) {
+    for (const bool fresh : {true, false}) {
+      if (fresh) ::DeleteFileW(Wide(folder_.File(u"a.ini")));
+      EXPECT_TRUE(file_.WriteIni(u"S", u"k", value)) << ToUtf8(value);
+      EXPECT_EQ(Read(u"k"), value) << fresh;
+      const std::vector<IniEntry> entries = file_.ReadINISection(u"S");
+      ASSERT_EQ(entries.size(), 1u);
+      EXPECT_EQ(entries[0].value, value);
+    }
+  }
+  EXPECT_EQ(folder_.List(), u"a.ini ");
+}
+
+TEST_F(cFileIOIniTest, AFileBecomesUtf16WhenTheTextNeedsIt) {
+  ASSERT_TRUE(file_.WriteIni(u"S", u"k", u"v"));
+  EXPECT_THAT(folder_.Read(u"a.ini"), StartsWith("[S]"));
+  folder_.Write(u"a.ini", "; kept\r\n[Other]\r\nx=\"1\"\r\n[S]\r\nk=v\r\ng=gr\xFCn\r\n");
+  const std::u16string before = Read(u"g");
+  ASSERT_TRUE(file_.WriteIni(u"S", u"j", u"\u65E5"));
+  EXPECT_THAT(folder_.Read(u"a.ini"), StartsWith(Utf16File(u"; kept\r\n[Other]\r\nx=\"1\"\r\n")));
+  EXPECT_EQ(Read(u"k"), u"v");
+  EXPECT_EQ(Read(u"g"), before);
+  EXPECT_EQ(Read(u"j"), u"\u65E5");
+  ASSERT_TRUE(file_.WriteIni(u"\u65E5", u"\u672C", u"v"));
+  EXPECT_EQ(file_.ReadINI(u"\u65E5", u"\u672C", {}), u"v");
+  EXPECT_EQ(folder_.List(), u"a.ini ");
+}
+
+TEST_F(cFileIOIniTest, TextThatWouldDamageOtherLinesIsRefused) {
+  ASSERT_TRUE(file_.WriteIni(u"S", u"k", u"v"));
+  const std::string before = folder_.Read(u"a.ini");
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"a\r\nb=c"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k=l", u"v"));
+  EXPECT_FALSE(file_.WriteIni(u"S]", u"k", u"v"));
+  EXPECT_FALSE(file_.WriteIni(u"", u"k", u"v"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"", u"v"));
+  EXPECT_FALSE(file_.DeleteIni(u"S", u""));
+  EXPECT_FALSE(file_.DeleteIniAll(u""));
+  EXPECT_EQ(folder_.Read(u"a.ini"), before);
+}
+
+TEST_F(cFileIOIniTest, KeysAndSectionsAreDeleted) {
+  EXPECT_TRUE(file_.DeleteIni(u"S", u"k"));
+  EXPECT_TRUE(file_.DeleteIniAll(u"S"));
+  EXPECT_FALSE(folder_.Exists(u"a.ini")) << "nothing to delete";
+  folder_.Write(u"a.ini", "[S]\r\nk=1\r\nl=2\r\n[T]\r\nm=3\r\n");
+  EXPECT_TRUE(file_.DeleteIni(u"S", u"k"));
+  EXPECT_EQ(Read(u"k"), u"none");
+  EXPECT_EQ(Read(u"l"), u"2");
+  EXPECT_TRUE(file_.DeleteIniAll(u"S"));
+  EXPECT_EQ(Read(u"l"), u"none");
+  EXPECT_EQ(file_.ReadINI(u"T", u"m", {}), u"3");
+}
+
+TEST_F(cFileIOIniTest, AHeldFileIsWaitedForBriefly) {
+  folder_.Write(u"a.ini", "[S]\r\nk=v\r\n");
+  {
+    Holder holder(folder_.File(u"a.ini"));
+    holder.ReleaseIn(100);
+    EXPECT_EQ(Read(u"k"), u"v");
+  }
+  {
+    Holder holder(folder_.File(u"a.ini"));
+    holder.ReleaseIn(100);
+    EXPECT_TRUE(file_.WriteIni(u"S", u"l", u"w"));
+  }
+  EXPECT_EQ(Read(u"l"), u"w");
+  {
+    const Holder holder(folder_.File(u"a.ini"));
+    EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"lost"));
+    std::u16string message;
+    int32_t number = 0;
+    EXPECT_TRUE(file_.ReadErrorHandler(message, number));
+    EXPECT_EQ(number, 32);
+    const ULONGLONG start = ::GetTickCount64();
+    for (int i = 0; i < 20; ++i) EXPECT_FALSE(file_.WriteIni(u"S", u"\u65E5", u"lost"));
+    EXPECT_LT(::GetTickCount64() - start, 5000u) << "one wait, not one each";
+    EXPECT_EQ(Read(u"k"), u"none");
+    EXPECT_FALSE(file_.DeleteIni(u"S", u"k"));
+  }
+  EXPECT_EQ(folder_.Read(u"a.ini"), "[S]\r\nk=v\r\nl=w\r\n");
+  EXPECT_EQ(Read(u"k"), u"v");
+}
+
+TEST_F(cFileIOIniTest, FilesThatCannotBeWrittenSaySo) {
+  file_.SetFullFileName(folder_.File(u"no such folder\\a.ini"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"v"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
+  EXPECT_EQ(Read(u"k"), u"none");
+  ::CreateDirectoryW(Wide(folder_.File(u"a.ini")), nullptr);
+  file_.SetFullFileName(folder_.File(u"a.ini"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"v"));
+  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
+  EXPECT_EQ(Read(u"k"), u"none");
+  EXPECT_EQ(folder_.List(), u"a.ini ") << "no temporary file is left";
+}
+
+}  // namespace
+}  // namespace pylon
