@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/AnsiCodePage.h"
+#include "base/Date.h"
+#include "base/LogSink.h"
+#include "base/Types.h"
+#include "files/IPCFile.h"
+#include "pdb/PDBDatabasePC.h"
+#include "pdb/PDBFileSystem.h"
+
+namespace pylon {
+
+// The databases of one folder: the database X lies in the file "X.pdb".
+//
+// Names are file names without ".pdb", compared exactly. Those that reach out of the folder or mean
+// something else to Windows (separators, colons, wildcards, control characters, devices) are no
+// database names. A name that differs in case only from that of another database is another one,
+// but where the disk ignores case both mean the same file: while one has it open the other can
+// neither be opened nor saved.
+//
+// Also keeps the databases that were asked for, in that order; a name stays in the list when its
+// file could not be opened. MoveDatabase and DeleteDatabase keep the list in step: a database that
+// is open goes on under its new name with its unsaved changes, and the list drops a closed one
+// whose name is taken over; a deleted one is closed unsaved and dropped.
+//
+// Members that answer a boolean raise nothing but what opening or creating the database raises.
+class PDBFileSystemPC final : public PDBFileSystem {
+ public:
+  // `files` makes file objects of the kind that reaches `folder`; code page and clock are borrowed,
+  // the code page outlives the databases too. `log` may be null.
+  PDBFileSystemPC(std::u16string folder, FileFactory files, eDatabaseForType database_for,
+                  const AnsiCodePage& code_page, const Clock& clock,
+                  std::shared_ptr<LogSink> log);
+  ~PDBFileSystemPC() override { Close(); }
+  PDBFileSystemPC(const PDBFileSystemPC&) = delete;
+  PDBFileSystemPC& operator=(const PDBFileSystemPC&) = delete;
+
+  bool OpenDatabase(std::u16string_view FileName,
+                    std::shared_ptr<PDBDatabase>& oDatabase) override;
+  bool CreateDatabase(std::u16string_view FileName,
+                      std::shared_ptr<PDBDatabase>& oDatabase) override;
+  // False when there is no such database or the new name is taken.
+  bool MoveDatabase(std::u16string_view FromFileName, std::u16string_view ToFileName) override;
+  bool DeleteDatabase(std::u16string_view FileName) override;
+  int32_t DatabaseCount() const override { return static_cast<int32_t>(databases_.size()); }
+  std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const override;
+  void Close() noexcept override;
+
+  // Whether the text can name a database here.
+  static bool IsDatabaseName(std::u16string_view name);
+
+ private:
+  struct Named {
+    std::u16string name;  // as given by the caller
+    std::shared_ptr<PDBDatabasePC> database;
+  };
+
+  bool Accepts(std::u16string_view name) const;
+  bool Refuse(std::u16string_view name, std::u16string_view reason) const;
+  std::vector<Named>::iterator Find(std::u16string_view name);
+  std::shared_ptr<PDBDatabasePC> FindOrAdd(std::u16string_view name);
+  std::unique_ptr<PDBDatabasePC> NewDatabase(std::u16string_view name) const;
+
+  std::u16string folder_;
+  FileFactory files_;
+  eDatabaseForType database_for_;
+  const AnsiCodePage* code_page_;
+  const Clock* clock_;
+  std::shared_ptr<LogSink> log_;  // not null
+  bool closed_ = false;
+  std::vector<Named> databases_;
+};
+
+}  // namespace pylon
