@@ -1,0 +1,47 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "base/AnsiCodePage.h"
+#include "base/Date.h"
+#include "files/cFileIO.h"
+
+namespace pylon {
+
+// Raises error 5 for a section, key or value that an INI file can't hold: what follows a line break
+// in it would become a setting of its own.
+void RequireIniText(std::u16string_view section, std::u16string_view key,
+                    std::u16string_view value);
+
+// A small private INI file: the settings of a device or of an application, and when it was last
+// synced.
+//
+// A file or key that is missing reads as the default. Writing creates file and folder. A write
+// fails when the system refuses it, or when another process holds the file for more than a moment.
+class SettingsStore {
+ public:
+  SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page);
+
+  void SetFolder(std::u16string_view folder);  // where the file lies; until then there is no file
+
+  // The value without outer blanks.
+  std::u16string GetSettings(std::u16string_view Section, std::u16string_view Key,
+                             std::u16string_view Default);
+  // Raises error 5 for text that the file can't hold. A failed write is lost without an error, so
+  // that a sync does not end because a setting could not be kept.
+  void SaveSettings(std::u16string_view Section, std::u16string_view Key,
+                    std::u16string_view Value);
+
+  Date SyncDateTime();  // 0 before the first sync
+  // False when it could not be written. To the second; a date without a calendar day is refused.
+  bool SetSyncDateTime(Date date) noexcept;
+
+ private:
+  bool Write(std::u16string_view section, std::u16string_view key, std::u16string_view value);
+
+  cFileIO file_;
+  bool has_folder_ = false;
+};
+
+}  // namespace pylon

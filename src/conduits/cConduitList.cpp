@@ -1,0 +1,123 @@
+#include "conduits/cConduitList.h"
+
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "conduits/AwaitedFile.h"
+#include "conduits/SettingsStore.h"
+#include "files/IniText.h"
+
+namespace pylon {
+namespace {
+
+constexpr char16_t kFileName[] = u"Pylon.ini";
+constexpr char16_t kGeneralSection[] = u"General";
+constexpr char16_t kProgramSection[] = u"Pylon";
+constexpr char16_t kNotCreated[] = u"No Longer Compatible";
+constexpr size_t kMostEntries = std::numeric_limits<int16_t>::max();
+
+}  // namespace
+
+cConduitList::cConduitList(std::u16string program_folder, ComponentFactory& components,
+                           const AnsiCodePage& code_page)
+    : program_folder_(std::move(program_folder)),
+      components_(&components),
+      file_(program_folder_, code_page) {
+  file_.SetFullFileName(kFileName);
+  Reload();
+}
+
+std::u16string cConduitList::FileName() { return file_.FullFileName(); }
+
+int16_t cConduitList::FindAppId(std::u16string_view AppId) const {
+  return Find(&Entry::app_id, AppId);
+}
+
+int16_t cConduitList::FindAppIdFromCreatorId(std::u16string_view CreatorId) const {
+  return Find(&Entry::creator_id, CreatorId);
+}
+
+int16_t cConduitList::Find(std::u16string Entry::*field, std::u16string_view text) const {
+  const auto found = std::ranges::find_if(entries_, [&](const Entry& entry) {
+    return EqualsIgnoringCase(entry.*field, text);
+  });
+  return found == entries_.end() ? int16_t{0}
+                                 : static_cast<int16_t>(found - entries_.begin() + 1);
+}
+
+std::u16string cConduitList::PCPath(int16_t index) {
+  const std::u16string& app_path = At(index).app_path;
+  return app_path.empty() ? Setting(index, u"PCPath") : app_path;
+}
+
+std::u16string cConduitList::GetSettings(std::u16string_view key,
+                                         std::u16string_view default_value) {
+  if (!IsIniKey(key)) return std::u16string(default_value);
+  return file_.ReadINI(kProgramSection, key, default_value);
+}
+
+bool cConduitList::SaveSettings(std::u16string_view key, std::u16string_view value) {
+  RequireIniText(kProgramSection, key, value);
+  return file_.WriteIni(kProgramSection, key, value);
+}
+
+void cConduitList::Reload() {
+  std::vector<Entry> entries = ReadSections();
+  for (Entry& entry : entries) Describe(entry);
+  entries_ = std::move(entries);
+}
+
+const cConduitList::Entry& cConduitList::At(int16_t index) const {
+  if (index < 1 || index > Count()) throw SubscriptOutOfRange();
+  return entries_[static_cast<size_t>(index) - 1];
+}
+
+std::u16string cConduitList::Setting(int16_t index, std::u16string_view key) {
+  return file_.ReadINI(At(index).app_id, key, {});
+}
+
+std::vector<cConduitList::Entry> cConduitList::ReadSections() {
+  std::vector<Entry> entries;
+  if (!OpenAwaited(file_, u"R", WhenHeld::kWait)) return entries;
+  std::u16string line;
+  while (entries.size() < kMostEntries && file_.InputLine(line)) {
+    const size_t end = line.find(u']');
+    if (!line.starts_with(u'[') || end == line.npos) continue;
+    const std::u16string name = line.substr(1, end - 1);
+    if (EqualsIgnoringCase(name, kGeneralSection) || EqualsIgnoringCase(name, kProgramSection)) {
+      continue;
+    }
+    entries.emplace_back().app_id = name;
+  }
+  file_.CloseFile();
+  return entries;
+}
+
+void cConduitList::Describe(Entry& entry) {
+  entry.class_id = file_.ReadINI(entry.app_id, u"ClassID", {});
+  if (entry.class_id.empty()) return;
+  // One component that fails must not hide the other conduits: its entry keeps what it told so far.
+  try {
+    const ComponentFactory::Result created = components_->Create(entry.class_id);
+    if (!created.component) {
+      entry.application_name = kNotCreated;
+      return;
+    }
+    ConduitComponent& component = *created.component;
+    entry.author = component.GetConduitInfo(ctAuthor);
+    entry.application_name = component.GetConduitInfo(ctApplicationName);
+    entry.creator_id = component.GetConduitInfo(ctCreatorID);
+    entry.app_path = component.GetConduitInfo(ctAppPath);
+    entry.version = component.GetConduitInfo(ctVersion);
+    entry.icon = component.GetConduitInfo(ctIcon);
+    if (!entry.icon.empty() && entry.icon.find(u'\\') == entry.icon.npos) {
+      entry.icon = program_folder_ + u"\\" + entry.app_id + u"\\" + entry.icon;
+    }
+  } catch (const AutomationError&) {
+  }
+}
+
+}  // namespace pylon

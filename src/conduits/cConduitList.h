@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/AnsiCodePage.h"
+#include "conduits/ConduitComponent.h"
+#include "files/cFileIO.h"
+
+namespace pylon {
+
+// The registered conduits: a section each of "Pylon.ini" in the program's folder, but for the
+// program's own sections General and Pylon. Each component is created once, and released, to
+// describe itself whenever the list is read.
+//
+// Entries stand in the order of their sections, indexes run from 1 to Count; another index raises
+// error 9. Look-ups answer 0 for what is not there and ignore case. Borrows factory and code page.
+class cConduitList {
+ public:
+  cConduitList(std::u16string program_folder, ComponentFactory& components,
+               const AnsiCodePage& code_page);
+
+  std::u16string FileName();
+  int16_t FindAppId(std::u16string_view AppId) const;
+  int16_t FindAppIdFromCreatorId(std::u16string_view CreatorId) const;  // the first
+  int16_t Count() const noexcept { return static_cast<int16_t>(entries_.size()); }
+
+  const std::u16string& AppId(int16_t index) const { return At(index).app_id; }
+  // "No Longer Compatible" when the component can't be created or is no conduit.
+  const std::u16string& ApplicationName(int16_t index) const { return At(index).application_name; }
+  const std::u16string& Author(int16_t index) const { return At(index).author; }
+  const std::u16string& ClassId(int16_t index) const { return At(index).class_id; }
+  const std::u16string& CreatorId(int16_t index) const { return At(index).creator_id; }
+  const std::u16string& Icon(int16_t index) const { return At(index).icon; }
+  // These are read from the file now.
+  std::u16string PPCInstall(int16_t index) { return Setting(index, u"PPCInstall"); }
+  std::u16string PalmInstall(int16_t index) { return Setting(index, u"PalmInstall"); }
+  std::u16string CePath(int16_t index) { return Setting(index, u"CePath"); }
+  std::u16string PCPath(int16_t index);  // the component's application path comes first
+  const std::u16string& Version(int16_t index) const { return At(index).version; }
+  bool ShowLogMsg(int16_t index) { return Setting(index, u"ShowLog") == u"1"; }
+
+  // Of the program, in the section Pylon.
+  std::u16string GetSettings(std::u16string_view key, std::u16string_view default_value);
+  // False when it could not be written; error 5 for text that the file can't hold.
+  bool SaveSettings(std::u16string_view key, std::u16string_view value);
+
+  // Reads the file and asks the components again. They may pump messages meanwhile; the list is the
+  // old one until all have answered.
+  void Reload();
+
+ private:
+  struct Entry {
+    std::u16string app_id;
+    std::u16string author;
+    std::u16string application_name;
+    std::u16string class_id;
+    std::u16string creator_id;
+    std::u16string icon;
+    std::u16string app_path;
+    std::u16string version;
+  };
+
+  std::vector<Entry> ReadSections();
+  void Describe(Entry& entry);
+  const Entry& At(int16_t index) const;
+  std::u16string Setting(int16_t index, std::u16string_view key);
+  int16_t Find(std::u16string Entry::*field, std::u16string_view value) const;
+
+  std::u16string program_folder_;
+  ComponentFactory* components_;
+  cFileIO file_;  // names the settings file; open only while its sections are read
+  std::vector<Entry> entries_;
+};
+
+}  // namespace pylon

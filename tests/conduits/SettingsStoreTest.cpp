@@ -1,0 +1,187 @@
+#include "conduits/SettingsStore.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+
+#include "conduits/CConduitInfo.h"
+#include "conduits/CDevice.h"
+#include "tests/files/TempFolder.h"
+#include "tests/support/Errors.h"
+
+namespace pylon {
+namespace {
+
+using namespace std::string_literals;
+using testing::ErrorOf;
+using testing::Holder;
+using testing::TempFolder;
+
+const AnsiCodePage& CodePage() { return AnsiCodePage::Windows1252(); }
+
+class FakeClock final : public Clock {
+ public:
+  Date Now() const override { return now; }
+  Date now = ToDate({2024, 2, 29, 13, 30, 0});
+};
+
+class StoreTest : public ::testing::Test {
+ protected:
+  CDevice Device(std::u16string_view name) {
+    CDevice device(CodePage(), clock);
+    device.SetDeviceName(name);
+    device.SetAppId(u"App");
+    device.SetFolder(folder.File(u"App"));
+    return device;
+  }
+  CConduitInfo Info() {
+    CConduitInfo info(CodePage());
+    info.SetAppId(u"App");
+    info.SetAppFolder(folder.File(u"App"));
+    return info;
+  }
+
+  TempFolder folder;
+  FakeClock clock;
+};
+
+TEST_F(StoreTest, BeforeTheFirstSyncThereIsNothing) {
+  CDevice device = Device(u"Mary");
+  CConduitInfo info = Info();
+  EXPECT_EQ(device.SyncDateTime(), 0);
+  EXPECT_EQ(info.SyncDateTime(), 0);
+  EXPECT_EQ(device.GetSettings(u"S", u"K", u"none"), u"none");
+  EXPECT_EQ(info.GetSettings(u"S", u"K", u""), u"");
+  EXPECT_EQ(folder.List(), u"");
+}
+
+TEST_F(StoreTest, DevicesKeepTheirOwnAndShareTheApplications) {
+  CDevice mary = Device(u"Mary");
+  CDevice bob = Device(u"Bob");
+  mary.SaveSettings(u"View", u"Sort", u"name");
+  EXPECT_EQ(bob.GetSettings(u"View", u"Sort", u"none"), u"none");
+  bob.SaveSettings(u"View", u"Sort", u"date");
+  EXPECT_TRUE(mary.SetSyncDateTime(clock.now));
+  CConduitInfo info = Info();
+  EXPECT_TRUE(info.SetSyncDateTime(clock.now + 1));
+  info.SaveSettings(u"View", u"Sort", u"size");
+
+  EXPECT_EQ(Device(u"Mary").GetSettings(u"view", u"SORT", u""), u"name");
+  EXPECT_EQ(Device(u"Mary").SyncDateTime(), clock.now);
+  EXPECT_EQ(bob.GetSettings(u"View", u"Sort", u""), u"date");
+  EXPECT_EQ(bob.SyncDateTime(), 0);
+  EXPECT_EQ(Info().SyncDateTime(), clock.now + 1);
+  EXPECT_EQ(Info().GetSettings(u"View", u"Sort", u""), u"size");
+  for (const char16_t* file : {u"App\\Mary\\DeviceStore.ini", u"App\\Bob\\DeviceStore.ini",
+                               u"App\\AppStore.ini"}) {
+    EXPECT_TRUE(folder.Exists(file));
+  }
+}
+
+TEST_F(StoreTest, DeviceNamesBecomeFolders) {
+  Device(u"<unknown>").SaveSettings(u"S", u"K", u"1");
+  Device(u"..\\..\\a/b").SaveSettings(u"S", u"K", u"2");
+  Device(u"").SaveSettings(u"S", u"K", u"3");
+  Device(u"\u65E5\u672C").SaveSettings(u"S", u"K", u"4");
+  EXPECT_EQ(folder.List(), u"App ");
+  EXPECT_EQ(Device(u"<unknown>").GetSettings(u"S", u"K", u""), u"1");
+  EXPECT_EQ(Device(u"..\\..\\a/b").GetSettings(u"S", u"K", u""), u"2");
+  EXPECT_EQ(Device(u"").GetSettings(u"S", u"K", u""), u"3");
+  EXPECT_EQ(Device(u"\u65E5\u672C").GetSettings(u"S", u"K", u""), u"4");
+}
+
+TEST_F(StoreTest, RefusesWhatAnIniFileCantHold) {
+  CConduitInfo info = Info();
+  info.SaveSettings(u"S", u"K", u"kept");
+  const struct {
+    const char* what;
+    std::u16string section;
+    std::u16string key;
+    std::u16string value;
+  } kCases[] = {
+      {"empty section", u"", u"K", u"V"},
+      {"section with a bracket", u"S]", u"K", u"V"},
+      {"section with a line break", u"S\n", u"K", u"V"},
+      {"empty key", u"S", u"", u"V"},
+      {"key with an equals sign", u"S", u"K=2", u"V"},
+      {"key like a section", u"S", u"[K", u"V"},
+      {"key like a comment", u"S", u";K", u"V"},
+      {"key with a NUL", u"S", u"K\0x"s, u"V"},
+      {"value with a line break", u"S", u"K", u"1\r\n[Evil]"},
+      {"value with a line feed", u"S", u"K", u"1\nK2=3"},
+      {"value with a NUL", u"S", u"K", u"1\0002"s},
+  };
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(test.what);
+    EXPECT_EQ(ErrorOf([&] { info.SaveSettings(test.section, test.key, test.value); }), 5);
+    EXPECT_EQ(info.GetSettings(u"S", u"K", u""), u"kept");
+  }
+  EXPECT_EQ(info.GetSettings(u"S", u"K\0x"s, u"default"), u"default");
+}
+
+TEST_F(StoreTest, ValuesReadBackAsSaved) {
+  CConduitInfo info = Info();
+  for (const char16_t* value : {u"plain", u"", u"a=b;c", u"\"quoted\"", u"'quoted'", u"\"",
+                                u"Caf\u00E9", u"\u65E5\u672C\U0001F600", u"[x]"}) {
+    info.SaveSettings(u"S", u"K", value);
+    EXPECT_EQ(Info().GetSettings(u"S", u"K", u"missing"), value);
+  }
+  info.SaveSettings(u"S", u"Long", std::u16string(5000, u'x'));
+  EXPECT_EQ(info.GetSettings(u"S", u"Long", u"").size(), 5000u);
+}
+
+TEST_F(StoreTest, SyncTimesAreTextOfNoLocale) {
+  CConduitInfo info = Info();
+  ASSERT_TRUE(info.SetSyncDateTime(ToDate({2024, 2, 29, 13, 30, 5})));
+  EXPECT_EQ(info.GetSettings(u"Pylon", u"Sync", u""), u"2024-02-29 13:30:05");
+
+  for (const char16_t* text : {u"0", u"", u"29.02.2024", u"soon", u"2024-02-30 00:00:00"}) {
+    info.SaveSettings(u"Pylon", u"Sync", text);
+    EXPECT_EQ(info.SyncDateTime(), 0);
+  }
+}
+
+TEST_F(StoreTest, AFailedWriteOfTheSyncTimeIsReported) {
+  CConduitInfo info = Info();
+  for (const Date date : {1e9, std::numeric_limits<double>::quiet_NaN()}) {
+    EXPECT_FALSE(info.SetSyncDateTime(date));
+  }
+  CConduitInfo nowhere(CodePage());
+  EXPECT_FALSE(nowhere.SetSyncDateTime(clock.now));
+  EXPECT_EQ(nowhere.SyncDateTime(), 0);
+
+  // A file has the name of the folder.
+  folder.Write(u"App", "");
+  EXPECT_FALSE(info.SetSyncDateTime(clock.now));
+  EXPECT_FALSE(Device(u"Mary").SetSyncDateTime(clock.now));
+  info.SaveSettings(u"S", u"K", u"lost");
+  EXPECT_EQ(info.GetSettings(u"S", u"K", u"default"), u"default");
+}
+
+TEST_F(StoreTest, AHeldFileIsWaitedForBriefly) {
+  CConduitInfo info = Info();
+  info.SaveSettings(u"S", u"K", u"old");
+  Holder holder(folder.File(u"App\\AppStore.ini"));
+  EXPECT_FALSE(info.SetSyncDateTime(clock.now));
+  info.SaveSettings(u"S", u"K", u"lost");
+
+  holder.ReleaseIn(100);
+  CConduitInfo waiting = Info();
+  EXPECT_TRUE(waiting.SetSyncDateTime(clock.now));
+  EXPECT_EQ(waiting.GetSettings(u"S", u"K", u""), u"old");
+}
+
+TEST_F(StoreTest, TheDeviceClockRunsOn) {
+  CDevice device = Device(u"Mary");
+  const Date on_device = ToDate({2001, 1, 1, 23, 59, 55});
+  device.SetDeviceDateTime(on_device);
+  EXPECT_EQ(device.DeviceDateTime(), on_device);
+  clock.now += 10.0 / 86400;
+  EXPECT_EQ(FormatDate(device.DeviceDateTime()), u"2001-01-02 00:00:05");
+  device.SetDeviceDateTime(on_device);
+  EXPECT_EQ(FormatDate(device.DeviceDateTime()), u"2001-01-01 23:59:55");
+}
+
+}  // namespace
+}  // namespace pylon
