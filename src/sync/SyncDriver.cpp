@@ -1,0 +1,211 @@
+#include "sync/SyncDriver.h"
+
+#include <array>
+#include <utility>
+
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "base/Win32.h"
+#include "pdb/PDBFileSystemPC.h"
+
+namespace pylon {
+namespace {
+
+constexpr char16_t kLineEnd[] = u"\r\n";
+
+std::u16string LoggedOnUser() {
+  std::array<wchar_t, 257> name = {};
+  auto size = static_cast<DWORD>(name.size());
+  if (!::GetUserNameW(name.data(), &size)) return u"<unknown>";
+  return FromWide(name.data());
+}
+
+std::u16string ConduitError(const AutomationError& error) {
+  return u"Conduit Error: " + ToText(error.number()) + u" (" + error.source() + u") " +
+         error.description();
+}
+
+}  // namespace
+
+SyncDriver::SyncDriver(SyncSurroundings surroundings)
+    : with_(std::move(surroundings)), info_(std::make_shared<oSyncInfo>(with_.view, *with_.log)) {}
+
+SyncDriver::~SyncDriver() { SyncStop(); }
+
+std::u16string SyncDriver::UsageText() {
+  static constexpr const char16_t* kLines[] = {
+      u"No Application ID Supplied.",
+      u"Pylon -AppId {application id} -Database {Database type}",
+      u"",
+      u"AppId = The Application Id to find the settings in Pylon.ini",
+      u"Database = the type of database we create PDB files for.",
+      u"    0- Palm HotSync",
+      u"    1- Palm VFS",
+      u"    2- Pocket PC",
+      u"    3- Symbian",
+      u"    4- Windows PC (Default)",
+      u"    5- ActiveSync",
+  };
+  std::u16string text;
+  for (const char16_t* line : kLines) {
+    if (!text.empty()) text += kLineEnd;
+    text += line;
+  }
+  return text;
+}
+
+bool SyncDriver::BeginSync(std::u16string_view AppId, int16_t DatabaseType,
+                           std::u16string& ErrorMessage) noexcept {
+  try {
+    ErrorMessage = Start(AppId, DatabaseType);
+    if (!ErrorMessage.empty()) return false;
+    session_.component->BeginSynchronize(info_);
+    return true;
+  } catch (const AutomationError& error) {
+    ErrorMessage = ConduitError(error);
+  } catch (const std::bad_alloc&) {
+    ErrorMessage = ConduitError(AutomationError(ErrorNumber::kOutOfMemory));
+  } catch (const std::exception& error) {
+    ErrorMessage = ConduitError(AutomationError(51, u"Pylon", FromUtf8(error.what())));
+  }
+  with_.log->UpdateLog(u"Sync Failed: " + ErrorMessage);
+  return false;
+}
+
+std::u16string SyncDriver::Start(std::u16string_view app_id, int16_t database_type) {
+  if (app_id.empty()) {
+    if (database_type == dftPalmHotSync) {
+      return u"No Application ID found for the CreatorID supplied by HotSync.";
+    }
+    return UsageText();
+  }
+  const int16_t index = with_.conduits->FindAppId(app_id);
+  if (index == 0) {
+    return u"This Application '" + std::u16string(app_id) + u"' is not registered with Pyln.";
+  }
+  const std::u16string class_id = with_.conduits->ClassId(index);
+  if (class_id.empty()) {
+    return std::u16string(u"Unable to find this ActiveX ClassID to create the conduit.") +
+           kLineEnd + u"ApplicationId: " + std::u16string(app_id) + kLineEnd + u"Ini File: " +
+           with_.conduits->FileName();
+  }
+  if (std::u16string refusal = CreateComponent(class_id); !refusal.empty()) return refusal;
+  Describe(index);
+
+  std::u16string pc_folder = with_.conduits->PCPath(index);
+  if (pc_folder.empty()) pc_folder = with_.program_folder + u"\\" + std::u16string(app_id);
+  with_.view.ShowFilePanel(false);
+
+  std::u16string refusal = ChooseFileSystem(index, app_id, database_type, pc_folder);
+  if (!refusal.empty()) return refusal;
+
+  session_.device->SetAppId(app_id);
+  session_.device->SetFolder(pc_folder);
+  session_.conduit_info = std::make_shared<CConduitInfo>(with_.code_page);
+  session_.conduit_info->SetAppId(app_id);
+  session_.conduit_info->SetAppFolder(pc_folder);
+  info_->SetFileSystem(session_.file_system);
+  info_->SetDevice(session_.device);
+  info_->SetConduitInfo(session_.conduit_info);
+  return {};
+}
+
+std::u16string SyncDriver::CreateComponent(const std::u16string& class_id) {
+  ComponentFactory::Result created = with_.components.Create(class_id);
+  switch (created.failure) {
+    case ComponentFactory::Failure::kNotCreated:
+      return std::u16string(
+                 u"Unable to load the Active DLL/EXE.  Make sure it is install and registered "
+                 u"correctly.") +
+             kLineEnd + class_id;
+    case ComponentFactory::Failure::kNoInterface:
+      return std::u16string(u"Active DLL/EXE missing ISyncNotify Implementation.") + kLineEnd +
+             class_id;
+    case ComponentFactory::Failure::kNone:
+      break;
+  }
+  session_.component = std::move(created.component);
+  return {};
+}
+
+void SyncDriver::Describe(int16_t index) {
+  ConduitComponent& component = *session_.component;
+  StatusHeading heading;
+  heading.application_name = component.GetConduitInfo(ctApplicationName);
+  heading.title = heading.application_name;
+  heading.author = component.GetConduitInfo(ctAuthor);
+  heading.version = component.GetConduitInfo(ctVersion);
+  // Not shown; components expect to be asked for each before a run.
+  (void)component.GetConduitInfo(ctCreatorID);
+  heading.icon = with_.conduits->Icon(index);
+  with_.view.SetHeading(heading);
+}
+
+std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view app_id,
+                                            int16_t database_type,
+                                            const std::u16string& pc_folder) {
+  switch (database_type) {
+    case dftPalmVFS:
+    case dftPocketPC:
+    case dftSymbian:
+    case dftWindows: {
+      session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock);
+      session_.device->SetDeviceType(dtPC);
+      session_.device->SetDeviceName(LoggedOnUser());
+      session_.device->SetDeviceDateTime(with_.clock.Now());
+      const std::u16string& folder = with_.save_folder.empty() ? pc_folder : with_.save_folder;
+      session_.file_system = std::make_shared<PDBFileSystemPC>(
+          folder, with_.files, static_cast<eDatabaseForType>(database_type), with_.code_page,
+          with_.clock, with_.log);
+      // Before the first line, which would have no file to go to.
+      NameLog(index, app_id);
+      with_.log->UpdateLog(u"Begin Sync to create files on PC:" + ToText(database_type));
+      return {};
+    }
+    case dftPalmHotSync:
+      return u"No HotSync session is running.";
+    case dftActiveSync:
+      return u"ActiveSync Failed to Initialize.  Unable to connect to device.";
+    default:
+      return u"There is no database type " + ToText(database_type) + u"." + kLineEnd +
+             UsageText().substr(UsageText().find(u"Database ="));
+  }
+}
+
+void SyncDriver::NameLog(int16_t index, std::u16string_view app_id) {
+  with_.log->SetDeviceName(session_.device->DeviceName());
+  with_.log->SetAppId(app_id);
+  with_.log->SetShowLog(with_.conduits->ShowLogMsg(index));
+}
+
+void SyncDriver::SyncFinish() noexcept {
+  try {
+    session_.component->SynchronizeClose();
+  } catch (const AutomationError& error) {
+    with_.log->UpdateLog(u"SynchronizeClose: " + ConduitError(error));
+  }
+  with_.log->UpdateLog(u"Sync Finished");
+  const Date now = with_.clock.Now();
+  if (!session_.device->SetSyncDateTime(now)) {
+    with_.log->UpdateLog(u"The date of this sync could not be kept for the device.");
+  }
+  if (!session_.conduit_info->SetSyncDateTime(now)) {
+    with_.log->UpdateLog(u"The date of this sync could not be kept for the application.");
+  }
+  SyncStop();
+}
+
+void SyncDriver::SyncStop() noexcept {
+  if (!with_.log) return;
+  // A component may call back while it is released, even for the last time, so everything it can
+  // reach is still there; but the session is gone already for a call that would end it again.
+  Session ended = std::exchange(session_, {});
+  const std::shared_ptr<CLog> log = std::exchange(with_.log, nullptr);
+  ended.component.reset();
+  info_->Detach();
+  if (ended.file_system) ended.file_system->Close();
+  log->Close();
+  with_.conduits.reset();
+}
+
+}  // namespace pylon

@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "base/AnsiCodePage.h"
+#include "base/Date.h"
+#include "conduits/CConduitInfo.h"
+#include "conduits/CDevice.h"
+#include "conduits/ConduitComponent.h"
+#include "conduits/cConduitList.h"
+#include "files/IPCFile.h"
+#include "pdb/PDBFileSystem.h"
+#include "sync/CLog.h"
+#include "sync/StatusView.h"
+#include "sync/oSyncInfo.h"
+
+namespace pylon {
+
+// What a run is given. The references outlive the driver; conduit list and log are shared by the
+// process, and the end of the run lets go of them.
+struct SyncSurroundings {
+  std::u16string program_folder;  // without a separator at its end
+  std::u16string save_folder;     // receives the databases of a PC run; empty: the PC folder
+  const AnsiCodePage& code_page;
+  const Clock& clock;
+  FileFactory files;  // on the PC's disks
+  ComponentFactory& components;
+  StatusView& view;
+  std::shared_ptr<cConduitList> conduits;
+  std::shared_ptr<CLog> log;
+};
+
+// Runs the one sync of the process.
+//
+//   BeginSync ──true──> SyncFinish ──┐
+//        └────false──────────────────┴─> SyncStop
+//
+// BeginSync returns when the component's BeginSynchronize has. During it the component calls back
+// through the sync info, and the status operations pump messages, so Cancel arrives in the middle.
+// Nothing is thrown to the caller: a failure is BeginSync's false and its text.
+class SyncDriver {
+ public:
+  explicit SyncDriver(SyncSurroundings surroundings);
+  ~SyncDriver();
+  SyncDriver(const SyncDriver&) = delete;
+  SyncDriver& operator=(const SyncDriver&) = delete;
+
+  bool BeginSync(std::u16string_view AppId, int16_t DatabaseType,
+                 std::u16string& ErrorMessage) noexcept;
+  void SyncFinish() noexcept;  // after a true BeginSync
+  void SyncStop() noexcept;    // releases everything the sync holds; twice does nothing
+
+  // Lives as long as the driver; its CancelSync can be read after SyncStop too.
+  oSyncInfo& SyncInfo() noexcept { return *info_; }
+
+  // The lines that explain the command line.
+  static std::u16string UsageText();
+
+ private:
+  // Everything that one sync holds, so that ending it is one step on every path.
+  struct Session {
+    std::unique_ptr<ConduitComponent> component;
+    std::shared_ptr<PDBFileSystem> file_system;
+    std::shared_ptr<CDevice> device;
+    std::shared_ptr<CConduitInfo> conduit_info;
+  };
+
+  // The steps of BeginSync; a refusal is a text, an AutomationError is the component's.
+  std::u16string Start(std::u16string_view app_id, int16_t database_type);
+  std::u16string CreateComponent(const std::u16string& class_id);
+  void Describe(int16_t index);
+  std::u16string ChooseFileSystem(int16_t index, std::u16string_view app_id, int16_t database_type,
+                                  const std::u16string& pc_folder);
+  void NameLog(int16_t index, std::u16string_view app_id);
+
+  SyncSurroundings with_;
+  std::shared_ptr<oSyncInfo> info_;
+  Session session_;
+};
+
+}  // namespace pylon

@@ -1,0 +1,206 @@
+#include "sync/Window.h"
+
+#include <exception>
+#include <iterator>
+#include <utility>
+
+#include "base/AutomationError.h"
+#include "base/Text.h"
+
+namespace pylon {
+namespace {
+
+constexpr int32_t kInternalError = 51;
+
+AutomationError SystemFailure(const std::u16string& what) {
+  return AutomationError(kInternalError, {}, what + u" failed: " + SystemReason(::GetLastError()));
+}
+
+// Functions of user32 that came with Windows 10; null before.
+template <class Function>
+Function* UserFunction(const char* name) noexcept {
+  return reinterpret_cast<Function*>(::GetProcAddress(::GetModuleHandleW(L"user32.dll"), name));
+}
+
+int SystemDpi() noexcept {
+  const HDC screen = ::GetDC(nullptr);
+  const int dpi = ::GetDeviceCaps(screen, LOGPIXELSY);
+  ::ReleaseDC(nullptr, screen);
+  return dpi;
+}
+
+int DpiOf(HWND window) noexcept {
+  static const auto of_window = UserFunction<UINT WINAPI(HWND)>("GetDpiForWindow");
+  const UINT dpi = of_window ? of_window(window) : 0;
+  return dpi ? static_cast<int>(dpi) : SystemDpi();
+}
+
+bool MessageLogFont(int dpi, LOGFONTW& font) noexcept {
+  static const auto for_dpi =
+      UserFunction<BOOL WINAPI(UINT, UINT, PVOID, UINT, UINT)>("SystemParametersInfoForDpi");
+  NONCLIENTMETRICSW metrics = {};
+  metrics.cbSize = sizeof(metrics);
+  if (for_dpi &&
+      for_dpi(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0, static_cast<UINT>(dpi))) {
+    font = metrics.lfMessageFont;
+    return true;
+  }
+  if (!::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0)) return false;
+  font = metrics.lfMessageFont;
+  font.lfHeight = ::MulDiv(font.lfHeight, dpi, SystemDpi());
+  return true;
+}
+
+TEXTMETRICW Metrics(HFONT font) noexcept {
+  const HDC screen = ::GetDC(nullptr);
+  const HGDIOBJ old = font ? ::SelectObject(screen, font) : nullptr;
+  TEXTMETRICW metrics = {};
+  ::GetTextMetricsW(screen, &metrics);
+  if (old) ::SelectObject(screen, old);
+  ::ReleaseDC(nullptr, screen);
+  return metrics;
+}
+
+void RegisterOnce(const wchar_t* class_name, int background, WNDPROC proc) {
+  const HINSTANCE module = ::GetModuleHandleW(nullptr);
+  WNDCLASSEXW window_class = {};
+  window_class.cbSize = sizeof(window_class);
+  window_class.lpfnWndProc = proc;
+  window_class.hInstance = module;
+  window_class.hCursor = ::LoadCursorW(nullptr, MAKEINTRESOURCEW(32512));  // the arrow
+  window_class.hbrBackground = ::GetSysColorBrush(background);
+  window_class.lpszClassName = class_name;
+  if (!::RegisterClassExW(&window_class) && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
+    throw SystemFailure(u"Registering a window class");
+  }
+}
+
+void TellDebugger(const char* what) noexcept {
+  ::OutputDebugStringA("Pylon: an error ended a window message: ");
+  ::OutputDebugStringA(what);
+  ::OutputDebugStringA("\n");
+}
+
+}  // namespace
+
+Window::~Window() {
+  // The object that answers messages is gone by now.
+  if (handle_) ::SetWindowLongPtrW(handle_, GWLP_USERDATA, 0);
+  Destroy();
+}
+
+void Window::Create(const Style& style, const wchar_t* title) {
+  if (handle_) return;
+  RegisterOnce(style.class_name, style.background, Proc);
+  if (!::CreateWindowExW(style.ex_style, style.class_name, title, style.style, CW_USEDEFAULT,
+                         CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
+                         ::GetModuleHandleW(nullptr), this)) {
+    throw SystemFailure(u"Creating a window");
+  }
+}
+
+void Window::Destroy() noexcept {
+  if (handle_) ::DestroyWindow(handle_);
+}
+
+HWND Window::AddControl(const wchar_t* class_name, const wchar_t* text, DWORD style, int id,
+                        DWORD ex_style) {
+  const HWND control = ::CreateWindowExW(
+      ex_style, class_name, text, WS_CHILD | WS_VISIBLE | style, 0, 0, 0, 0, handle_,
+      reinterpret_cast<HMENU>(static_cast<INT_PTR>(id)), ::GetModuleHandleW(nullptr), nullptr);
+  if (!control) throw SystemFailure(u"Creating a control");
+  return control;
+}
+
+void Window::SetIcons(Icon large, Icon small) noexcept {
+  ::SendMessageW(handle_, WM_SETICON, ICON_BIG, reinterpret_cast<LPARAM>(large.get()));
+  ::SendMessageW(handle_, WM_SETICON, ICON_SMALL, reinterpret_cast<LPARAM>(small.get()));
+  large_icon_ = std::move(large);
+  small_icon_ = std::move(small);
+}
+
+void Window::MoveToDpi(int dpi, const RECT& suggested) noexcept {
+  dpi_ = dpi;
+  ::SetWindowPos(handle_, nullptr, suggested.left, suggested.top, suggested.right - suggested.left,
+                 suggested.bottom - suggested.top, SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+SIZE Window::OuterSize(SIZE client) const noexcept {
+  static const auto adjust =
+      UserFunction<BOOL WINAPI(LPRECT, DWORD, BOOL, DWORD, UINT)>("AdjustWindowRectExForDpi");
+  const auto style = static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_STYLE));
+  const auto ex_style = static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_EXSTYLE));
+  RECT rect = {0, 0, client.cx, client.cy};
+  if (!adjust || !adjust(&rect, style, FALSE, ex_style, static_cast<UINT>(dpi_))) {
+    ::AdjustWindowRectEx(&rect, style, FALSE, ex_style);
+  }
+  return {rect.right - rect.left, rect.bottom - rect.top};
+}
+
+void Window::SetOuterSize(SIZE outer) noexcept {
+  ::SetWindowPos(handle_, nullptr, 0, 0, outer.cx, outer.cy,
+                 SWP_NOMOVE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+void Window::CentreOnWorkArea() noexcept {
+  MONITORINFO monitor = {};
+  monitor.cbSize = sizeof(monitor);
+  RECT window = {};
+  if (!::GetMonitorInfoW(::MonitorFromWindow(handle_, MONITOR_DEFAULTTOPRIMARY), &monitor) ||
+      !::GetWindowRect(handle_, &window)) {
+    return;
+  }
+  const RECT& area = monitor.rcWork;
+  const auto centred = [](LONG from, LONG to, LONG size) {
+    return to - from > size ? from + (to - from - size) / 2 : from;
+  };
+  ::SetWindowPos(handle_, nullptr, centred(area.left, area.right, window.right - window.left),
+                 centred(area.top, area.bottom, window.bottom - window.top), 0, 0,
+                 SWP_NOSIZE | SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+LRESULT CALLBACK Window::Proc(HWND handle, UINT message, WPARAM wparam, LPARAM lparam) noexcept {
+  if (message == WM_NCCREATE) {
+    auto* created = static_cast<Window*>(reinterpret_cast<CREATESTRUCTW*>(lparam)->lpCreateParams);
+    created->handle_ = handle;
+    created->dpi_ = DpiOf(handle);
+    ::SetWindowLongPtrW(handle, GWLP_USERDATA, reinterpret_cast<LONG_PTR>(created));
+  }
+  auto* self = reinterpret_cast<Window*>(::GetWindowLongPtrW(handle, GWLP_USERDATA));
+  if (!self) return ::DefWindowProcW(handle, message, wparam, lparam);
+  if (message == WM_NCDESTROY) {
+    ::SetWindowLongPtrW(handle, GWLP_USERDATA, 0);
+    self->handle_ = nullptr;
+    return ::DefWindowProcW(handle, message, wparam, lparam);
+  }
+  try {
+    return self->OnMessage(message, wparam, lparam);
+  } catch (const std::exception& error) {
+    TellDebugger(error.what());
+  } catch (...) {
+    TellDebugger("of an unknown kind");
+  }
+  return message == WM_CREATE ? -1 : 0;
+}
+
+Font MessageFont(int dpi, int percent, bool bold) noexcept {
+  LOGFONTW font = {};
+  if (!MessageLogFont(dpi, font)) return Font();
+  font.lfHeight = ::MulDiv(font.lfHeight, percent, 100);
+  if (bold) font.lfWeight = FW_BOLD;
+  return Font(::CreateFontIndirectW(&font));
+}
+
+int LineHeight(HFONT font) noexcept { return Metrics(font).tmHeight; }
+
+int AverageCharacterWidth(HFONT font) noexcept { return Metrics(font).tmAveCharWidth; }
+
+std::u16string SystemReason(DWORD code) {
+  wchar_t reason[256] = L"";
+  const DWORD length = ::FormatMessageW(
+      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
+      nullptr, code, 0, reason, static_cast<DWORD>(std::size(reason)), nullptr);
+  return FromWide({reason, length}) + u"(" + ToText(code) + u")";
+}
+
+}  // namespace pylon

@@ -1,0 +1,126 @@
+#include "sync/frmLog.h"
+
+#include <algorithm>
+
+#include "sync/ConduitIcon.h"
+
+namespace pylon {
+namespace {
+
+constexpr wchar_t kTitle[] = L"Pylon Log";
+
+constexpr int kWidth = 560;  // units
+constexpr int kHeight = 320;
+constexpr int kLeastWidth = 240;
+constexpr int kLeastHeight = 120;
+constexpr int kTab = 140;       // where the text begins behind the date and time
+constexpr int kTextMargin = 8;  // behind the widest line
+
+}  // namespace
+
+frmLog::~frmLog() { Destroy(); }
+
+void frmLog::ShowLog(bool show) {
+  if (!show) {
+    Destroy();
+    return;
+  }
+  Create({L"Pylon.frmLog", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN, WS_EX_APPWINDOW, COLOR_WINDOW},
+         kTitle);
+  ::ShowWindow(handle(), SW_SHOWNOACTIVATE);
+}
+
+void frmLog::AddLine(const std::u16string& line) {
+  if (!handle()) return;
+  std::u16string text = line;
+  std::replace_if(
+      text.begin(), text.end(), [](char16_t c) { return c == u'\r' || c == u'\n'; }, u' ');
+  const int width = Measure(text);
+  const HWND list = List();
+  // One repaint for what is up to four changes.
+  ::SendMessageW(list, WM_SETREDRAW, FALSE, 0);
+  ::SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(text)));
+  if (lines_.Add(std::move(text), width)) ::SendMessageW(list, LB_DELETESTRING, 0, 0);
+  TakeExtent();
+  ::SendMessageW(list, LB_SETCURSEL, lines_.size() - 1, 0);
+  ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+  ::RedrawWindow(list, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_FRAME);
+}
+
+LRESULT frmLog::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  switch (message) {
+    case WM_CREATE:
+      OnCreate();
+      return 0;
+    case WM_DESTROY:
+      lines_.Clear();
+      return 0;
+    case WM_SIZE:
+      ::MoveWindow(List(), 0, 0, LOWORD(lparam), HIWORD(lparam), TRUE);
+      return 0;
+    case WM_GETMINMAXINFO:
+      reinterpret_cast<MINMAXINFO*>(lparam)->ptMinTrackSize = {Scaled(kLeastWidth),
+                                                               Scaled(kLeastHeight)};
+      return 0;
+    case WM_SETFOCUS:
+      ::SetFocus(List());
+      return 0;
+    case WM_CLOSE:
+      ::ShowWindow(handle(), SW_HIDE);
+      return 0;
+    case WM_DPICHANGED:
+      OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
+      return 0;
+    case WM_SETTINGCHANGE:  // the message font may be another one
+      TakeFont();
+      return 0;
+    default:
+      return ::DefWindowProcW(handle(), message, wparam, lparam);
+  }
+}
+
+void frmLog::OnCreate() {
+  AddControl(L"LISTBOX", L"",
+             WS_VSCROLL | WS_HSCROLL | LBS_NOINTEGRALHEIGHT | LBS_USETABSTOPS | LBS_HASSTRINGS,
+             kList);
+  TakeFont();
+  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
+  SetOuterSize({Scaled(kWidth), Scaled(kHeight)});
+}
+
+void frmLog::OnDpiChanged(int dpi, const RECT& suggested) {
+  MoveToDpi(dpi, suggested);
+  TakeFont();
+  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
+}
+
+void frmLog::TakeFont() {
+  Font font = MessageFont(dpi());
+  const HWND list = List();
+  ::SendMessageW(list, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+  ::SendMessageW(list, LB_SETITEMHEIGHT, 0, LineHeight(font.get()) + Scaled(2));
+  // List boxes take tab stops in quarters of an average character of their own font.
+  const int average = AverageCharacterWidth(font.get());
+  const int tab = ::MulDiv(Scaled(kTab), 4, std::max(average, 1));
+  ::SendMessageW(list, LB_SETTABSTOPS, 1, reinterpret_cast<LPARAM>(&tab));
+  font_ = std::move(font);
+  lines_.Measure([this](const std::u16string& line) { return Measure(line); });
+  TakeExtent();
+}
+
+int frmLog::Measure(const std::u16string& line) const {
+  const HDC dc = ::GetDC(List());
+  const HGDIOBJ old = ::SelectObject(dc, font_.get());
+  SIZE extent = {};
+  ::GetTextExtentPoint32W(dc, Wide(line), static_cast<int>(line.size()), &extent);
+  ::SelectObject(dc, old);
+  ::ReleaseDC(List(), dc);
+  return extent.cx + Scaled(kTab);  // where a tab is, it takes that much at most
+}
+
+void frmLog::TakeExtent() const {
+  ::SendMessageW(List(), LB_SETHORIZONTALEXTENT,
+                 static_cast<WPARAM>(lines_.Widest() + Scaled(kTextMargin)), 0);
+}
+
+}  // namespace pylon
