@@ -1,0 +1,47 @@
+#include "automation/ComConduitComponent.h"
+
+#include "automation/SyncInfoObject.h"
+
+namespace pylon {
+
+std::u16string ComConduitComponent::GetConduitInfo(eConduitType infoType) {
+  com::Bstr text;
+  Check(component_->GetConduitInfo(static_cast<::eConduitType>(infoType), text.Receive()));
+  return com::Text(text.get());
+}
+
+void ComConduitComponent::BeginSynchronize(const std::shared_ptr<oSyncInfo>& oSync) {
+  auto object = com::Make<SyncInfoObject>(server_, oSync);
+  // By reference: the component may put another pointer there, so what comes back is released.
+  auto argument = com::Ptr<::_oSyncInfo>::Share(object.get());
+  Check(component_->BeginSynchronize(argument.InOut()));
+}
+
+void ComConduitComponent::ConfigureConduit() { Check(component_->ConfigureConduit()); }
+
+void ComConduitComponent::SynchronizeClose() { Check(component_->SynchronizeClose()); }
+
+void ComConduitComponent::Check(HRESULT result) const {
+  com::Check(result, component_.get(), IID_ISyncNotify);
+}
+
+ComponentFactory::Result ComComponentFactory::Create(std::u16string_view class_id) {
+  const std::u16string name(class_id);
+  CLSID id = CLSID_NULL;
+  com::Ptr<IUnknown> object;
+  HRESULT created = name.starts_with(u'{') ? ::CLSIDFromString(Wide(name), &id)
+                                           : ::CLSIDFromProgID(Wide(name), &id);
+  if (SUCCEEDED(created)) {
+    created = ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
+                                 IID_IUnknown, reinterpret_cast<void**>(object.Receive()));
+  }
+  if (FAILED(created)) return {nullptr, Failure::kNotCreated, com::SystemMessage(created)};
+
+  auto component = object.As<::ISyncNotify>();
+  if (!component) {
+    return {nullptr, Failure::kNoInterface, com::SystemMessage(E_NOINTERFACE)};
+  }
+  return {std::make_unique<ComConduitComponent>(server_, std::move(component)), Failure::kNone, {}};
+}
+
+}  // namespace pylon

@@ -1,0 +1,196 @@
+#include "automation/DatabaseObject.h"
+
+#include "automation/ByteStreamObject.h"
+
+namespace pylon {
+namespace {
+
+std::shared_ptr<pylon::PDBDatabase> NewDatabase(Server& server) {
+  return std::make_shared<PDBDatabasePC>(server.files()(), server.code_page(), server.clock(),
+                                         server.run_log());
+}
+
+}  // namespace
+
+const ClassInfo DatabaseObject::kClass = {CLSID_PDBDatabasePC, u"Pylon.PDBDatabasePC"};
+
+DatabaseObject::DatabaseObject(Server& server) : DatabaseObject(server, NewDatabase(server)) {}
+DatabaseObject::DatabaseObject(Server& server, std::shared_ptr<pylon::PDBDatabase> database)
+    : Object(server), database_(std::move(database)) {}
+DatabaseObject::~DatabaseObject() = default;
+
+STDMETHODIMP DatabaseObject::get_PDBFilePath(BSTR* value) noexcept {
+  return GetText(value, [&] { return database_->PDBFilePath(); });
+}
+STDMETHODIMP DatabaseObject::put_PDBFilePath(BSTR value) noexcept {
+  return Do([&] { database_->SetPDBFilePath(com::Text(value)); });
+}
+STDMETHODIMP DatabaseObject::get_PDBDatabaseName(BSTR* value) noexcept {
+  return GetText(value, [&] { return database_->PDBDatabaseName(); });
+}
+STDMETHODIMP DatabaseObject::put_PDBDatabaseName(BSTR value) noexcept {
+  return Do([&] { database_->SetPDBDatabaseName(com::Text(value)); });
+}
+STDMETHODIMP DatabaseObject::get_CreatorId(BSTR* value) noexcept {
+  return GetText(value, [&] { return database_->CreatorId(); });
+}
+STDMETHODIMP DatabaseObject::put_CreatorId(BSTR value) noexcept {
+  return Do([&] { database_->SetCreatorId(com::Text(value)); });
+}
+STDMETHODIMP DatabaseObject::get_DatabaseFor(::eDatabaseForType* value) noexcept {
+  return Get(value, [&] { return static_cast<::eDatabaseForType>(database_->DatabaseFor()); });
+}
+STDMETHODIMP DatabaseObject::OpenDatabase(VARIANT_BOOL* result) noexcept {
+  return GetBool(result, [&] { return database_->OpenDatabase(); });
+}
+STDMETHODIMP DatabaseObject::CloseDatabase() noexcept {
+  return Do([&] { database_->CloseDatabase(); });
+}
+STDMETHODIMP DatabaseObject::RemoveDatabase() noexcept {
+  return Do([&] { database_->RemoveDatabase(); });
+}
+STDMETHODIMP DatabaseObject::CreateDatabase(VARIANT_BOOL* result) noexcept {
+  return GetBool(result, [&] { return database_->CreateDatabase(); });
+}
+STDMETHODIMP DatabaseObject::ReadAppInfoBlock(::_PDBByteStream** oByteStream) noexcept {
+  return Do([&] {
+    StreamArgument stream(server(), oByteStream);
+    database_->ReadAppInfoBlock(stream.ToFill());
+    stream.Return();
+  });
+}
+STDMETHODIMP DatabaseObject::WriteAppInfoBlock(::_PDBByteStream** oByteStream) noexcept {
+  return Do([&] {
+    StreamArgument stream(server(), oByteStream);
+    database_->WriteAppInfoBlock(stream.Given());
+  });
+}
+STDMETHODIMP DatabaseObject::ReadSortInfoBlock(::_PDBByteStream** oByteStream) noexcept {
+  return Do([&] {
+    StreamArgument stream(server(), oByteStream);
+    database_->ReadSortInfoBlock(stream.ToFill());
+    stream.Return();
+  });
+}
+STDMETHODIMP DatabaseObject::WriteSortInfoBlock(::_PDBByteStream** oByteStream) noexcept {
+  return Do([&] {
+    StreamArgument stream(server(), oByteStream);
+    database_->WriteSortInfoBlock(stream.Given());
+  });
+}
+STDMETHODIMP DatabaseObject::get_IterationIndex(long* value) noexcept {
+  return Get(value, [&] { return database_->IterationIndex(); });
+}
+STDMETHODIMP DatabaseObject::put_IterationIndex(long value) noexcept {
+  return Do([&] { database_->SetIterationIndex(value); });
+}
+STDMETHODIMP DatabaseObject::BOF(VARIANT_BOOL* result) noexcept {
+  return GetBool(result, [&] { return database_->BOF(); });
+}
+STDMETHODIMP DatabaseObject::EOF(VARIANT_BOOL* result) noexcept {
+  return GetBool(result, [&] { return database_->EOF_(); });
+}
+
+template <class Read>
+HRESULT DatabaseObject::ReadRecord(long* Index, long* UniqueId, short* Category,
+                                   ::eRecordAttribute* Attributes, ::_PDBByteStream** stream,
+                                   VARIANT_BOOL* result, Read&& read) noexcept {
+  if (!Index || !UniqueId || !Category || !Attributes) return E_POINTER;
+  return GetBool(result, [&] {
+    int32_t index = *Index;
+    int32_t unique_id = *UniqueId;
+    int16_t category = *Category;
+    int32_t attributes = *Attributes;
+    StreamArgument data(server(), stream);
+    if (!read(index, unique_id, category, attributes, data.ToFill())) return false;
+    data.Return();
+    *Index = index;
+    *UniqueId = unique_id;
+    *Category = category;
+    *Attributes = static_cast<::eRecordAttribute>(attributes);
+    return true;
+  });
+}
+
+STDMETHODIMP DatabaseObject::ReadNext(long* Index, long* UniqueId, short* Category,
+                                      ::eRecordAttribute* Attributes,
+                                      ::_PDBByteStream** oByteStream,
+                                      VARIANT_BOOL* result) noexcept {
+  return ReadRecord(Index, UniqueId, Category, Attributes, oByteStream, result,
+                    [&](auto&... values) { return database_->ReadNext(values...); });
+}
+STDMETHODIMP DatabaseObject::ReadNextByIndex(long Index, long* UniqueId, short* Category,
+                                             ::eRecordAttribute* Attributes,
+                                             ::_PDBByteStream** aData,
+                                             VARIANT_BOOL* result) noexcept {
+  return ReadRecord(&Index, UniqueId, Category, Attributes, aData, result,
+                    [&](auto&... values) { return database_->ReadNextByIndex(values...); });
+}
+STDMETHODIMP DatabaseObject::ReadNextById(long* Index, long UniqueId, short* Category,
+                                          ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
+                                          VARIANT_BOOL* result) noexcept {
+  return ReadRecord(Index, &UniqueId, Category, Attributes, aData, result,
+                    [&](auto&... values) { return database_->ReadNextById(values...); });
+}
+STDMETHODIMP DatabaseObject::ReadNextModified(long* Index, long* UniqueId, short* Category,
+                                              ::eRecordAttribute* Attributes,
+                                              ::_PDBByteStream** aData,
+                                              VARIANT_BOOL* result) noexcept {
+  return ReadRecord(Index, UniqueId, Category, Attributes, aData, result,
+                    [&](auto&... values) { return database_->ReadNextModified(values...); });
+}
+STDMETHODIMP DatabaseObject::Remove(long UniqueId) noexcept {
+  return Do([&] { database_->Remove(UniqueId); });
+}
+STDMETHODIMP DatabaseObject::RemoveAll() noexcept {
+  return Do([&] { database_->RemoveAll(); });
+}
+STDMETHODIMP DatabaseObject::RemoveWithDeleteFlag() noexcept {
+  return Do([&] { database_->RemoveWithDeleteFlag(); });
+}
+STDMETHODIMP DatabaseObject::ResetModifyFlags() noexcept {
+  return Do([&] { database_->ResetModifyFlags(); });
+}
+STDMETHODIMP DatabaseObject::get_RecordCount(long* value) noexcept {
+  return Get(value, [&] { return database_->RecordCount(); });
+}
+STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
+                                    ::eRecordAttribute* Attributes,
+                                    ::_PDBByteStream** oByteStream) noexcept {
+  if (!UniqueId || !Category || !Attributes) return E_POINTER;
+  return Do([&] {
+    int32_t unique_id = *UniqueId;
+    StreamArgument stream(server(), oByteStream);
+    database_->Update(Index, unique_id, *Category, *Attributes, stream.Given());
+    *UniqueId = unique_id;
+  });
+}
+STDMETHODIMP DatabaseObject::CreateDateTime(DATE* result) noexcept {
+  return Get(result, [&] { return database_->CreateDateTime(); });
+}
+STDMETHODIMP DatabaseObject::ModifyDateTime(DATE* result) noexcept {
+  return Get(result, [&] { return database_->ModifyDateTime(); });
+}
+STDMETHODIMP DatabaseObject::get_SyncIndex(::_CSyncIndex** value) noexcept {
+  return Get(value, []() -> ::_CSyncIndex* {
+    throw AutomationError(ErrorNumber::kActionNotSupported,
+                          u"This version keeps no sync index beside a database.");
+  });
+}
+STDMETHODIMP DatabaseObject::get_DatabaseType(BSTR* value) noexcept {
+  return GetText(value, [&] { return InFile().DatabaseType(); });
+}
+STDMETHODIMP DatabaseObject::put_DatabaseType(BSTR value) noexcept {
+  return Do([&] { InFile().SetDatabaseType(com::Text(value)); });
+}
+STDMETHODIMP DatabaseObject::put_DatabaseFor(::eDatabaseForType value) noexcept {
+  return Do([&] { InFile().SetDatabaseFor(static_cast<eDatabaseForType>(value)); });
+}
+
+PDBDatabasePC& DatabaseObject::InFile() {
+  auto* const database = dynamic_cast<PDBDatabasePC*>(database_.get());
+  if (!database) throw AutomationError(ErrorNumber::kActionNotSupported);
+  return *database;
+}
+
+}  // namespace pylon

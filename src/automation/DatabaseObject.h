@@ -1,0 +1,78 @@
+#pragma once
+
+#include <memory>
+
+#include "automation/Object.h"
+#include "pdb/PDBDatabase.h"
+#include "pdb/PDBDatabasePC.h"
+
+namespace pylon {
+
+// A database as clients see it. One object a database: PDBFileSystem hands out the same one again.
+class DatabaseObject final : public Object<DatabaseObject, ::_PDBDatabasePC, ::PDBDatabase> {
+ public:
+  static const ClassInfo kClass;
+
+  // A database that a client creates by itself: it has no file yet.
+  explicit DatabaseObject(Server& server);
+  DatabaseObject(Server& server, std::shared_ptr<pylon::PDBDatabase> database);
+  ~DatabaseObject();
+
+  STDMETHODIMP get_PDBFilePath(BSTR* value) noexcept override;
+  STDMETHODIMP put_PDBFilePath(BSTR value) noexcept override;
+  STDMETHODIMP get_PDBDatabaseName(BSTR* value) noexcept override;
+  STDMETHODIMP put_PDBDatabaseName(BSTR value) noexcept override;
+  STDMETHODIMP get_CreatorId(BSTR* value) noexcept override;
+  STDMETHODIMP put_CreatorId(BSTR value) noexcept override;
+  STDMETHODIMP get_DatabaseFor(::eDatabaseForType* value) noexcept override;
+  STDMETHODIMP OpenDatabase(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP CloseDatabase() noexcept override;
+  STDMETHODIMP RemoveDatabase() noexcept override;
+  STDMETHODIMP CreateDatabase(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP ReadAppInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
+  STDMETHODIMP WriteAppInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
+  STDMETHODIMP ReadSortInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
+  STDMETHODIMP WriteSortInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
+  STDMETHODIMP get_IterationIndex(long* value) noexcept override;
+  STDMETHODIMP put_IterationIndex(long value) noexcept override;
+  STDMETHODIMP BOF(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP EOF(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP ReadNext(long* Index, long* UniqueId, short* Category,
+                        ::eRecordAttribute* Attributes, ::_PDBByteStream** oByteStream,
+                        VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP ReadNextByIndex(long Index, long* UniqueId, short* Category,
+                               ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
+                               VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP ReadNextById(long* Index, long UniqueId, short* Category,
+                            ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
+                            VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP ReadNextModified(long* Index, long* UniqueId, short* Category,
+                                ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
+                                VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP Remove(long UniqueId) noexcept override;
+  STDMETHODIMP RemoveAll() noexcept override;
+  STDMETHODIMP RemoveWithDeleteFlag() noexcept override;
+  STDMETHODIMP ResetModifyFlags() noexcept override;
+  STDMETHODIMP get_RecordCount(long* value) noexcept override;
+  STDMETHODIMP Update(long Index, long* UniqueId, short* Category, ::eRecordAttribute* Attributes,
+                      ::_PDBByteStream** oByteStream) noexcept override;
+  STDMETHODIMP CreateDateTime(DATE* result) noexcept override;
+  STDMETHODIMP ModifyDateTime(DATE* result) noexcept override;
+  STDMETHODIMP get_SyncIndex(::_CSyncIndex** value) noexcept override;
+  STDMETHODIMP get_DatabaseType(BSTR* value) noexcept override;
+  STDMETHODIMP put_DatabaseType(BSTR value) noexcept override;
+  STDMETHODIMP put_DatabaseFor(::eDatabaseForType value) noexcept override;
+
+ private:
+  // One read: `read` gets the in/out values and the stream, and says whether it found a record. On
+  // False the caller's variables stay as they were.
+  template <class Read>
+  HRESULT ReadRecord(long* Index, long* UniqueId, short* Category, ::eRecordAttribute* Attributes,
+                     ::_PDBByteStream** stream, VARIANT_BOOL* result, Read&& read) noexcept;
+  // The database as one in a PDB file; error 445 when it is of another kind.
+  PDBDatabasePC& InFile();
+
+  std::shared_ptr<pylon::PDBDatabase> database_;
+};
+
+}  // namespace pylon

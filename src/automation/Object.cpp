@@ -1,0 +1,30 @@
+#include "automation/Object.h"
+
+namespace pylon {
+namespace {
+
+HRESULT ResultOf(int32_t number) noexcept {
+  constexpr int32_t kLastBasicNumber = 0xFFFF;
+  if (number >= 0 && number <= kLastBasicNumber) {
+    return static_cast<HRESULT>(0x800A0000U + static_cast<uint32_t>(number));
+  }
+  return number < 0 ? number : E_FAIL;
+}
+
+}  // namespace
+
+HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept try {
+  com::Ptr<ICreateErrorInfo> creator;
+  if (SUCCEEDED(::CreateErrorInfo(creator.Receive()))) {
+    const std::u16string source = error.source().empty() ? raiser.prog_id : error.source();
+    std::u16string description = error.description();
+    creator->SetSource(const_cast<wchar_t*>(Wide(source)));
+    creator->SetDescription(const_cast<wchar_t*>(Wide(description)));
+    if (const auto info = creator.As<IErrorInfo>()) ::SetErrorInfo(0, info.get());
+  }
+  return ResultOf(error.number());
+} catch (...) {
+  return ResultOf(error.number());
+}
+
+}  // namespace pylon

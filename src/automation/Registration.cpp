@@ -1,0 +1,176 @@
+#include "automation/Registration.h"
+
+#include <array>
+#include <span>
+
+#include "automation/ClassFactory.h"
+
+namespace pylon {
+namespace {
+
+// In the import library, but missing from the headers.
+extern "C" HRESULT WINAPI RegisterTypeLibForUser(ITypeLib*, OLECHAR*, OLECHAR*);
+extern "C" HRESULT WINAPI UnRegisterTypeLibForUser(REFGUID, WORD, WORD, LCID, SYSKIND);
+
+constexpr std::u16string_view kClasses = u"Software\\Classes\\";
+
+std::u16string Braced(REFGUID id) {
+  std::array<wchar_t, 64> text = {};
+  ::StringFromGUID2(id, text.data(), static_cast<int>(text.size()));
+  return FromWide(text.data());
+}
+
+std::u16string Quoted(const std::u16string& path) { return u"\"" + path + u"\""; }
+
+HKEY Root(RegistrationScope scope) {
+  return scope == RegistrationScope::kMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+}
+
+// The views of the registry in which 32- and 64-bit clients look for classes.
+std::span<const REGSAM> Views() {
+  static constexpr REGSAM kOne[] = {0};
+  static constexpr REGSAM kBoth[] = {KEY_WOW64_64KEY, KEY_WOW64_32KEY};
+  SYSTEM_INFO system = {};
+  ::GetNativeSystemInfo(&system);
+  if (system.wProcessorArchitecture == PROCESSOR_ARCHITECTURE_INTEL) return kOne;
+  return kBoth;
+}
+
+[[noreturn]] void Fail(HRESULT result, const std::u16string& what) {
+  throw AutomationError(com::ErrorNumberOf(result), {}, what + u": " + com::SystemMessage(result));
+}
+
+void WriteDefault(RegistrationScope scope, REGSAM view, const std::u16string& path,
+                  const std::u16string& value) {
+  RegistryKey key;
+  LSTATUS status = ::RegCreateKeyExW(Root(scope), Wide(path), 0, nullptr, 0, KEY_WRITE | view,
+                                     nullptr, key.Receive(), nullptr);
+  if (status == ERROR_SUCCESS) {
+    status = ::RegSetValueExW(key.get(), nullptr, 0, REG_SZ,
+                              reinterpret_cast<const BYTE*>(value.c_str()),
+                              static_cast<DWORD>((value.size() + 1) * sizeof(char16_t)));
+  }
+  if (status != ERROR_SUCCESS) Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
+}
+
+std::u16string ReadDefault(RegistrationScope scope, REGSAM view, const std::u16string& path) {
+  RegistryKey key;
+  if (::RegOpenKeyExW(Root(scope), Wide(path), 0, KEY_READ | view, key.Receive()) !=
+      ERROR_SUCCESS) {
+    return {};
+  }
+  std::array<wchar_t, 1024> text = {};
+  DWORD size = sizeof(text) - sizeof(wchar_t);
+  if (::RegQueryValueExW(key.get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()),
+                         &size) != ERROR_SUCCESS) {
+    return {};
+  }
+  return FromWide(text.data());
+}
+
+// Deletes a key and what lies under it.
+void DeleteTree(RegistrationScope scope, REGSAM view, const std::u16string& path) {
+  RegistryKey key;
+  LSTATUS status = ::RegOpenKeyExW(Root(scope), Wide(path), 0, KEY_READ | KEY_WRITE | DELETE | view,
+                                   key.Receive());
+  if (status == ERROR_FILE_NOT_FOUND) return;
+  if (status == ERROR_SUCCESS) status = ::RegDeleteTreeW(key.get(), nullptr);
+  key.Reset();
+  if (status == ERROR_SUCCESS) status = ::RegDeleteKeyExW(Root(scope), Wide(path), view, 0);
+  if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) {
+    Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
+  }
+}
+
+struct LibraryId {
+  GUID id;
+  WORD major;
+  WORD minor;
+  LCID locale;
+  SYSKIND system;
+};
+
+LibraryId IdOf(ITypeLib* library) {
+  TLIBATTR* attributes = nullptr;
+  com::Check(library->GetLibAttr(&attributes));
+  const LibraryId id = {attributes->guid, attributes->wMajorVerNum, attributes->wMinorVerNum,
+                        attributes->lcid, attributes->syskind};
+  library->ReleaseTLibAttr(attributes);
+  return id;
+}
+
+std::u16string ClassPath(const ClassInfo& info) {
+  return std::u16string(kClasses) + u"CLSID\\" + Braced(info.id);
+}
+
+void RegisterClass(const ClassInfo& info, const LibraryId& library,
+                   const std::u16string& program_path, RegistrationScope scope, REGSAM view) {
+  const std::u16string path = ClassPath(info);
+  const std::u16string prog_id = info.prog_id;
+  WriteDefault(scope, view, path, prog_id);
+  WriteDefault(scope, view, path + u"\\LocalServer32", Quoted(program_path));
+  WriteDefault(scope, view, path + u"\\ProgID", prog_id);
+  WriteDefault(scope, view, path + u"\\TypeLib", Braced(library.id));
+  WriteDefault(scope, view, path + u"\\Version",
+               ToText(library.major) + u"." + ToText(library.minor));
+  WriteDefault(scope, view, path + u"\\Programmable", {});
+  WriteDefault(scope, view, std::u16string(kClasses) + prog_id, prog_id);
+  WriteDefault(scope, view, std::u16string(kClasses) + prog_id + u"\\CLSID", Braced(info.id));
+}
+
+}  // namespace
+
+RegistrationScope ScopeOfThisProcess() {
+  KernelHandle token;
+  TOKEN_ELEVATION elevation = {};
+  DWORD size = 0;
+  const bool elevated =
+      ::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, token.Receive()) &&
+      ::GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof(elevation), &size) &&
+      elevation.TokenIsElevated != 0;
+  return elevated ? RegistrationScope::kMachine : RegistrationScope::kUser;
+}
+
+void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
+                    RegistrationScope scope) {
+  std::u16string library_path = types.path();
+  auto* const path = const_cast<wchar_t*>(Wide(library_path));
+  const HRESULT result = scope == RegistrationScope::kMachine
+                             ? ::RegisterTypeLib(types.get(), path, nullptr)
+                             : RegisterTypeLibForUser(types.get(), path, nullptr);
+  if (FAILED(result)) Fail(result, u"The type library " + library_path);
+
+  const LibraryId library = IdOf(types.get());
+  for (const REGSAM view : Views()) {
+    for (const CreatableClass& creatable : CreatableClasses()) {
+      RegisterClass(creatable.info, library, program_path, scope, view);
+    }
+  }
+}
+
+void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
+                      RegistrationScope scope) {
+  for (const REGSAM view : Views()) {
+    for (const CreatableClass& creatable : CreatableClasses()) {
+      const std::u16string path = ClassPath(creatable.info);
+      const std::u16string server = ReadDefault(scope, view, path + u"\\LocalServer32");
+      if (!EqualsIgnoringCase(server, Quoted(program_path))) continue;
+      DeleteTree(scope, view, path);
+      DeleteTree(scope, view, std::u16string(kClasses) + creatable.info.prog_id);
+    }
+  }
+  const LibraryId library = IdOf(types.get());
+  com::Bstr registered;
+  if (FAILED(::QueryPathOfRegTypeLib(library.id, library.major, library.minor, library.locale,
+                                     registered.Receive()))) {
+    return;
+  }
+  const HRESULT result = scope == RegistrationScope::kMachine
+                             ? ::UnRegisterTypeLib(library.id, library.major, library.minor,
+                                                   library.locale, library.system)
+                             : UnRegisterTypeLibForUser(library.id, library.major, library.minor,
+                                                        library.locale, library.system);
+  if (FAILED(result)) Fail(result, u"The type library " + types.path());
+}
+
+}  // namespace pylon

@@ -1,0 +1,52 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "automation/TypeLibrary.h"
+#include "base/AnsiCodePage.h"
+#include "base/Date.h"
+#include "base/LogSink.h"
+#include "files/IPCFile.h"
+
+namespace pylon {
+
+// What every automation object of the process shares: the type library, the surroundings of new
+// objects, and the count that ends a server process with its last client.
+//
+// The program makes one and passes it to each object, which keeps a reference to it; it outlives
+// them all. Used by the one STA thread.
+class Server {
+ public:
+  Server(std::u16string type_library_path, const AnsiCodePage& code_page, const Clock& clock,
+         FileFactory files);
+
+  // Called when the last object or server lock is gone; it may be empty.
+  void SetOnIdle(std::function<void()> on_idle) { on_idle_ = std::move(on_idle); }
+
+  TypeLibrary& types() noexcept { return types_; }
+  const AnsiCodePage& code_page() const noexcept { return *code_page_; }
+  const Clock& clock() const noexcept { return *clock_; }
+  const FileFactory& files() const noexcept { return files_; }
+
+  // The log of the running sync; null when there is none.
+  const std::shared_ptr<LogSink>& run_log() const noexcept { return run_log_; }
+  void SetRunLog(std::shared_ptr<LogSink> log) noexcept { run_log_ = std::move(log); }
+
+  // Counts what keeps the process alive.
+  void Lock() noexcept { ++locks_; }
+  void Unlock() noexcept;
+  long locks() const noexcept { return locks_; }
+
+ private:
+  TypeLibrary types_;
+  const AnsiCodePage* code_page_;
+  const Clock* clock_;
+  FileFactory files_;
+  std::function<void()> on_idle_;
+  std::shared_ptr<LogSink> run_log_;
+  long locks_ = 0;
+};
+
+}  // namespace pylon

@@ -1,0 +1,401 @@
+// The automation classes in this process: through the vtable, and late-bound as scripts call them.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <memory>
+#include <vector>
+
+#include "automation/ByteStreamObject.h"
+#include "automation/DatabaseObject.h"
+#include "automation/FileSystemObject.h"
+#include "automation/UtilsObject.h"
+#include "pdb/PDBFileSystemPC.h"
+#include "tests/support/MemoryFile.h"
+
+namespace pylon {
+namespace {
+
+VARIANT ByReference(com::Variant& variable) {
+  VARIANT argument;
+  V_VT(&argument) = VT_BYREF | VT_VARIANT;
+  V_VARIANTREF(&argument) = variable.get();
+  return argument;
+}
+VARIANT Plain(int32_t value) {
+  VARIANT argument;
+  V_VT(&argument) = VT_I4;
+  V_I4(&argument) = value;
+  return argument;
+}
+VARIANT Plain(double value) {
+  VARIANT argument;
+  V_VT(&argument) = VT_R8;
+  V_R8(&argument) = value;
+  return argument;
+}
+VARIANT Plain(const com::Bstr& value) {
+  VARIANT argument;
+  V_VT(&argument) = VT_BSTR;
+  V_BSTR(&argument) = value.get();
+  return argument;
+}
+com::Variant Object(IDispatch* object) {
+  com::Variant value;
+  V_VT(value.get()) = VT_DISPATCH;
+  V_DISPATCH(value.get()) = object;
+  object->AddRef();
+  return value;
+}
+
+struct Outcome {
+  HRESULT result = S_OK;
+  com::Variant value;
+  EXCEPINFO exception = {};
+  UINT bad_argument = 99;
+
+  Outcome() = default;
+  Outcome(Outcome&&) = default;
+  ~Outcome() {
+    ::SysFreeString(exception.bstrSource);
+    ::SysFreeString(exception.bstrDescription);
+  }
+};
+
+// A late-bound call as a script engine makes it; the arguments stand in the order of the source.
+Outcome Call(IDispatch* object, const char16_t* member, std::vector<VARIANT> arguments,
+             WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
+  Outcome outcome;
+  std::u16string name = member;
+  auto* names = const_cast<wchar_t*>(Wide(name));
+  DISPID id = DISPID_UNKNOWN;
+  outcome.result = object->GetIDsOfNames(IID_NULL, &names, 1, LOCALE_USER_DEFAULT, &id);
+  if (FAILED(outcome.result)) return outcome;
+  std::reverse(arguments.begin(), arguments.end());
+  DISPID put = DISPID_PROPERTYPUT;
+  DISPPARAMS parameters = {arguments.data(), nullptr, static_cast<UINT>(arguments.size()), 0};
+  if (flags & DISPATCH_PROPERTYPUT) {
+    parameters.rgdispidNamedArgs = &put;
+    parameters.cNamedArgs = 1;
+  }
+  outcome.result =
+      object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters, outcome.value.Receive(),
+                     &outcome.exception, &outcome.bad_argument);
+  return outcome;
+}
+
+class ObjectTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr)); }
+  static void TearDownTestSuite() { ::OleUninitialize(); }
+
+  void TearDown() override { EXPECT_EQ(server_.locks(), 0) << "an object was never released"; }
+
+  com::Ptr<::_PDBByteStream> NewStream() {
+    return com::Make<ByteStreamObject>(server_).As<::_PDBByteStream>();
+  }
+  com::Ptr<::PDBFileSystem> NewFileSystem() {
+    return com::Make<FileSystemObject>(server_, std::make_shared<PDBFileSystemPC>(
+                                                    u"C:\\data", folder_.Factory(), dftWindows,
+                                                    AnsiCodePage::Windows1252(), clock_, nullptr))
+        .As<::PDBFileSystem>();
+  }
+
+  testing::MemoryFolder folder_;
+  SystemClock clock_;
+  Server server_{u"Pylon.exe", AnsiCodePage::Windows1252(), clock_, folder_.Factory()};
+};
+
+TEST_F(ObjectTest, LateBoundArgumentsAreConvertedAndWrittenBack) {
+  const auto stream = NewStream();
+  com::Variant offset(0);
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"LongToByte", {Plain(0x01020304), ByReference(offset)}).result);
+  EXPECT_EQ(V_I4(offset.get()), 4);
+  EXPECT_EQ(V_I4(Call(stream.get(), u"length", {}).value.get()), 4);
+
+  // A script's fresh variable is empty and its numbers are doubles: both convert.
+  com::Variant value;
+  com::Variant from;
+  V_VT(from.get()) = VT_R8;
+  V_R8(from.get()) = 0.0;
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"ByteToLong", {ByReference(value), ByReference(from)}).result);
+  EXPECT_EQ(V_VT(value.get()), VT_I4);
+  EXPECT_EQ(V_I4(value.get()), 0x01020304);
+  EXPECT_EQ(V_VT(from.get()), VT_I4);
+  EXPECT_EQ(V_I4(from.get()), 4);
+}
+
+TEST_F(ObjectTest, LateBoundCallsTakePlainValuesWhereNothingIsWrittenBack) {
+  const auto stream = NewStream();
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"IntegerToByte", {Plain(258.0), Plain(0), Plain(-1)}).result);
+  com::Variant value;
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"ByteToInteger", {ByReference(value), Plain(0.0), Plain(1)}).result);
+  EXPECT_EQ(V_I2(value.get()), 258);
+}
+
+TEST_F(ObjectTest, TypedReferencesKeepTheCallersType) {
+  const auto stream = NewStream();
+  short narrow = 0;
+  VARIANT offset;
+  V_VT(&offset) = VT_BYREF | VT_I2;
+  V_I2REF(&offset) = &narrow;
+  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"SetByte", {Plain(7), offset}).result);
+  EXPECT_EQ(narrow, 1);
+}
+
+TEST_F(ObjectTest, BadCallsAreRefused) {
+  const auto stream = NewStream();
+  const com::Bstr text(u"no number");
+  const com::Bstr good(u"12");
+  EXPECT_EQ(Call(stream.get(), u"NoSuchMember", {}).result, DISP_E_UNKNOWNNAME);
+  EXPECT_EQ(Call(stream.get(), u"Resize", {}).result, DISP_E_PARAMNOTOPTIONAL);
+  EXPECT_EQ(Call(stream.get(), u"Clear", {Plain(1)}).result, DISP_E_BADPARAMCOUNT);
+  EXPECT_EQ(Call(stream.get(), u"Resize", {Plain(1e12)}).result, DISP_E_OVERFLOW);
+  const Outcome outcome = Call(stream.get(), u"LongToByte", {Plain(text), Plain(0)});
+  EXPECT_EQ(outcome.result, DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(outcome.bad_argument, 1U) << "counted from the last argument";
+  EXPECT_HRESULT_SUCCEEDED(Call(stream.get(), u"Resize", {Plain(good)}).result);
+  EXPECT_EQ(Call(stream.get(), u"length", {Plain(1)}, DISPATCH_PROPERTYPUT).result,
+            DISP_E_MEMBERNOTFOUND);
+}
+
+TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
+  const auto stream = NewStream();
+  com::Variant value;
+  const Outcome outcome = Call(stream.get(), u"ByteToLong", {ByReference(value), Plain(0)});
+  ASSERT_EQ(outcome.result, DISP_E_EXCEPTION);
+  EXPECT_EQ(outcome.exception.scode, static_cast<HRESULT>(0x800A0009));
+  EXPECT_EQ(com::Text(outcome.exception.bstrSource), u"Pylon.PDBByteStream");
+  EXPECT_EQ(com::Text(outcome.exception.bstrDescription), u"Subscript out of range");
+
+  long offset = 0;
+  const HRESULT early = stream->Int24ToByte(0x008000, &offset, VARIANT_FALSE);
+  EXPECT_EQ(early, static_cast<HRESULT>(0x800A0006));
+  try {
+    com::Check(early, stream.get(), IID__PDBByteStream);
+    FAIL();
+  } catch (const AutomationError& error) {
+    EXPECT_EQ(error.number(), 6);
+    EXPECT_EQ(error.source(), u"Pylon.PDBByteStream");
+    EXPECT_EQ(error.description(), u"Overflow");
+  }
+}
+
+TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {
+  const com::Ptr<IUnknown> objects[] = {com::Make<ByteStreamObject>(server_).As<IUnknown>(),
+                                        com::Make<UtilsObject>(server_).As<IUnknown>(),
+                                        com::Make<DatabaseObject>(server_).As<IUnknown>(),
+                                        NewFileSystem().As<IUnknown>()};
+  const IID ids[] = {IID__PDBByteStream, IID__PDBUtils, IID_PDBDatabase, IID_PDBFileSystem};
+  for (size_t i = 0; i < std::size(objects); ++i) {
+    const auto support = objects[i].As<ISupportErrorInfo>();
+    ASSERT_TRUE(support);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(ids[i]), S_OK);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IPersist), S_FALSE);
+  }
+}
+
+TEST_F(ObjectTest, ADoubleReadLeavesTheCallersByteOrderInvertedWhenTheStreamSwaps) {
+  const auto stream = NewStream();
+  stream->put_GlobalByteSwap(VARIANT_TRUE);
+  long offset = 0;
+  stream->DoubleToByte(1.5, &offset, VARIANT_FALSE);
+  com::Variant value;
+  com::Variant from(0);
+  com::Variant swap;
+  V_VT(swap.get()) = VT_BOOL;
+  V_BOOL(swap.get()) = VARIANT_FALSE;
+  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"ByteToDouble",
+                                {ByReference(value), ByReference(from), ByReference(swap)})
+                               .result);
+  EXPECT_EQ(V_R8(value.get()), 1.5);
+  EXPECT_EQ(V_BOOL(swap.get()), VARIANT_TRUE);
+}
+
+TEST_F(ObjectTest, AByteArrayIsTakenWholeWhateverItsElements) {
+  const auto stream = NewStream();
+  SAFEARRAYBOUND bound = {3, 0};
+  com::Variant array;
+  V_VT(array.get()) = VT_ARRAY | VT_VARIANT;
+  V_ARRAY(array.get()) = ::SafeArrayCreate(VT_VARIANT, 1, &bound);
+  for (LONG i = 0; i < 3; ++i) {
+    const com::Variant element(i * 100);
+    ::SafeArrayPutElement(V_ARRAY(array.get()), &i, const_cast<VARIANT*>(element.get()));
+  }
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"ByteArray", {*array.get()}, DISPATCH_PROPERTYPUT).result);
+  EXPECT_EQ(V_I4(Call(stream.get(), u"length", {}).value.get()), 2);
+  const Outcome read = Call(stream.get(), u"ByteArray", {});
+  ASSERT_EQ(V_VT(read.value.get()), VT_ARRAY | VT_UI1);
+  EXPECT_EQ(com::ToBytes(*read.value.get()).bytes,
+            (Bytes{std::byte{0}, std::byte{100}, std::byte{200}}));
+
+  const Outcome wrong = Call(stream.get(), u"ByteArray", {Plain(5)}, DISPATCH_PROPERTYPUT);
+  EXPECT_EQ(wrong.exception.scode, static_cast<HRESULT>(0x800A000D));
+}
+
+TEST_F(ObjectTest, TheSameDatabaseIsTheSamePointer) {
+  const auto files = NewFileSystem();
+  const com::Bstr name(u"Notes");
+  com::Ptr<::PDBDatabase> first;
+  com::Ptr<::PDBDatabase> second;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  ASSERT_HRESULT_SUCCEEDED(files->CreateDatabase(Plain(name), first.InOut(), &done));
+  EXPECT_EQ(done, VARIANT_TRUE);
+  ASSERT_HRESULT_SUCCEEDED(files->OpenDatabase(name.get(), second.InOut(), &done));
+  EXPECT_EQ(first.get(), second.get());
+  ASSERT_HRESULT_SUCCEEDED(files->Database(1, second.Receive()));
+  EXPECT_EQ(first.get(), second.get());
+  long count = 0;
+  files->DatabaseCount(&count);
+  EXPECT_EQ(count, 1);
+  EXPECT_EQ(files->Database(2, second.Receive()), static_cast<HRESULT>(0x800A0009));
+}
+
+TEST_F(ObjectTest, AScriptWritesAndReadsARecord) {
+  const auto files = NewFileSystem();
+  const com::Bstr name(u"Notes");
+  com::Variant database;
+  com::Variant result =
+      Call(files.get(), u"CreateDatabase", {Plain(name), ByReference(database)}).value;
+  ASSERT_EQ(V_VT(database.get()), VT_DISPATCH);
+  EXPECT_EQ(V_BOOL(result.get()), VARIANT_TRUE);
+  IDispatch* const notes = V_DISPATCH(database.get());
+
+  const auto stream = NewStream();
+  const com::Bstr text(u"Gr\u00FC\u00DFe");
+  Call(stream.get(), u"StringToByte", {Plain(text), Plain(0)});
+  com::Variant id(0);
+  com::Variant category(3);
+  com::Variant attributes(64);
+  com::Variant data = Object(stream.get());
+  ASSERT_HRESULT_SUCCEEDED(Call(notes, u"Update",
+                                {Plain(0), ByReference(id), ByReference(category),
+                                 ByReference(attributes), ByReference(data)})
+                               .result);
+  EXPECT_EQ(V_I4(id.get()), 1);
+
+  // Nothing in the variable for the stream: the caller gets a new one.
+  com::Variant index;
+  com::Variant read;
+  const Outcome found = Call(notes, u"ReadNext",
+                             {ByReference(index), ByReference(id), ByReference(category),
+                              ByReference(attributes), ByReference(read)});
+  ASSERT_HRESULT_SUCCEEDED(found.result);
+  EXPECT_EQ(V_BOOL(found.value.get()), VARIANT_TRUE);
+  EXPECT_EQ(V_I4(index.get()), 1);
+  EXPECT_EQ(V_I2(category.get()), 3);
+  EXPECT_EQ(V_I4(attributes.get()), 64);
+  ASSERT_EQ(V_VT(read.get()), VT_DISPATCH);
+  com::Variant copy;
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(V_DISPATCH(read.get()), u"ByteToString", {ByReference(copy), Plain(0)}).result);
+  EXPECT_EQ(com::Text(V_BSTR(copy.get())), u"Gr\u00FC\u00DFe");
+  // Members of the class that the interface lacks, and a method read as a property.
+  EXPECT_EQ(com::Text(V_BSTR(Call(notes, u"DatabaseType", {}).value.get())), u"DATA");
+  EXPECT_EQ(V_BOOL(Call(notes, u"EOF", {}, DISPATCH_PROPERTYGET).value.get()), VARIANT_TRUE);
+}
+
+// Somebody else's stream: it has an array and nothing more that a database uses.
+class ForeignStream final : public ::_PDBByteStream {
+ public:
+  Bytes bytes;
+
+  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
+    *object =
+        id == IID_IUnknown || id == IID_IDispatch || id == IID__PDBByteStream ? this : nullptr;
+    return *object ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
+  STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
+  STDMETHODIMP get_ByteArray(VARIANT* value) noexcept override {
+    *value = com::FromBytes(bytes).Detach();
+    return S_OK;
+  }
+  STDMETHODIMP put_ByteArray(VARIANT value) noexcept override {
+    bytes = com::ToBytes(value).bytes;
+    return S_OK;
+  }
+
+#define NOT_USED(member, ...) \
+  STDMETHODIMP member(__VA_ARGS__) noexcept override { return E_NOTIMPL; }
+  NOT_USED(GetTypeInfoCount, UINT*)
+  NOT_USED(GetTypeInfo, UINT, LCID, ITypeInfo**)
+  NOT_USED(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
+  NOT_USED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
+  NOT_USED(get_GlobalByteSwap, VARIANT_BOOL*)
+  NOT_USED(put_GlobalByteSwap, VARIANT_BOOL)
+  NOT_USED(get_UTF8Strings, VARIANT_BOOL*)
+  NOT_USED(put_UTF8Strings, VARIANT_BOOL)
+  NOT_USED(get_DatabaseFor, ::eDatabaseForType*)
+  NOT_USED(put_DatabaseFor, ::eDatabaseForType)
+  NOT_USED(get_length, long*)
+  NOT_USED(Resize, long)
+  NOT_USED(Clear)
+  NOT_USED(ByteToString, BSTR*, long*)
+  NOT_USED(StringToByte, BSTR, long*)
+  NOT_USED(ByteToCString, BSTR*, long*)
+  NOT_USED(CStringToByte, BSTR*, long*)
+  NOT_USED(ByteToFixString, BSTR*, long*, long)
+  NOT_USED(FixStringToByte, BSTR, long*, long)
+  NOT_USED(GetByte, unsigned char*, long*)
+  NOT_USED(SetByte, unsigned char, long*)
+  NOT_USED(ByteToInteger, short*, long*, VARIANT_BOOL)
+  NOT_USED(IntegerToByte, short, long*, VARIANT_BOOL)
+  NOT_USED(ByteToInt24, long*, long*, VARIANT_BOOL)
+  NOT_USED(Int24ToByte, long, long*, VARIANT_BOOL)
+  NOT_USED(ByteToLong, long*, long*, VARIANT_BOOL)
+  NOT_USED(LongToByte, long, long*, VARIANT_BOOL)
+  NOT_USED(ByteToDouble, double*, long*, VARIANT_BOOL*)
+  NOT_USED(DoubleToByte, double, long*, VARIANT_BOOL)
+  NOT_USED(ByteToCurrency, CY*, long*, VARIANT_BOOL*)
+  NOT_USED(CurrencyToByte, CY, long*, VARIANT_BOOL)
+  NOT_USED(ByteToSingle, float*, long*, VARIANT_BOOL)
+  NOT_USED(SingleToByte, float, long*, VARIANT_BOOL)
+#undef NOT_USED
+};
+
+TEST_F(ObjectTest, SomebodyElsesStreamWorksThroughItsArray) {
+  const auto files = NewFileSystem();
+  const com::Bstr name(u"Notes");
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  ASSERT_HRESULT_SUCCEEDED(files->CreateDatabase(Plain(name), database.InOut(), &done));
+
+  ForeignStream foreign;
+  foreign.bytes = {std::byte{1}, std::byte{2}, std::byte{0}};
+  ::_PDBByteStream* argument = &foreign;
+  long id = 0;
+  short category = 0;
+  ::eRecordAttribute attributes = {};
+  ASSERT_HRESULT_SUCCEEDED(database->Update(0, &id, &category, &attributes, &argument));
+  ASSERT_HRESULT_SUCCEEDED(database->WriteAppInfoBlock(&argument));
+
+  foreign.bytes.clear();
+  long index = 0;
+  ASSERT_HRESULT_SUCCEEDED(
+      database->ReadNext(&index, &id, &category, &attributes, &argument, &done));
+  EXPECT_EQ(argument, &foreign);
+  EXPECT_EQ(foreign.bytes, (Bytes{std::byte{1}, std::byte{2}, std::byte{0}}))
+      << "two bytes and the spare one";
+  ASSERT_HRESULT_SUCCEEDED(database->ReadAppInfoBlock(&argument));
+  EXPECT_EQ(foreign.bytes.size(), 4U) << "a block is taken whole";
+  database->CloseDatabase();
+}
+
+TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {
+  const auto database = com::Make<DatabaseObject>(server_).As<::_PDBDatabasePC>();
+  ::_CSyncIndex* index = nullptr;
+  EXPECT_EQ(database->get_SyncIndex(&index), static_cast<HRESULT>(0x800A01BD));
+  long count = -1;
+  EXPECT_EQ(database->get_RecordCount(&count), static_cast<HRESULT>(0x800A0005));
+  EXPECT_EQ(count, 0);
+  EXPECT_EQ(database->Remove(1), static_cast<HRESULT>(0x800A0005));
+}
+
+}  // namespace
+}  // namespace pylon

@@ -1,0 +1,232 @@
+// Pylon.exe as COM's server for other processes: registration, early-bound calls through
+// marshalling, scripts, and its end.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include "automation/Com.h"
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "tests/automation/Processes.h"
+
+namespace pylon {
+namespace {
+
+using testing::Process;
+using testing::Quoted;
+using testing::TemporaryFolder;
+
+std::filesystem::path Program() { return std::filesystem::absolute("Pylon.exe"); }
+
+bool KeyExists(const wchar_t* path, REGSAM view = 0) {
+  RegistryKey key;
+  return ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ | view, key.Receive()) ==
+         ERROR_SUCCESS;
+}
+
+DWORD RunProgram(const std::u16string& arguments) {
+  Process process(Quoted(Program()) + u" " + arguments);
+  return process.Wait().value_or(99);
+}
+
+template <class T>
+com::Ptr<T> CreateOutside(REFCLSID id) {
+  com::Ptr<T> object;
+  com::Check(::CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER, __uuidof(T),
+                                reinterpret_cast<void**>(object.Receive())));
+  return object;
+}
+
+class ServerTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() {
+    ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr));
+    ASSERT_EQ(RunProgram(u"/regserver"), 0U);
+  }
+  static void TearDownTestSuite() { ::OleUninitialize(); }
+
+  std::string RunScript(const char* name, const std::string& text) {
+    const auto script = folder_.path() / name;
+    std::ofstream(script, std::ios::binary) << text;
+    const auto output = folder_.path() / "output.txt";
+    Process process(u"cscript.exe //nologo " + Quoted(script) + u" " + Quoted(folder_.path()), {},
+                    output);
+    EXPECT_TRUE(process.Wait().has_value());
+    return testing::ReadFile(output);
+  }
+
+  TemporaryFolder folder_;
+};
+
+TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
+  constexpr wchar_t kClass[] =
+      L"Software\\Classes\\CLSID\\{af1e45f8-f5df-483f-b359-5c0ec42df03b}\\LocalServer32";
+  constexpr wchar_t kProgId[] = L"Software\\Classes\\Pylon.PDBByteStream\\CLSID";
+  constexpr wchar_t kLibrary[] =
+      L"Software\\Classes\\TypeLib\\{b68ac2a1-6b80-4982-9ca3-c1fd9b2a8e6f}\\1.0";
+  constexpr wchar_t kInterface[] =
+      L"Software\\Classes\\Interface\\{51911ed3-dbe5-442f-b5a6-596e0af35932}";
+  EXPECT_TRUE(KeyExists(kClass));
+  EXPECT_TRUE(KeyExists(kProgId));
+  EXPECT_TRUE(KeyExists(kLibrary));
+  EXPECT_TRUE(KeyExists(kInterface));
+  EXPECT_TRUE(KeyExists(kClass, KEY_WOW64_32KEY)) << "32-bit clients look there";
+
+  // The switches win over whatever else stands in the command line.
+  EXPECT_EQ(RunProgram(u"-AppId X -Database 4 -UnRegServer"), 0U);
+  EXPECT_FALSE(KeyExists(kClass));
+  EXPECT_FALSE(KeyExists(kClass, KEY_WOW64_32KEY));
+  EXPECT_FALSE(KeyExists(kProgId));
+  EXPECT_FALSE(KeyExists(kLibrary));
+  EXPECT_FALSE(KeyExists(kInterface));
+  EXPECT_EQ(RunProgram(u"/unregserver"), 0U) << "nothing there is no error";
+
+  EXPECT_EQ(RunProgram(u"/regserver"), 0U);
+  EXPECT_EQ(RunProgram(u"/REGSERVER"), 0U);
+  EXPECT_TRUE(KeyExists(kClass));
+}
+
+TEST_F(ServerTest, EarlyBoundCallsCrossTheProcesses) {
+  const auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+  long offset = 0;
+  const com::Bstr text(u"Gr\u00FC\u00DFe");
+  ASSERT_HRESULT_SUCCEEDED(stream->StringToByte(text.get(), &offset));
+  EXPECT_EQ(offset, 8);
+  com::Variant array;
+  ASSERT_HRESULT_SUCCEEDED(stream->get_ByteArray(array.Receive()));
+  EXPECT_EQ(com::ToBytes(*array.get()).bytes.size(), 9U);
+  com::Bstr read;
+  offset = 0;
+  ASSERT_HRESULT_SUCCEEDED(stream->ByteToString(read.Receive(), &offset));
+  EXPECT_EQ(com::Text(read.get()), u"Gr\u00FC\u00DFe");
+
+  const auto utils = CreateOutside<::_PDBUtils>(CLSID_PDBUtils);
+  double value = 4294967295.0;
+  long converted = 0;
+  ASSERT_HRESULT_SUCCEEDED(utils->UnsignedToLong(&value, &converted));
+  EXPECT_EQ(converted, -1);
+  value = 4294967296.0;
+  EXPECT_EQ(utils->UnsignedToLong(&value, &converted), static_cast<HRESULT>(0x800A0006));
+}
+
+TEST_F(ServerTest, ADatabaseIsWrittenAndReadThroughMarshalling) {
+  const auto database = CreateOutside<::_PDBDatabasePC>(CLSID_PDBDatabasePC);
+  const com::Bstr path((folder_.path() / u"\u0416.pdb").u16string());
+  const com::Bstr name(u"Notes");
+  VARIANT_BOOL done = VARIANT_FALSE;
+  ASSERT_HRESULT_SUCCEEDED(database->put_PDBFilePath(path.get()));
+  ASSERT_HRESULT_SUCCEEDED(database->put_DatabaseFor(::dftWindows));
+  ASSERT_HRESULT_SUCCEEDED(database->put_PDBDatabaseName(name.get()));
+  ASSERT_HRESULT_SUCCEEDED(database->CreateDatabase(&done));
+  ASSERT_EQ(done, VARIANT_TRUE);
+
+  auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+  long offset = 0;
+  stream->LongToByte(42, &offset, VARIANT_FALSE);
+  long id = 0;
+  short category = 1;
+  ::eRecordAttribute attributes = ::eDirty;
+  // The call owns what it is passed, in and out, so a pointer that stays here is shared first.
+  auto argument = stream;
+  ASSERT_HRESULT_SUCCEEDED(database->Update(0, &id, &category, &attributes, argument.InOut()));
+  EXPECT_EQ(id, 1);
+  ASSERT_HRESULT_SUCCEEDED(database->CloseDatabase());
+
+  ASSERT_HRESULT_SUCCEEDED(database->OpenDatabase(&done));
+  ASSERT_EQ(done, VARIANT_TRUE);
+  long index = 0;
+  com::Ptr<::_PDBByteStream> read;
+  ASSERT_HRESULT_SUCCEEDED(
+      database->ReadNext(&index, &id, &category, &attributes, read.InOut(), &done));
+  EXPECT_EQ(done, VARIANT_TRUE);
+  ASSERT_TRUE(read);
+  long value = 0;
+  offset = 0;
+  ASSERT_HRESULT_SUCCEEDED(read->ByteToLong(&value, &offset, VARIANT_FALSE));
+  EXPECT_EQ(value, 42);
+  EXPECT_EQ(category, 1);
+  EXPECT_EQ(attributes, ::eDirty);
+  ASSERT_HRESULT_SUCCEEDED(database->CloseDatabase());
+}
+
+TEST_F(ServerTest, AVisualBasicScriptWritesAndReadsADatabase) {
+  const std::string output = RunScript("notes.vbs", R"(
+Dim db, s, i, id, c, a, t, o, n, v
+Set db = CreateObject("Pylon.PDBDatabasePC")
+db.PDBFilePath = WScript.Arguments(0) & "\script.pdb"
+db.DatabaseFor = 4
+db.PDBDatabaseName = "Script"
+db.CreatorId = "test"
+WScript.Echo "created " & db.CreateDatabase
+For n = 1 To 3
+  Set s = CreateObject("Pylon.PDBByteStream")
+  s.UTF8Strings = False
+  o = 0
+  s.StringToByte "record " & n, o
+  id = 0 : c = n : a = 64
+  db.Update 0, id, c, a, s
+  WScript.Echo "id " & id & " offset " & o
+Next
+db.CloseDatabase
+WScript.Echo "opened " & db.OpenDatabase
+Do While db.ReadNext(i, id, c, a, s)
+  o = 0
+  s.ByteToString t, o
+  WScript.Echo i & " " & id & " " & c & " " & a & " " & t
+Loop
+On Error Resume Next
+s.ByteToLong v, 1000
+WScript.Echo "error " & (Err.Number And 65535) & " " & Err.Source & ": " & Err.Description
+)");
+  EXPECT_EQ(output,
+            "created True\r\n"
+            "id 1 offset 9\r\nid 2 offset 9\r\nid 3 offset 9\r\n"
+            "opened True\r\n"
+            "1 1 1 64 record 1\r\n2 2 2 64 record 2\r\n3 3 3 64 record 3\r\n"
+            "error 9 Pylon.PDBByteStream: Subscript out of range\r\n");
+}
+
+TEST_F(ServerTest, AJScriptPassesPlainValues) {
+  const std::string output = RunScript("notes.js", R"(
+var u = new ActiveXObject("Pylon.PDBUtils");
+WScript.Echo(u.UnsignedToLong(4294967295) + " " + u.PalmIDtoLong("DATA") + " " + u.PalmLongtoId(1145132097));
+var db = new ActiveXObject("Pylon.PDBDatabasePC");
+db.PDBFilePath = WScript.Arguments(0) + "\\jscript.pdb";
+db.DatabaseFor = 4;
+db.PDBDatabaseName = "JScript";
+db.CreateDatabase();
+var s = new ActiveXObject("Pylon.PDBByteStream");
+s.StringToByte("hello", 0);
+db.Update(0, 0, 0, 64, s);
+db.CloseDatabase();
+db.OpenDatabase();
+var r = new ActiveXObject("Pylon.PDBByteStream");
+WScript.Echo(db.ReadNextByIndex(1, 0, 0, 0, r) + " " + r.length + " " + db.RecordCount + " " + db.EOF());
+try { u.UnsignedToInteger(65536); } catch (e) { WScript.Echo("error " + (e.number & 65535) + " " + e.description); }
+)");
+  EXPECT_EQ(output, "-1 1145132097 DATA\r\ntrue 6 1 false\r\nerror 6 Overflow\r\n");
+}
+
+TEST_F(ServerTest, TheServerOpensNoWindowAndEndsWithItsLastClient) {
+  ASSERT_TRUE(testing::WaitUntil([] { return testing::ProcessesNamed(L"Pylon.exe").empty(); }));
+  auto utils = CreateOutside<::_PDBUtils>(CLSID_PDBUtils);
+  const auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+  const auto servers = testing::ProcessesNamed(L"Pylon.exe");
+  ASSERT_EQ(servers.size(), 1U) << "one process serves every class";
+  for (const wchar_t* window_class : {L"#32770", L"Pylon.frmSetup", L"Pylon.frmStatus"}) {
+    EXPECT_EQ(testing::FindWindowOf(servers[0], window_class), nullptr);
+  }
+  utils = nullptr;
+  long length = -1;
+  EXPECT_HRESULT_SUCCEEDED(stream->get_length(&length)) << "one client is still there";
+}
+
+TEST_F(ServerTest, NoServerOutlivesTheTestsBefore) {
+  EXPECT_TRUE(testing::WaitUntil([] { return testing::ProcessesNamed(L"Pylon.exe").empty(); }));
+}
+
+}  // namespace
+}  // namespace pylon
