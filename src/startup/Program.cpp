@@ -1,0 +1,229 @@
+#include "startup/Program.h"
+
+#include <objbase.h>
+
+#include <charconv>
+#include <optional>
+#include <utility>
+
+#include "automation/ClassFactory.h"
+#include "automation/ComConduitComponent.h"
+#include "automation/Registration.h"
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "base/Win32.h"
+#include "conduits/cConduitList.h"
+#include "files/ProgramFiles.h"
+#include "files/cFileIO.h"
+#include "setup/frmSetup.h"
+#include "startup/cCommandLine.h"
+#include "sync/SyncDriver.h"
+#include "sync/frmLog.h"
+#include "sync/frmStatus.h"
+
+namespace pylon {
+namespace {
+
+constexpr wchar_t kTitle[] = L"Pylon Manager";
+
+enum ExitCode { kDone = 0, kFailed = 1, kCancelled = 2 };
+
+// COM for this thread, as its single-threaded apartment.
+class Apartment {
+ public:
+  Apartment() { com::Check(::OleInitialize(nullptr)); }
+  ~Apartment() { ::OleUninitialize(); }
+  Apartment(const Apartment&) = delete;
+  Apartment& operator=(const Apartment&) = delete;
+};
+
+void ShowMessage(const std::u16string& text) {
+  ::MessageBoxW(nullptr, Wide(text), kTitle, MB_OK | MB_ICONWARNING | MB_SETFOREGROUND);
+}
+
+// What a Basic program reports when nobody has caught an error.
+std::u16string RunTimeError(const AutomationError& error) {
+  return u"Run-time error '" + ToText(error.number()) + u"':\r\n\r\n" + error.description();
+}
+
+// A whole number of 16 bits, as the `database` switch takes it; errors 13 and 6.
+int16_t ToDatabaseType(const std::u16string& text) {
+  const std::string digits = ToUtf8(Trim(text));
+  std::string_view number = digits;
+  if (number.starts_with('+')) number.remove_prefix(1);
+  int16_t value = 0;
+  const auto [end, status] = std::from_chars(number.data(), number.data() + number.size(), value);
+  if (status == std::errc::invalid_argument || end != number.data() + number.size()) {
+    throw TypeMismatch();
+  }
+  if (status == std::errc::result_out_of_range) throw Overflow();
+  return value;
+}
+
+// Ends the message loop of a server process some time after the last object is gone: a client that
+// makes the next one at once finds the process still there.
+class IdleTimer {
+ public:
+  static constexpr UINT kFirstClientMs = 60'000;  // COM itself gives up after 30 s
+  static constexpr UINT kLastClientMs = 500;
+
+  void Start(UINT milliseconds) noexcept {
+    timer_ = ::SetTimer(nullptr, timer_, milliseconds, nullptr);
+  }
+  bool Fired(const MSG& message) noexcept {
+    if (message.message != WM_TIMER || message.hwnd || message.wParam != timer_) return false;
+    ::KillTimer(nullptr, std::exchange(timer_, 0));
+    return true;
+  }
+
+ private:
+  UINT_PTR timer_ = 0;
+};
+
+}  // namespace
+
+Program::Program()
+    : path_(ProgramPath()), folder_(ProgramFolder()), code_page_(SystemAnsiCodePage()) {}
+
+Program::~Program() = default;
+
+int Program::Run(std::u16string_view command_line) noexcept {
+  try {
+    return Choose(ArgumentText(command_line));
+  } catch (const AutomationError& error) {
+    ShowMessage(RunTimeError(error));
+  } catch (const std::exception& error) {
+    ShowMessage(RunTimeError(AutomationError(51, {}, FromUtf8(error.what()))));
+  }
+  return kFailed;
+}
+
+int Program::Choose(std::u16string_view arguments) {
+  cCommandLine start;
+  start.AddSwitch(u"regserver", false);
+  start.AddSwitch(u"unregserver", false);
+  start.AddSwitch(u"embedding", false);
+  start.SetCommandLine(arguments);
+
+  // The server outlives the apartment: objects that a component never released go with the
+  // apartment, and they count themselves off.
+  std::optional<Apartment> apartment(std::in_place);
+  server_ =
+      std::make_unique<Server>(path_, code_page_, clock_, [this]() -> std::unique_ptr<IPCFile> {
+        return std::make_unique<cFileIO>(folder_, code_page_);
+      });
+  int result = kDone;
+  if (start.HasSwitch(u"regserver") || start.HasSwitch(u"unregserver")) {
+    result = Register(start.HasSwitch(u"regserver"));
+  } else if (start.HasSwitch(u"embedding")) {
+    result = Serve();
+  } else {
+    result = RunAlone(arguments);
+  }
+  apartment.reset();
+  return result;
+}
+
+int Program::Register(bool add) {
+  try {
+    const auto change = add ? RegisterServer : UnregisterServer;
+    change(server_->types(), path_, ScopeOfThisProcess());
+    return kDone;
+  } catch (const AutomationError& error) {
+    ShowMessage((add ? u"Pylon could not be registered." : u"Pylon could not be unregistered.") +
+                std::u16string(u"\r\n") + error.description());
+    return kFailed;
+  }
+}
+
+int Program::Serve() {
+  IdleTimer idle;
+  server_->SetOnIdle([&idle] { idle.Start(IdleTimer::kLastClientMs); });
+  const ClassObjects classes(*server_, ClassObjects::Reach::kOtherProcesses);
+  idle.Start(IdleTimer::kFirstClientMs);
+  MSG message;
+  while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
+    if (idle.Fired(message)) {
+      if (server_->locks() == 0) break;
+      continue;
+    }
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+  }
+  server_->SetOnIdle({});
+  return kDone;
+}
+
+int Program::RunAlone(std::u16string_view arguments) {
+  cCommandLine switches;
+  switches.AddSwitch(u"appid", true);
+  switches.AddSwitch(u"install", false);
+  switches.AddSwitch(u"uninstall", false);
+  switches.AddSwitch(u"database", true);
+  switches.AddSwitch(u"save", true);
+  switches.SetCommandLine(arguments);
+  const std::u16string app_id = switches.SwitchValue(u"appid");
+
+  // Before the first component is made: it may create our classes while it describes itself.
+  const ClassObjects classes(*server_, ClassObjects::Reach::kThisProcess);
+  if (switches.HasSwitch(u"database") && !switches.HasSwitch(u"install") &&
+      !switches.HasSwitch(u"uninstall")) {
+    return Sync(app_id, switches.SwitchValue(u"database"), switches.SwitchValue(u"save"));
+  }
+
+  ComComponentFactory components(*server_);
+  cConduitList conduits(folder_, components, code_page_);
+  frmSetup setup(conduits);
+  std::u16string message;
+  bool done = true;
+  if (switches.HasSwitch(u"install")) {
+    done = setup.InstallConduit(app_id, message);
+    if (done) done = setup.InstallApplication(app_id, message);
+  } else if (switches.HasSwitch(u"uninstall")) {
+    done = setup.UninstallConduit(app_id, message);
+  } else {
+    setup.on_close = [] { ::PostQuitMessage(kDone); };
+    setup.Show();
+    MSG next;
+    while (::GetMessageW(&next, nullptr, 0, 0) > 0) {
+      if (setup.TranslateDialogMessage(next)) continue;
+      ::TranslateMessage(&next);
+      ::DispatchMessageW(&next);
+    }
+    return kDone;
+  }
+  if (!done) ShowMessage(message);
+  return done ? kDone : kFailed;
+}
+
+int Program::Sync(const std::u16string& app_id, const std::u16string& database_type,
+                  const std::u16string& save_folder) {
+  ComComponentFactory components(*server_);
+  auto conduits = std::make_shared<cConduitList>(folder_, components, code_page_);
+
+  frmLog log_window;
+  std::optional<frmStatus> status(std::in_place);
+  status->Create();
+  const auto log = std::make_shared<CLog>(folder_, code_page_, clock_, &log_window);
+  server_->SetRunLog(log);
+  SyncDriver driver({folder_, save_folder, code_page_, clock_, server_->files(), components,
+                     *status, std::move(conduits), log});
+  status->on_cancel = [&driver] { driver.SyncInfo().SetCancelSync(true); };
+
+  std::u16string error;
+  const int16_t type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
+  const bool finished = driver.BeginSync(app_id, type, error);
+  if (finished) {
+    driver.SyncFinish();
+  } else {
+    driver.SyncStop();
+  }
+  server_->SetRunLog(nullptr);
+  status.reset();
+  if (finished) return kDone;
+  if (driver.SyncInfo().CancelSync()) return kCancelled;
+  ShowMessage(error);
+  return kFailed;
+}
+
+}  // namespace pylon

@@ -1,0 +1,261 @@
+// A conduit component for the tests of whole runs. What it does in BeginSynchronize is named by the
+// environment variable PYLON_PROBE; what it saw goes line by line to the file PYLON_PROBE_OUT.
+
+#include <atomic>
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "automation/Com.h"
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "tests/probe/ProbeConduit.h"
+
+namespace pylon {
+namespace {
+
+std::string Setting(const char* name) {
+  const char* value = std::getenv(name);
+  return value ? value : "";
+}
+
+void Note(const std::string& line) {
+  std::ofstream(Setting("PYLON_PROBE_OUT"), std::ios::app) << line << "\n";
+}
+
+HRESULT Fail(HRESULT result, const wchar_t* source, const wchar_t* description) {
+  com::Ptr<ICreateErrorInfo> creator;
+  ::CreateErrorInfo(creator.Receive());
+  creator->SetSource(const_cast<wchar_t*>(source));
+  creator->SetDescription(const_cast<wchar_t*>(description));
+  ::SetErrorInfo(0, creator.As<IErrorInfo>().get());
+  return result;
+}
+
+com::Bstr Text(const char16_t* text) { return com::Bstr(std::u16string_view(text)); }
+
+com::Ptr<::PDBFileSystem> FileSystemOf(::_oSyncInfo* sync) {
+  com::Ptr<::PDBFileSystem> files;
+  com::Check(sync->get_FileSystem(files.Receive()));
+  return files;
+}
+
+// The stream class must come from the run's own process: a direct pointer, no proxy.
+HRESULT NoteStreamIsDirect() {
+  com::Ptr<::_PDBByteStream> stream;
+  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr,
+                                CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID__PDBByteStream,
+                                reinterpret_cast<void**>(stream.Receive())));
+  com::Ptr<IUnknown> proxy;
+  const IID proxy_manager = {0x00000008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+  Note(SUCCEEDED(stream->QueryInterface(proxy_manager, reinterpret_cast<void**>(proxy.Receive())))
+           ? "stream proxy"
+           : "stream direct");
+  return S_OK;
+}
+
+HRESULT WriteRecords(::_oSyncInfo* sync) {
+  const auto files = FileSystemOf(sync);
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  VARIANT name;
+  const com::Bstr text = Text(u"Probe");
+  V_VT(&name) = VT_BSTR;
+  V_BSTR(&name) = text.get();
+  com::Check(files->CreateDatabase(name, database.InOut(), &done));
+  com::Ptr<::PDBDatabase> again;
+  com::Check(files->OpenDatabase(text.get(), again.InOut(), &done));
+  Note(database.get() == again.get() ? "same database" : "another database");
+
+  com::Ptr<::_PDBByteStream> stream;
+  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr, CLSCTX_INPROC_SERVER,
+                                IID__PDBByteStream, reinterpret_cast<void**>(stream.Receive())));
+  long offset = 0;
+  com::Check(stream->LongToByte(0x01020304, &offset, VARIANT_TRUE));
+  long id = 0;
+  short category = 2;
+  ::eRecordAttribute attributes = ::eDirty;
+  com::Check(database->Update(0, &id, &category, &attributes, stream.InOut()));
+  Note("record id " + std::to_string(id));
+  if (Setting("PYLON_PROBE") == "records") com::Check(database->CloseDatabase());
+  return S_OK;
+}
+
+// Works until the user cancels, or for as long as any test waits.
+HRESULT WaitForCancel(::_oSyncInfo* sync) {
+  com::Check(sync->UpdateStatusMain(Text(u"Waiting for Cancel").get()));
+  com::Check(sync->UpdateStatusMaxBar(6000));
+  for (int i = 0; i < 6000; ++i) {
+    com::Check(sync->UpdateStatusDetail(com::Bstr(u"Step " + ToText(i)).get()));
+    com::Check(sync->UpdateStatusIncrementBar(1));
+    VARIANT_BOOL cancelled = VARIANT_FALSE;
+    com::Check(sync->get_CancelSync(&cancelled));
+    if (cancelled) {
+      Note("cancelled");
+      return Fail(E_ABORT, L"Probe", L"Stopped by the user");
+    }
+    ::Sleep(10);
+  }
+  Note("nobody cancelled");
+  return S_OK;
+}
+
+class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
+ public:
+  ~Conduit() {
+    // A component may report as it goes.
+    if (sync_) {
+      sync_->UpdateLog(Text(u"Probe is being released").get());
+      com::Ptr<::PDBFileSystem> files;
+      sync_->get_FileSystem(files.Receive());
+      Note(files ? "file system at release" : "no file system at release");
+    }
+  }
+
+  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
+    *object = nullptr;
+    if (id == IID_IUnknown || id == IID_IDispatch || id == IID_ISyncNotify) {
+      *object = static_cast<::ISyncNotify*>(this);
+    } else if (id == IID_ISupportErrorInfo) {
+      *object = static_cast<ISupportErrorInfo*>(this);
+    } else {
+      return E_NOINTERFACE;
+    }
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
+  STDMETHODIMP_(ULONG) Release() noexcept override {
+    const ULONG left = --references_;
+    if (left == 0) {
+      references_ = 1;
+      delete this;
+    }
+    return left;
+  }
+  STDMETHODIMP GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
+  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
+  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
+    return E_NOTIMPL;
+  }
+  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
+                      UINT*) noexcept override {
+    return E_NOTIMPL;
+  }
+  STDMETHODIMP InterfaceSupportsErrorInfo(REFIID id) noexcept override {
+    return id == IID_ISyncNotify ? S_OK : S_FALSE;
+  }
+
+  STDMETHODIMP BeginSynchronize(::_oSyncInfo** oSync) noexcept override try {
+    Note("BeginSynchronize");
+    ::_oSyncInfo* const sync = *oSync;
+    const std::string what = Setting("PYLON_PROBE");
+    if (what == "error") return Fail(static_cast<HRESULT>(0x800A0005), L"S", L"T");
+    if (what == "mismatch") return DISP_E_TYPEMISMATCH;
+    if (what == "unknown-error") return Fail(static_cast<HRESULT>(0x80041234), L"Probe", L"odd");
+    if (what == "direct") return NoteStreamIsDirect();
+    if (what == "records" || what == "unclosed") return WriteRecords(sync);
+    if (what == "cancel") return WaitForCancel(sync);
+    if (what == "late") {
+      sync_ = com::Ptr<::_oSyncInfo>::Share(sync);
+    } else if (what == "settings") {
+      NoteSettings(sync);
+    }
+    return S_OK;
+  } catch (const AutomationError& error) {
+    Note(std::string("failed: ") + error.what());
+    return E_FAIL;
+  }
+  STDMETHODIMP GetConduitInfo(::eConduitType infoType, BSTR* result) noexcept override {
+    static const std::map<int, const char16_t*> kAnswers = {
+        {::ctVersion, u"1.2"},        {::ctCreatorID, u"PrBe"},
+        {::ctAuthor, u"The testers"}, {::ctApplicationName, u"Probe & Co"},
+        {::ctAppPath, u""},           {::ctIcon, u""},
+    };
+    *result = Text(kAnswers.at(infoType)).Detach();
+    return S_OK;
+  }
+  STDMETHODIMP ConfigureConduit() noexcept override { return S_OK; }
+  STDMETHODIMP SynchronizeClose() noexcept override {
+    Note("SynchronizeClose");
+    return S_OK;
+  }
+
+ private:
+  static void NoteSettings(::_oSyncInfo* sync) {
+    com::Ptr<::_CDevice> device;
+    com::Ptr<::_CConduitInfo> info;
+    com::Check(sync->get_Device(device.Receive()));
+    com::Check(sync->get_ConduitInfo(info.Receive()));
+    DATE last = -1;
+    com::Check(device->get_SyncDateTime(&last));
+    Note(last == 0 ? "first sync" : "synced before");
+    com::Bstr kept;
+    const com::Bstr section = Text(u"Probe");
+    const com::Bstr key = Text(u"Key");
+    com::Check(info->GetSettings(section.get(), key.get(), Text(u"none").get(), kept.Receive()));
+    Note("setting " + ToUtf8(com::Text(kept.get())));
+    com::Variant nothing;
+    com::Check(info->SaveSettings(section.get(), key.get(), Text(u"\u0416 kept").get(),
+                                  nothing.Receive()));
+    ::eDeviceType type = ::dtHotSync;
+    com::Check(device->get_DeviceType(&type));
+    Note("device type " + std::to_string(type));
+  }
+
+  com::Ptr<::_oSyncInfo> sync_;
+  std::atomic<ULONG> references_{1};
+};
+
+// Any object that is no conduit.
+class Stranger final : public IUnknown {
+ public:
+  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
+    *object = id == IID_IUnknown ? this : nullptr;
+    if (!*object) return E_NOINTERFACE;
+    AddRef();
+    return S_OK;
+  }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
+  STDMETHODIMP_(ULONG) Release() noexcept override {
+    const ULONG left = --references_;
+    if (left == 0) delete this;
+    return left;
+  }
+
+ private:
+  std::atomic<ULONG> references_{1};
+};
+
+// Lives as long as the DLL, so it counts nothing.
+template <class T>
+class Factory final : public IClassFactory {
+ public:
+  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
+    *object = id == IID_IUnknown || id == IID_IClassFactory ? this : nullptr;
+    return *object ? S_OK : E_NOINTERFACE;
+  }
+  STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
+  STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
+  STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) noexcept override {
+    auto* const created = new T;
+    const HRESULT result = created->QueryInterface(id, object);
+    created->Release();
+    return result;
+  }
+  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
+};
+
+}  // namespace
+}  // namespace pylon
+
+extern "C" __declspec(dllexport) HRESULT STDAPICALLTYPE
+    ProbeClassObject(REFCLSID id, REFIID iid, void** object) {
+  static pylon::Factory<pylon::Conduit> conduit;
+  static pylon::Factory<pylon::Stranger> stranger;
+  if (id == pylon::kProbeConduit) return conduit.QueryInterface(iid, object);
+  if (id == pylon::kProbeStranger) return stranger.QueryInterface(iid, object);
+  return CLASS_E_CLASSNOTAVAILABLE;
+}

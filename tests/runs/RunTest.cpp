@@ -1,0 +1,254 @@
+// Whole runs of Pylon.exe with a component of the tests, in folders of their own.
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "base/Text.h"
+#include "base/Win32.h"
+#include "tests/automation/Processes.h"
+#include "tests/probe/ProbeRegistration.h"
+
+namespace pylon {
+namespace {
+
+using testing::Process;
+using testing::Quoted;
+
+std::u16string UserName() {
+  wchar_t name[257] = {};
+  DWORD size = 257;
+  return ::GetUserNameW(name, &size) ? FromWide(name) : u"_unknown_";
+}
+
+class RunTest : public ::testing::Test {
+ protected:
+  static void SetUpTestSuite() { testing::RegisterProbe(); }
+
+  void SetUp() override {
+    std::filesystem::copy_file("Pylon.exe", home() / "Pylon.exe");
+    WriteSettings(
+        "[General]\r\n[Probe]\r\nClassID=PylonProbe.Conduit\r\n"
+        "[Empty]\r\n[Gone]\r\nClassID=No.Such\r\n"
+        "[Stranger]\r\nClassID=PylonProbe.Stranger\r\n");
+  }
+
+  const std::filesystem::path& home() const { return folder_.path(); }
+  void WriteSettings(const std::string& text) {
+    std::ofstream(home() / "Pylon.ini", std::ios::binary) << text;
+  }
+  std::filesystem::path NotesFile() const { return home() / "notes.txt"; }
+  std::vector<std::string> Notes() const {
+    std::vector<std::string> lines;
+    std::istringstream text(testing::ReadFile(NotesFile()));
+    for (std::string line; std::getline(text, line);) {
+      lines.push_back(line.substr(0, line.find('\r')));
+    }
+    return lines;
+  }
+  // The texts of the log's lines, without their times.
+  std::vector<std::string> Log() const {
+    const std::filesystem::path user(UserName());
+    std::vector<std::string> lines;
+    std::istringstream text(testing::ReadFile(home() / "Probe" / user / "Probe.log"));
+    for (std::string line; std::getline(text, line);) {
+      const size_t tab = line.find('\t');
+      EXPECT_GT(tab, 8U) << "a time comes first";
+      lines.push_back(line.substr(tab + 1, line.find('\r') - tab - 1));
+    }
+    return lines;
+  }
+
+  Process Start(const std::u16string& arguments, const std::u16string& probe = u"ok") {
+    return Process(Quoted(home() / "Pylon.exe") + u" " + arguments,
+                   {{u"PYLON_PROBE", probe}, {u"PYLON_PROBE_OUT", NotesFile().u16string()}});
+  }
+  DWORD Run(const std::u16string& arguments, const std::u16string& probe = u"ok") {
+    return Start(arguments, probe).Wait().value_or(99);
+  }
+  // Runs into the one message box, reads and closes it.
+  std::u16string RunIntoMessage(const std::u16string& arguments,
+                                const std::u16string& probe = u"ok") {
+    Process process = Start(arguments, probe);
+    const auto box = testing::WaitForMessageBox(process.id());
+    if (!box) return u"(no message box)";
+    EXPECT_EQ(box->title, u"Pylon Manager");
+    testing::PressOk(process.id());
+    EXPECT_EQ(process.Wait().value_or(99), 1U) << "a failed run, and no second box";
+    return box->text;
+  }
+
+ private:
+  testing::TemporaryFolder folder_;
+};
+
+using Strings = std::vector<std::string>;
+
+TEST_F(RunTest, AGoodRunCallsTheComponentAndLogs) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4"), 0U);
+  EXPECT_EQ(Notes(), (Strings{"BeginSynchronize", "SynchronizeClose"}));
+  EXPECT_EQ(Log(), (Strings{"Begin Sync to create files on PC:4", "Sync Finished"}));
+  EXPECT_EQ(Run(u"/APPID probe /database 2"), 0U);
+  EXPECT_EQ(Log().size(), 4U) << "the log grows";
+  EXPECT_EQ(Log()[2], "Begin Sync to create files on PC:2");
+}
+
+TEST_F(RunTest, AnEmptyDatabaseSwitchMeansFilesForWindows) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database"), 0U);
+  EXPECT_EQ(Log()[0], "Begin Sync to create files on PC:4");
+}
+
+TEST_F(RunTest, WhatCannotRunIsToldInOneMessageBox) {
+  const std::u16string ini = (home() / "Pylon.ini").u16string();
+  const std::u16string usage =
+      u"No Application ID Supplied.\r\n"
+      u"Pylon -AppId {application id} -Database {Database type}\r\n\r\n"
+      u"AppId = The Application Id to find the settings in Pylon.ini\r\n"
+      u"Database = the type of database we create PDB files for.\r\n"
+      u"    0- Palm HotSync\r\n    1- Palm VFS\r\n    2- Pocket PC\r\n    3- Symbian\r\n"
+      u"    4- Windows PC (Default)\r\n    5- ActiveSync";
+  const struct {
+    const char16_t* arguments;
+    std::u16string message;
+  } cases[] = {
+      {u"-Database 0", u"No Application ID found for the CreatorID supplied by HotSync."},
+      {u"-Database 2", usage},
+      {u"-AppId Unknown -Database 4", u"This Application 'Unknown' is not registered with Pyln."},
+      {u"-AppId General -Database 4", u"This Application 'General' is not registered with Pyln."},
+      {u"-AppId Empty -Database 4",
+       u"Unable to find this ActiveX ClassID to create the conduit.\r\nApplicationId: Empty\r\n"
+       u"Ini File: " +
+           ini},
+      {u"-AppId Gone -Database 4",
+       u"Unable to load the Active DLL/EXE.  Make sure it is install and registered correctly."
+       u"\r\nNo.Such"},
+      {u"-AppId Stranger -Database 4",
+       u"Active DLL/EXE missing ISyncNotify Implementation.\r\nPylonProbe.Stranger"},
+      {u"-AppId Probe -Database 5",
+       u"ActiveSync Failed to Initialize.  Unable to connect to device."},
+      {u"-AppId Probe -Database 0", u"No HotSync session is running."},
+      {u"-AppId Probe -Database four", u"Run-time error '13':\r\n\r\nType mismatch"},
+      {u"-AppId Probe -Database 40000", u"Run-time error '6':\r\n\r\nOverflow"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ToUtf8(RunIntoMessage(c.arguments)), ToUtf8(c.message)) << ToUtf8(c.arguments);
+  }
+  EXPECT_EQ(Notes(), Strings{}) << "no component was called";
+}
+
+TEST_F(RunTest, AComponentsErrorIsTheUsersMessageAndTheLogs) {
+  const struct {
+    const char16_t* probe;
+    const char* message;
+  } cases[] = {
+      {u"error", "Conduit Error: 5 (S) T"},
+      {u"mismatch", "Conduit Error: 13 () Type mismatch"},
+      {u"unknown-error", "Conduit Error: -2147216844 (Probe) odd"},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(ToUtf8(RunIntoMessage(u"-AppId Probe -Database 4", c.probe)), c.message);
+    EXPECT_EQ(Log().back(), std::string("Sync Failed: ") + c.message);
+  }
+  for (const std::string& note : Notes()) EXPECT_EQ(note, "BeginSynchronize");
+}
+
+TEST_F(RunTest, TheProgramsOwnClassesAreDirectPointersInARun) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"direct"), 0U);
+  EXPECT_EQ(Notes()[1], "stream direct");
+}
+
+TEST_F(RunTest, DatabasesGoToTheSaveFolderElseToThePcFolder) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"records"), 0U);
+  EXPECT_EQ(Notes(),
+            (Strings{"BeginSynchronize", "same database", "record id 1", "SynchronizeClose"}));
+  const std::string first = testing::ReadFile(home() / "Probe" / "Probe.pdb");
+  EXPECT_EQ(first.size(), 78U + 8U + 4U);
+  EXPECT_EQ(first.substr(86), std::string("\x01\x02\x03\x04"));
+
+  const auto save = home() / "elsewhere" / "deep";
+  EXPECT_EQ(Run(u"-AppId Probe -Database 1 -save " + Quoted(save), u"records"), 0U);
+  EXPECT_EQ(testing::ReadFile(save / "Probe.pdb").size(), 90U);
+}
+
+TEST_F(RunTest, ADatabaseThatTheComponentLeavesOpenIsSaved) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"unclosed"), 0U);
+  EXPECT_EQ(testing::ReadFile(home() / "Probe" / "Probe.pdb").size(), 90U);
+}
+
+TEST_F(RunTest, SettingsAndDatesOfTheLastSyncAreKept) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"settings"), 0U);
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"settings"), 0U);
+  EXPECT_EQ(Notes(), (Strings{"BeginSynchronize", "first sync", "setting none", "device type 2",
+                              "SynchronizeClose", "BeginSynchronize", "synced before",
+                              "setting \xD0\x96 kept", "device type 2", "SynchronizeClose"}));
+}
+
+TEST_F(RunTest, AComponentMayCallBackWhileItIsReleased) {
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"late"), 0U);
+  EXPECT_EQ(Notes().back(), "file system at release");
+  EXPECT_EQ(Log().back(), "Probe is being released");
+}
+
+TEST_F(RunTest, CancelEndsARunWithoutAMessage) {
+  const struct {
+    const char* name;
+    UINT message;
+    WPARAM parameter;
+  } cases[] = {
+      {"the button or Esc", WM_COMMAND, IDCANCEL},
+      {"closing the window", WM_CLOSE, 0},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    std::filesystem::remove(NotesFile());
+    Process process = Start(u"-AppId Probe -Database 4", u"cancel");
+    HWND window = nullptr;
+    ASSERT_TRUE(testing::WaitUntil([&] {
+      window = ::FindWindowW(nullptr, L"Probe & Co");
+      return window != nullptr && ::IsWindowVisible(window);
+    }));
+    ::PostMessageW(window, c.message, c.parameter, 0);
+    EXPECT_EQ(process.Wait().value_or(99), 2U);
+    EXPECT_EQ(Notes().back(), "cancelled");
+  }
+}
+
+TEST_F(RunTest, AConduitWithAPcPathKeepsItsFilesThere) {
+  const auto folder = home() / u"\u0416 files";
+  const std::u16string ini =
+      u"\uFEFF[Probe]\nClassID=PylonProbe.Conduit\nPCPath=" + folder.u16string() + u"\n";
+  WriteSettings(std::string(reinterpret_cast<const char*>(ini.data()), ini.size() * 2));
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"records"), 0U);
+  EXPECT_EQ(testing::ReadFile(folder / "Probe.pdb").size(), 90U);
+  EXPECT_FALSE(testing::ReadFile(folder / "AppStore.ini").empty());
+}
+
+TEST_F(RunTest, WithoutADatabaseSwitchTheSetupWindowOpens) {
+  for (const char16_t* arguments : {u"", u"-AppId Probe"}) {
+    Process process = Start(arguments);
+    HWND window = nullptr;
+    ASSERT_TRUE(testing::WaitUntil([&] {
+      window = testing::FindWindowOf(process.id(), L"Pylon.frmSetup");
+      return window != nullptr;
+    })) << ToUtf8(arguments);
+    ::PostMessageW(window, WM_CLOSE, 0, 0);
+    EXPECT_EQ(process.Wait().value_or(99), 0U);
+  }
+  EXPECT_EQ(Notes(), Strings{});
+}
+
+TEST_F(RunTest, InstallWinsOverUninstallAndBothOverDatabase) {
+  const std::u16string install = RunIntoMessage(u"-AppId Probe -install");
+  EXPECT_EQ(RunIntoMessage(u"-AppId Probe -Database 4 -uninstall -install"), install);
+  const std::u16string uninstall = RunIntoMessage(u"-AppId Probe -uninstall -Database 4");
+  EXPECT_NE(uninstall, install);
+  EXPECT_EQ(Notes(), Strings{}) << "no sync ran";
+}
+
+}  // namespace
+}  // namespace pylon
