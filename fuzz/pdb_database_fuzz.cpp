@@ -1,0 +1,157 @@
+// Opens any bytes as a PDB file and holds the database to what it shows: a file that was only read
+// stays as it is, and what was changed, removed and added is what the saved file gives back.
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <span>
+#include <vector>
+
+#include "base/AutomationError.h"
+#include "pdb/PDBFormat.h"
+#include "tests/support/PdbTesting.h"
+
+namespace pylon {
+namespace {
+
+using testing::BlockOf;
+using testing::DatabaseFile;
+using testing::Put;
+using testing::ReadAll;
+using testing::Record;
+using testing::StreamOf;
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+struct Content {
+  std::vector<Record> records;
+  Bytes app_info, sort_info;
+};
+
+Content ReadContent(PDBDatabase& database) {
+  Content content;
+  content.records = ReadAll(database);
+  PDBByteStream stream;
+  database.ReadAppInfoBlock(stream);
+  content.app_info = BlockOf(stream);
+  database.ReadSortInfoBlock(stream);
+  content.sort_info = BlockOf(stream);
+  return content;
+}
+
+// Drives changes from the input's own bytes, the same for the same input.
+class Choices {
+ public:
+  explicit Choices(ByteSpan bytes) : bytes_(bytes) {}
+  uint32_t Draw(uint32_t below) {
+    if (at_ < bytes_.size()) state_ ^= std::to_integer<uint32_t>(bytes_[at_++]);
+    state_ = state_ * 1664525u + 1013904223u;
+    return (state_ >> 8) % below;
+  }
+
+ private:
+  ByteSpan bytes_;
+  size_t at_ = 0;
+  uint32_t state_ = 1;
+};
+
+void Change(PDBDatabase& database, Content& content, Choices& choices) {
+  std::vector<Record>& records = content.records;
+  for (uint32_t steps = choices.Draw(20); steps > 0; --steps) {
+    const auto at = records.empty() ? 0 : choices.Draw(static_cast<uint32_t>(records.size()));
+    const int32_t index = static_cast<int32_t>(at) + 1;
+    Record record;
+    record.data = Bytes(choices.Draw(40), std::byte(steps));
+    record.category = static_cast<int16_t>(choices.Draw(8));
+    record.attributes = static_cast<int32_t>(choices.Draw(16)) << 4;
+    switch (choices.Draw(5)) {
+      case 0:
+        record.id = Put(database, 0, record);
+        records.push_back(record);
+        break;
+      case 1:
+        if (records.empty()) break;
+        record.id = Put(database, index, record);
+        records[at] = record;
+        break;
+      case 2: {
+        if (records.empty()) break;
+        int32_t id = 0, attributes = 0;
+        int16_t category = 0;
+        PDBByteStream stream;
+        Check(database.ReadNextByIndex(index, id, category, attributes, stream));
+        database.Remove(id);  // of records that share an id, the one just read
+        records.erase(records.begin() + at);
+        break;
+      }
+      case 3:
+        database.RemoveWithDeleteFlag();
+        std::erase_if(records, [](const Record& r) { return (r.attributes & eDelete) != 0; });
+        break;
+      case 4:
+        content.app_info = record.data;
+        database.WriteAppInfoBlock(StreamOf(record.data));
+        break;
+    }
+  }
+}
+
+// An id of 0 is one that the save may give; all others stay.
+void Compare(Content expected, const Content& saved, eDatabaseForType database_for) {
+  Check(saved.records.size() == expected.records.size());
+  for (size_t i = 0; i < saved.records.size(); ++i) {
+    Record& record = expected.records[i];
+    if (record.id == 0 && !record.data.empty() && database_for != dftPalmHotSync) {
+      record.id = saved.records[i].id;
+      Check(record.id != 0);
+      Check(std::ranges::count(saved.records, record.id, &Record::id) == 1);
+    }
+    Check(saved.records[i] == record);
+  }
+  for (Bytes* block : {&expected.app_info, &expected.sort_info}) {
+    block->resize(BlockArea(block->size(), database_for));
+  }
+  Check(saved.app_info == expected.app_info);
+  Check(saved.sort_info == expected.sort_info);
+}
+
+void Run(ByteSpan input) {
+  if (input.empty()) return;
+  const auto database_for = static_cast<eDatabaseForType>(std::to_integer<int>(input[0]) % 6);
+  const Bytes image(input.begin() + 1, input.end());
+  DatabaseFile file(image);
+  const auto database = file.Database(database_for);
+  try {
+    if (!database->OpenDatabase()) {
+      Check(!file.log->lines.empty() && file.bytes() == image);
+      return;
+    }
+    Content content = ReadContent(*database);
+    database->CloseDatabase();
+    Check(file.bytes() == image);
+
+    Check(database->OpenDatabase());
+    Choices choices(image);
+    Change(*database, content, choices);
+    database->SetPDBDatabaseName(u"Changed");  // so that there is something to save
+    const Content changed = ReadContent(*database);
+    database->CloseDatabase();
+    Check(database->OpenDatabase());
+    Compare(content, ReadContent(*database), database_for);
+    Compare(changed, ReadContent(*database), database_for);
+  } catch (const AutomationError& error) {
+    Check(error.number() == 6);  // blocks too large, ids that have run out
+    database->Abandon();
+    Check(file.bytes() == image);
+  }
+}
+
+}  // namespace
+}  // namespace pylon
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  pylon::Run(std::as_bytes(std::span(data, size)));
+  return 0;
+}
