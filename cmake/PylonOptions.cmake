@@ -40,7 +40,8 @@ configure_file(resources/version.h.in "${PYLON_GENERATED_DIR}/version.h" @ONLY)
 add_library(pylon_options INTERFACE)
 target_include_directories(pylon_options INTERFACE "${CMAKE_SOURCE_DIR}/src")
 target_compile_options(pylon_options INTERFACE
-  -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wextra-semi)
+  -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wextra-semi
+  -Wdeprecated-copy-dtor)
 if(WIN32)
   # GetProcAddress hands out FARPROC for every function; the cast is the interface.
   target_compile_options(pylon_options INTERFACE -Wno-cast-function-type)
