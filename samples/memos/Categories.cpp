@@ -1,0 +1,69 @@
+#include "Categories.h"
+
+namespace memos {
+namespace {
+
+constexpr size_t kNames = 2, kNameSize = 16, kIds = 258, kSize = 276;
+constexpr size_t kMemoSize = kSize + 4;  // a fresh block with the memo application's sort order
+
+// Ids from here on are given out by PCs, those below by handhelds.
+constexpr unsigned char kFirstId = 128;
+
+}  // namespace
+
+Categories::Categories(std::string app_info, const SystemText& system)
+    : app_info_(std::move(app_info)), system_(&system) {
+  if (app_info_.size() < kSize) {
+    const bool fresh = app_info_.empty();
+    app_info_.resize(fresh ? kMemoSize : kSize);
+    changed_ = true;
+    if (fresh) SetName(0, "Unfiled");
+  }
+}
+
+std::u16string Categories::Name(int category) const {
+  const size_t at = kNames + kNameSize * static_cast<size_t>(category);
+  const std::string_view field = std::string_view(app_info_).substr(at, kNameSize);
+  return system_->Decode(field.substr(0, field.find('\0')));
+}
+
+void Categories::SetName(int category, std::string_view name) {
+  const size_t at = kNames + kNameSize * static_cast<size_t>(category);
+  app_info_.replace(at, kNameSize, std::string(name) + std::string(kNameSize - name.size(), '\0'));
+  changed_ = true;
+}
+
+std::u16string Categories::Folder(int category) const {
+  if (category == 0) return {};
+  const std::u16string name = Name(category);
+  return NameFor(name.empty() ? u"Category " + *FromUtf8(std::to_string(category)) : name);
+}
+
+std::optional<int> Categories::Find(std::u16string_view folder) const {
+  if (folder.empty()) return 0;
+  const std::u16string wanted = system_->FoldCase(folder);
+  if (system_->FoldCase(NameFor(Name(0))) == wanted) return 0;
+  for (int i = 1; i < kCount; ++i) {
+    if (system_->FoldCase(Folder(i)) == wanted) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<int> Categories::Add(std::u16string_view folder) {
+  const auto name = system_->Encode(folder);
+  // A name that would come back as another one would never be found again.
+  if (system_->FoldCase(NameFor(folder)) != system_->FoldCase(folder)) return std::nullopt;
+  if (!name || name->empty() || name->size() > kMaxName) return std::nullopt;
+  for (int i = 1; i < kCount; ++i) {
+    if (!Name(i).empty()) continue;
+    const std::string_view ids = std::string_view(app_info_).substr(kIds, kCount);
+    unsigned char id = kFirstId;
+    while (ids.find(static_cast<char>(id)) != std::string_view::npos) ++id;
+    app_info_[kIds + static_cast<size_t>(i)] = static_cast<char>(id);
+    SetName(i, *name);
+    return i;
+  }
+  return std::nullopt;
+}
+
+}  // namespace memos

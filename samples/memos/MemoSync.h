@@ -1,0 +1,79 @@
+#pragma once
+
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Categories.h"
+#include "Folder.h"
+#include "Plan.h"
+#include "WindowsText.h"
+#include "com.h"
+
+// After the standard headers: it takes the macro EOF away.
+#include "Pylon.h"
+
+namespace memos {
+
+// One sync between the folder of text files and the database MemoDB.
+//
+// Reads both sides whole, plans, then does step by step. Whatever ends it early, Cancel included,
+// keeps what was done: the database is saved, and the next sync goes on from there.
+class MemoSync {
+ public:
+  explicit MemoSync(_oSyncInfo* sync);
+
+  void Run();  // throws com::Error
+
+ private:
+  void OpenDatabase();
+  void FindFolder();
+  void ReadRecords();
+  void ReadFolder();
+  void ReadHistoryFile();
+
+  void Apply(const std::vector<Step>& steps);
+  void Do(const Step& step);
+  void Merge(const Step& step);
+  void Conflict(const Step& step);
+  void Store(MemoRecord& record);
+  void Save();
+
+  std::string ReadAppInfo();
+  std::u16string Setting(std::u16string_view key, std::u16string_view default_value) const;
+  std::string Stamp() const;
+
+  void Phase(std::u16string_view text, size_t steps);
+  void Progress(std::u16string_view detail);
+  void StopIfCancelled() const;
+  void Log(std::u16string_view text) const;
+
+  WindowsText system_;
+  com::Ptr<_oSyncInfo> sync_;
+  com::Ptr<_CConduitInfo> conduit_;
+  com::Ptr<PDBDatabase> database_;
+  com::Ptr<_PDBByteStream> stream_;  // carries every record and block
+
+  std::filesystem::path app_folder_;
+  std::filesystem::path folder_path_;
+  std::filesystem::path history_path_;
+  long pause_ = 0;  // milliseconds after each step
+  ULONGLONG shown_at_ = 0;
+  long steps_to_show_ = 0;  // since then
+
+  std::optional<Folder> folder_;
+  std::optional<Categories> categories_;
+  std::vector<MemoFile> files_;
+  std::vector<MemoRecord> records_;
+  History history_;  // of the last sync; each step that is done brings its entry up to date
+
+  struct {
+    int added, updated, removed;             // records
+    int written, rewritten, moved, deleted;  // files
+    int skipped, conflicts;
+  } count_ = {};
+};
+
+}  // namespace memos

@@ -1,0 +1,174 @@
+#include "Text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cwchar>
+#include <locale>
+
+namespace memos {
+namespace {
+
+using Utf8 = std::codecvt<char16_t, char8_t, std::mbstate_t>;
+
+const Utf8& Utf8Facet() { return std::use_facet<Utf8>(std::locale::classic()); }
+
+constexpr std::u16string_view kBlanks = u" \t\r\n";
+constexpr size_t kMaxName = 60;
+
+std::u16string FromUtf16(std::string_view bytes, size_t low) {
+  std::u16string text(bytes.size() / 2, u'\0');
+  for (size_t i = 0; i < text.size(); ++i) {
+    const auto byte = [&](size_t n) { return static_cast<unsigned char>(bytes[2 * i + n]); };
+    text[i] = static_cast<char16_t>(byte(1 - low) << 8 | byte(low));
+  }
+  return text;
+}
+
+// CR LF and lone CR become LF.
+template <class String>
+String WithLf(const String& text) {
+  String result;
+  result.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\r') {
+      result += text[i];
+    } else if (i + 1 == text.size() || text[i + 1] != '\n') {
+      result += '\n';
+    }
+  }
+  return result;
+}
+
+bool IsControl(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 && byte != '\t' && byte != '\n' && byte != '\r' && byte != '\f';
+}
+
+char32_t CodePoint(std::u16string_view character) {
+  if (character.size() == 1) return character[0];
+  return 0x10000 + ((character[0] - 0xD800u) << 10) + (character[1] - 0xDC00u);
+}
+
+// Names the first character that the code page lacks.
+std::u16string Missing(std::u16string_view text, const SystemText& system) {
+  size_t line = 1;
+  for (size_t i = 0; i < text.size(); ++i) {
+    const bool pair = text[i] >= 0xD800 && text[i] < 0xDC00 && i + 1 < text.size();
+    const std::u16string_view character = text.substr(i, pair ? 2 : 1);
+    if (text[i] == u'\n') ++line;
+    if (!system.Encode(character)) {
+      char code[24];
+      std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(CodePoint(character)));
+      return u"the handheld's code page lacks the character " + *FromUtf8(code) + u" in line " +
+             *FromUtf8(std::to_string(line));
+    }
+    if (pair) ++i;
+  }
+  return u"the handheld's code page lacks some of its characters";
+}
+
+}  // namespace
+
+std::optional<std::u16string> FromUtf8(std::string_view bytes) {
+  std::u16string text(bytes.size(), u'\0');
+  const auto* const from = reinterpret_cast<const char8_t*>(bytes.data());
+  const char8_t* stopped = from;
+  char16_t* end = text.data();
+  std::mbstate_t state{};
+  const auto result = Utf8Facet().in(state, from, from + bytes.size(), stopped, text.data(),
+                                     text.data() + text.size(), end);
+  if (result != Utf8::ok || stopped != from + bytes.size()) return std::nullopt;
+  text.resize(static_cast<size_t>(end - text.data()));
+  return text;
+}
+
+std::string ToUtf8(std::u16string_view text) {
+  std::string bytes;
+  while (!text.empty()) {
+    std::array<char8_t, 256> piece;
+    const char16_t* stopped = text.data();
+    char8_t* end = piece.data();
+    std::mbstate_t state{};
+    Utf8Facet().out(state, text.data(), text.data() + text.size(), stopped, piece.data(),
+                    piece.data() + piece.size(), end);
+    bytes.append(piece.data(), end);
+    if (stopped == text.data()) {
+      bytes += '?';
+      ++stopped;
+    }
+    text.remove_prefix(static_cast<size_t>(stopped - text.data()));
+  }
+  return bytes;
+}
+
+FileText ReadFileText(std::string_view bytes, const SystemText& system) {
+  std::optional<std::u16string> text;
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    if (bytes.size() % 2 != 0) return {{}, u"it is not text: half a character at its end"};
+    text = FromUtf16(bytes.substr(2), bytes[0] == '\xFF' ? 0 : 1);
+  } else {
+    const bool marked = bytes.starts_with("\xEF\xBB\xBF");
+    text = FromUtf8(bytes.substr(marked ? 3 : 0));
+    if (!text) {
+      if (marked || std::ranges::any_of(bytes, IsControl)) {
+        return {{}, u"it is not text: neither UTF-8 nor the code page's characters"};
+      }
+      text = system.Decode(bytes);
+    }
+  }
+  if (text->find(u'\0') != std::u16string::npos) return {{}, u"it is not text: it has zero bytes"};
+  if (text->find_first_not_of(kBlanks) == std::u16string::npos) return {{}, u"it is empty"};
+
+  const std::u16string lines = WithLf(*text);
+  auto memo = system.Encode(lines);
+  if (!memo) return {{}, Missing(lines, system)};
+  if (memo->size() <= kMaxMemo) return {std::move(*memo), {}};
+  auto problem = u"it is too long: " + *FromUtf8(std::to_string(memo->size())) +
+                 u" bytes, a memo has up to " + *FromUtf8(std::to_string(kMaxMemo));
+  return {std::move(*memo), std::move(problem)};
+}
+
+std::string WriteFileText(std::string_view memo, const SystemText& system) {
+  std::u16string lines;
+  for (const char16_t c : system.Decode(memo)) {
+    if (c == u'\n') lines += u'\r';
+    lines += c;
+  }
+  return ToUtf8(lines);
+}
+
+std::string MemoOfRecord(std::string_view bytes) {
+  return WithLf(std::string(bytes.substr(0, bytes.find('\0'))));
+}
+
+std::u16string NameFor(std::u16string_view text) {
+  text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+  std::u16string name(text.substr(0, std::min(text.find_first_of(u"\r\n"), kMaxName)));
+  for (char16_t& c : name) {
+    if (c < 0x20 || std::u16string_view(u"<>:\"/\\|?*").find(c) != std::u16string_view::npos) {
+      c = u'_';
+    }
+  }
+  if (!name.empty() && name.back() >= 0xD800 && name.back() < 0xDC00) name.pop_back();
+  // Windows drops blanks and dots at the end of a name; "." and "~" at its start mean hidden and
+  // temporary files, which are passed over.
+  name.resize(name.find_last_not_of(u" .") + 1);
+  if (name.empty()) return u"Untitled";
+  if (name.front() == u'.' || name.front() == u'~') name.insert(name.begin(), u'_');
+
+  // Names of devices, with any extension.
+  std::string base;
+  for (const char16_t c : name.substr(0, name.find(u'.'))) {
+    base += c < 0x80 ? static_cast<char>(c >= u'a' && c <= u'z' ? c - u'a' + u'A' : c) : '?';
+  }
+  base.resize(base.find_last_not_of(' ') + 1);
+  const bool numbered = base.size() == 4 && (base.starts_with("COM") || base.starts_with("LPT")) &&
+                        base[3] >= '0' && base[3] <= '9';
+  if (numbered || base == "CON" || base == "PRN" || base == "AUX" || base == "NUL") {
+    name.insert(name.begin(), u'_');
+  }
+  return name;
+}
+
+}  // namespace memos

@@ -1,0 +1,99 @@
+#include "samples/memos/Folder.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "tests/memos/Latin1.h"
+
+namespace memos {
+namespace {
+
+namespace fs = std::filesystem;
+
+class FolderTest : public testing::Test {
+ protected:
+  FolderTest() {
+    fs::remove_all(root_);
+    fs::create_directories(root_ / u"Work" / u"Old");
+  }
+  ~FolderTest() override { fs::remove_all(root_); }
+
+  void Put(const fs::path& path, std::string_view bytes) { WriteBytes(root_ / path, bytes); }
+  MemoFile Read(const std::u16string& folder, const std::u16string& name) {
+    MemoFile file;
+    file.folder = folder;
+    file.name = name;
+    folder_.Read(file, Latin1());
+    return file;
+  }
+  std::vector<std::string> Listed() {
+    std::vector<std::u16string> left_out;
+    std::vector<std::string> names;
+    for (const MemoFile& file : folder_.List(left_out)) {
+      names.push_back(ToUtf8(file.folder + u"/" + file.name));
+    }
+    return names;
+  }
+
+  const fs::path root_ = fs::temp_directory_path() / "pylon-memos-folder-test";
+  const Folder folder_{root_};
+};
+
+using Names = std::vector<std::string>;
+
+TEST_F(FolderTest, ListsItsFilesAndThoseOneLevelDown) {
+  for (const char* name : {"b.txt", "a.md", ".hidden", "~a.md", "x.tmp", "desktop.ini"})
+    Put(name, "x");
+  Put(fs::path(u"Work") / u"\u4E2D.txt", "x");
+  Put("Work/Old/c.txt", "x");
+  EXPECT_EQ(Listed(), (Names{"/a.md", "/b.txt", "Work/\xE4\xB8\xAD.txt"}));
+  std::vector<std::u16string> left_out;
+  folder_.List(left_out);
+  EXPECT_EQ(left_out, std::vector<std::u16string>{u"Work\\Old"});
+  EXPECT_THROW(Folder(root_ / "missing").List(left_out), fs::filesystem_error);
+}
+
+TEST_F(FolderTest, ReadsAFileOrSaysWhyNot) {
+  Put("a.txt", "Title\r\ntext");
+  Put("big.txt", std::string(70'000, 'x'));
+  EXPECT_EQ(Read(u"", u"a.txt").memo, "Title\ntext");
+  EXPECT_EQ(Read(u"", u"a.txt").title, u"TITLE");
+  EXPECT_NE(Read(u"", u"big.txt").problem, u"");
+  EXPECT_NE(Read(u"", u"missing.txt").problem, u"");
+}
+
+TEST_F(FolderTest, NewAndMovedFilesNeverTakeAnothersPlace) {
+  EXPECT_EQ(folder_.Create(u"New", u"Title", "1"), u"Title.txt");
+  EXPECT_EQ(folder_.Create(u"New", u"Title", "2"), u"Title (2).txt");
+  Put("Title.txt", "3");
+  EXPECT_EQ(folder_.Move(Read(u"", u"Title.txt"), u"New"), u"Title (3).txt");
+  EXPECT_EQ(Listed(), (Names{"New/Title (2).txt", "New/Title (3).txt", "New/Title.txt"}));
+  EXPECT_EQ(ReadBytes(root_ / "New" / "Title.txt"), "1");
+}
+
+TEST_F(FolderTest, AFileThatChangedMeanwhileIsLeftAlone) {
+  Put("a.txt", "old");
+  const MemoFile file = Read(u"", u"a.txt");
+  Put("a.txt", "new");
+  fs::last_write_time(root_ / "a.txt", file.time + std::chrono::seconds(2));
+  EXPECT_THROW(folder_.Replace(file, "x"), FileError);
+  EXPECT_THROW(folder_.Move(file, u"Work"), FileError);
+  EXPECT_THROW(folder_.Delete(file), FileError);
+  EXPECT_EQ(ReadBytes(root_ / "a.txt"), "new");
+
+  folder_.Replace(Read(u"", u"a.txt"), "newer");
+  EXPECT_EQ(ReadBytes(root_ / "a.txt"), "newer");
+  folder_.Delete(Read(u"", u"a.txt"));
+  EXPECT_EQ(Listed(), Names{});
+}
+
+TEST_F(FolderTest, AFailedWriteLeavesNothingBehind) {
+  EXPECT_THROW(WriteBytes(root_ / "missing" / "a.txt", "x"), FileError);
+  EXPECT_THROW(WriteBytes(root_ / "Work", "x"), FileError) << "a folder has the name";
+  EXPECT_EQ(Listed(), Names{});
+  EXPECT_FALSE(fs::exists(root_ / "~Work"));
+}
+
+}  // namespace
+}  // namespace memos

@@ -1,0 +1,257 @@
+#include "samples/memos/Plan.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "tests/memos/Latin1.h"
+
+namespace memos {
+namespace {
+
+using Files = std::vector<MemoFile>;
+using Records = std::vector<MemoRecord>;
+
+MemoFile File(const char16_t* name, std::string memo, int category = 0) {
+  MemoFile file;
+  file.name = name;
+  file.folder = category ? std::u16string(1, static_cast<char16_t>(u'0' + category)) : u"";
+  file.category = category;
+  file.memo = std::move(memo);
+  file.title = Latin1().FoldCase(NameFor(Latin1().Decode(file.memo)));
+  return file;
+}
+
+MemoFile Problem(const char16_t* name, std::string memo = {}) {
+  MemoFile file = File(name, std::move(memo));
+  file.problem = u"too long";
+  return file;
+}
+
+MemoRecord Record(long id, std::string memo, int category = 0) {
+  MemoRecord record;
+  record.id = id;
+  record.category = category;
+  record.memo = std::move(memo);
+  record.title = Latin1().FoldCase(NameFor(Latin1().Decode(record.memo)));
+  return record;
+}
+
+MemoRecord Changed(long id, std::string memo, int category = 0) {
+  MemoRecord record = Record(id, std::move(memo), category);
+  record.dirty = true;
+  return record;
+}
+
+MemoRecord Deleted(long id, std::string memo, bool archived = false) {
+  MemoRecord record = Record(id, std::move(memo));
+  record.deleted = true;
+  record.archived = archived;
+  return record;
+}
+
+Synced Last(const MemoFile& file) {
+  return {HashOf(file.memo), file.category, file.folder, file.name};
+}
+
+// "merge a.txt 7 = text @1": file, record, memo and category of a step, "-" for what is missing.
+std::string Describe(const std::vector<Step>& steps) {
+  constexpr const char* kNames[] = {"merge", "conflict", "remove", "delete", "archive", "skip"};
+  std::ostringstream text;
+  for (const Step& step : steps) {
+    text << (&step == &steps.front() ? "" : "; ") << kNames[static_cast<int>(step.action)] << ' '
+         << (step.file ? ToUtf8(step.file->name) : "-") << ' '
+         << (step.record ? std::to_string(step.record->id) : "-");
+    if (step.memo) text << " = " << *step.memo << " @" << step.category;
+  }
+  return text.str();
+}
+
+TEST(Plan, DecidesByWhatChangedSinceTheLastSync) {
+  const MemoFile old = File(u"a.txt", "old");
+  const MemoFile old_in_1 = File(u"a.txt", "old", 1);
+  const struct {
+    const char* name;
+    Files files;
+    Records records;
+    History history;
+    const char* steps;
+  } cases[] = {
+      {"nothing changed", {old}, {Record(7, "old")}, {{7, Last(old)}}, "merge a.txt 7 = old @0"},
+      {"new file", {old}, {}, {}, "merge a.txt - = old @0"},
+      {"new record", {}, {Record(7, "old", 2)}, {}, "merge - 7 = old @2"},
+      {"file changed",
+       {File(u"a.txt", "new")},
+       {Record(7, "old")},
+       {{7, Last(old)}},
+       "merge a.txt 7 = new @0"},
+      {"record changed", {old}, {Changed(7, "new")}, {{7, Last(old)}}, "merge a.txt 7 = new @0"},
+      {"both changed alike",
+       {File(u"a.txt", "new")},
+       {Changed(7, "new")},
+       {{7, Last(old)}},
+       "merge a.txt 7 = new @0"},
+      {"both changed",
+       {File(u"a.txt", "here")},
+       {Changed(7, "there")},
+       {{7, Last(old)}},
+       "conflict a.txt 7 = there @0; merge a.txt - = here @0"},
+      {"file gone", {}, {Record(7, "old")}, {{7, Last(old)}}, "remove - 7"},
+      {"file gone, record changed",
+       {},
+       {Changed(7, "new")},
+       {{7, Last(old)}},
+       "merge - 7 = new @0"},
+      {"file gone, record moved",
+       {},
+       {Record(7, "old", 3)},
+       {{7, Last(old)}},
+       "merge - 7 = old @3"},
+      {"record deleted", {old}, {Deleted(7, "old")}, {{7, Last(old)}}, "delete a.txt 7"},
+      {"record deleted, data too", {old}, {Deleted(7, "")}, {{7, Last(old)}}, "delete a.txt 7"},
+      {"record deleted, file changed",
+       {File(u"a.txt", "new")},
+       {Deleted(7, "old")},
+       {{7, Last(old)}},
+       "merge a.txt - = new @0"},
+      {"record deleted, never synced", {old}, {Deleted(7, "old")}, {}, "merge a.txt - = old @0"},
+      {"record archived",
+       {old},
+       {Deleted(7, "old", true)},
+       {{7, Last(old)}},
+       "archive - 7 = old @0; delete a.txt 7"},
+      {"record and file gone", {}, {}, {{7, Last(old)}}, ""},
+      {"record gone without a trace", {old}, {}, {{7, Last(old)}}, "merge a.txt - = old @0"},
+      {"record emptied", {old}, {Changed(7, "")}, {{7, Last(old)}}, "merge a.txt 7 = old @0"},
+      {"record of another database",
+       {old},
+       {Record(7, "foreign")},
+       {{7, Last(old)}},
+       "merge a.txt - = old @0; merge - 7 = foreign @0"},
+      {"file gone, record of another database",
+       {},
+       {Record(7, "foreign")},
+       {{7, Last(old)}},
+       "merge - 7 = foreign @0"},
+      {"empty record", {}, {Record(7, "")}, {}, ""},
+      {"record moved", {old}, {Record(7, "old", 2)}, {{7, Last(old)}}, "merge a.txt 7 = old @2"},
+      {"record moved, file changed",
+       {File(u"a.txt", "new")},
+       {Record(7, "old", 2)},
+       {{7, Last(old)}},
+       "merge a.txt 7 = new @2"},
+      {"file moved", {old_in_1}, {Record(7, "old")}, {{7, Last(old)}}, "merge a.txt 7 = old @1"},
+      {"file and record moved",
+       {old_in_1},
+       {Record(7, "old", 2)},
+       {{7, Last(old)}},
+       "merge a.txt 7 = old @1"},
+      {"file renamed",
+       {File(u"b.txt", "old")},
+       {Record(7, "old")},
+       {{7, Last(old)}},
+       "merge b.txt 7 = old @0"},
+      {"file renamed and changed below its title",
+       {File(u"b.txt", "old\nmore")},
+       {Record(7, "old")},
+       {{7, Last(old)}},
+       "merge b.txt 7 = old\nmore @0"},
+      {"title changed in the file",
+       {File(u"a.txt", "Other")},
+       {Record(7, "old")},
+       {{7, Last(old)}},
+       "merge a.txt 7 = Other @0"},
+      {"file unreadable",
+       {Problem(u"a.txt")},
+       {Record(7, "old")},
+       {{7, Last(old)}},
+       "skip a.txt 7"},
+      {"file unreadable, record changed",
+       {Problem(u"a.txt")},
+       {Changed(7, "new")},
+       {{7, Last(old)}},
+       "skip a.txt 7"},
+      {"file unreadable and new", {Problem(u"a.txt")}, {}, {}, "skip a.txt -"},
+      {"too long a memo that came from the handheld",
+       {Problem(u"a.txt", "long")},
+       {Record(7, "long")},
+       {{7, Last(File(u"a.txt", "long"))}},
+       "merge a.txt 7 = long @0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(Describe(MakePlan(c.files, c.records, c.history)), c.steps);
+  }
+}
+
+TEST(Plan, WithoutAHistoryMatchesByTextThenByTitle) {
+  const struct {
+    const char* name;
+    Files files;
+    Records records;
+    const char* steps;
+  } cases[] = {
+      {"same text", {File(u"any.txt", "T\n1")}, {Record(7, "T\n1")}, "merge any.txt 7 = T\n1 @0"},
+      {"same text in another category",
+       {File(u"any.txt", "T\n1", 1)},
+       {Record(7, "T\n1")},
+       "merge any.txt 7 = T\n1 @1"},
+      {"same text, the own category first",
+       {File(u"any.txt", "T", 1)},
+       {Record(7, "T"), Record(8, "T", 1)},
+       "merge any.txt 8 = T @1; merge - 7 = T @0"},
+      {"same title, other text: nobody knows which is newer",
+       {File(u"t.txt", "t\nhere")},
+       {Record(7, "T\nthere")},
+       "conflict t.txt 7 = T\nthere @0; merge t.txt - = t\nhere @0"},
+      {"same title, another category: two memos",
+       {File(u"t.txt", "T\nhere", 1)},
+       {Record(7, "T\nthere")},
+       "merge t.txt - = T\nhere @1; merge - 7 = T\nthere @0"},
+      {"duplicates pair one to one",
+       {File(u"1.txt", "T"), File(u"2.txt", "T"), File(u"3.txt", "T")},
+       {Record(7, "T"), Record(8, "T")},
+       "merge 1.txt 7 = T @0; merge 2.txt 8 = T @0; merge 3.txt - = T @0"},
+      {"records without ids",
+       {},
+       {Record(0, "T"), Record(0, "T")},
+       "merge - 0 = T @0; merge - 0 = T @0"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(Describe(MakePlan(c.files, c.records, {})), c.steps);
+  }
+}
+
+TEST(Plan, RemovesLast) {
+  const MemoFile gone = File(u"gone.txt", "gone"), dead = File(u"dead.txt", "dead");
+  const Files files = {dead, File(u"new.txt", "new")};
+  const Records records = {Record(1, "gone"), Deleted(2, "dead"), Record(3, "added")};
+  EXPECT_EQ(Describe(MakePlan(files, records, {{1, Last(gone)}, {2, Last(dead)}})),
+            "merge new.txt - = new @0; merge - 3 = added @0; delete dead.txt 2; remove - 1");
+}
+
+TEST(History, ComesBackFromItsFileUnlessItIsOfAnotherDatabase) {
+  const History history = {{1, {HashOf("a"), 0, u"", u"a b.txt"}},
+                           {0xFFFFFF, {HashOf("b"), 0, u"Work", u"\u4E2D\u6587 (2).txt"}}};
+  const std::string text = WriteHistory(history, "stamp");
+  const History read = ReadHistory(text, "stamp");
+  ASSERT_EQ(read.size(), 2u);
+  EXPECT_EQ(read.at(1).name, u"a b.txt");
+  EXPECT_EQ(read.at(1).folder, u"");
+  EXPECT_EQ(read.at(0xFFFFFF).name, u"\u4E2D\u6587 (2).txt");
+  EXPECT_EQ(read.at(0xFFFFFF).folder, u"Work");
+  EXPECT_EQ(read.at(0xFFFFFF).hash, HashOf("b"));
+  EXPECT_TRUE(ReadHistory(text, "other stamp").empty());
+}
+
+TEST(History, ADamagedFileReadsAsEmpty) {
+  const std::string head = WriteHistory({}, "stamp");
+  for (const char* line : {"x", "1", "1 zz", "0 1 \\a.txt", "1 1 a.txt", "1 1 \\", "1 1 \\\xFF"}) {
+    EXPECT_TRUE(ReadHistory(head + "5 1 \\good.txt\n" + line + "\n", "stamp").empty()) << line;
+  }
+  EXPECT_TRUE(ReadHistory("", "stamp").empty());
+}
+
+}  // namespace
+}  // namespace memos
