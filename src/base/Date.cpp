@@ -71,6 +71,8 @@ bool Exists(const DateParts& parts, const year_month_day& day) {
 }
 
 std::optional<Date> FromParts(const DateParts& parts) {
+  // Before the calendar's own types, which hold no more than a byte.
+  if (parts.month < 1 || parts.month > 12 || parts.day < 1 || parts.day > 31) return std::nullopt;
   const year_month_day day(std::chrono::year(parts.year),
                            std::chrono::month(static_cast<unsigned>(parts.month)),
                            std::chrono::day(static_cast<unsigned>(parts.day)));

@@ -21,8 +21,8 @@ namespace pylon {
 // relies on it. Offsets are zero-based.
 //
 // Errors: 9 for an access outside the buffer, below its lower bound too; 6 for an offset, 16-bit
-// index, length or byte that overflows; 7 when memory runs out. A failed read changes nothing, a
-// failed write leaves what was written before it.
+// index, length or byte that overflows. A failed read changes nothing but a SwapByte that it
+// inverts, a failed write leaves what was written before it.
 class PDBByteStream {
  public:
   explicit PDBByteStream(const AnsiCodePage& code_page = AnsiCodePage::Windows1252());
@@ -49,9 +49,10 @@ class PDBByteStream {
   void Resize(int32_t iLength);
   void Clear();
 
-  // The null-terminated form. Positions in it are 16-bit: error 6 beyond 32,767. With UTF8Strings
-  // the reader takes 0xC2 to 0xDB as the lead of two bytes and 0xE1 to 0xFF as the lead of three,
-  // the writer encodes ANSI codes from 129; see PDBUtils.
+  // The null-terminated form. Error 6 when the reader starts beyond 32,767, and for a longer text.
+  // With UTF8Strings the reader takes 0xC2 to 0xDB as the lead of two bytes and 0xE1 to 0xFF as the
+  // lead of three; the writer encodes ANSI codes from 129, not characters, so in Windows-1252 curly
+  // quotes, dashes and others of codes 129 to 159 do not read back: clear it for such text.
   void ByteToString(std::u16string& stString, int32_t& iOffSet) const;
   void StringToByte(std::u16string_view stString, int32_t& iOffSet);
   // A byte with the length, or 255 and a 16-bit length; then the characters as a fixed field.

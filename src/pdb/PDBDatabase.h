@@ -66,8 +66,11 @@ class PDBDatabase {
   virtual void RemoveWithDeleteFlag() = 0;
   virtual void ResetModifyFlags() = 0;  // but for records marked eDelete
   virtual int32_t RecordCount() const = 0;
-  // Writes the record at Index, or a new one at the end when Index is 0 or beyond the last. A new
-  // record with UniqueId 0 gets an id, which comes back; an existing one keeps its id when given 0.
+  // Writes the record at Index, or a new one at the end when Index is below 1 or beyond the last. A
+  // record with data and UniqueId 0 gets an id, which comes back, but for dftPalmHotSync, where the
+  // handheld gives it; an existing record keeps its id when given 0. What Attributes and Category
+  // hold beyond the stored byte is dropped: bits 0 to 2, eArchive without eDelete, and category bit
+  // 3 with eDelete.
   // Category outside 0 to 15, Attributes outside 0 to 255 or an id outside 24 bits raise error 5;
   // record 65,536 raises error 6.
   virtual void Update(int32_t Index, int32_t& UniqueId, int16_t Category, int32_t Attributes,

@@ -120,6 +120,12 @@ AutomationError PDBDatabasePC::DeviceError(std::u16string_view path,
                              (failure.empty() ? u"" : u" (" + failure + u")"));
 }
 
+AutomationError PDBDatabasePC::AppInfoOverflow(size_t size) const {
+  return AutomationError(ErrorNumber::kOverflow,
+                         u"Database " + PDBFilePath() + u": an AppInfo block of " +
+                             ToText(static_cast<int64_t>(size)) + u" bytes; 32767 is the most");
+}
+
 // ---- Properties
 
 std::u16string PDBDatabasePC::PDBFilePath() const { return file_->FullFileName(); }
@@ -141,6 +147,7 @@ void PDBDatabasePC::SetText(Text& field, std::u16string_view text, const char16_
                       ToText(static_cast<int64_t>(field.bytes.size())) +
                       u" characters of the system's code page");
   }
+  if (state_ == State::kSaving) RequireOpen();
   if (text == field.Text(*code_page_)) return;
   field.SetText(text, *code_page_);
   dirty_ = true;
@@ -162,6 +169,7 @@ void PDBDatabasePC::SetDatabaseType(std::u16string_view id) {
 }
 
 void PDBDatabasePC::SetDatabaseFor(eDatabaseForType value) {
+  if (state_ == State::kSaving) RequireOpen();
   if (value == database_for_) return;
   database_for_ = value;
   ids_assigned_ = false;
@@ -204,7 +212,7 @@ bool PDBDatabasePC::OpenDatabase() {
   if (!ReadList(header, static_cast<size_t>(file_size), records)) return false;
   Block app_info, sort_info;
   const size_t data_start =
-      records.empty() ? static_cast<size_t>(file_size) : size_t{records.front().place};
+      records.empty() ? static_cast<size_t>(file_size) : size_t{records.front().offset};
   if (!LocateBlocks(header, list_end, data_start, app_info, sort_info)) return false;
 
   Forget();
@@ -264,13 +272,13 @@ bool PDBDatabasePC::ReadList(const PDBHeader& header, size_t file_size,
                     ToText(static_cast<int64_t>(end_of_last)) + u" to " +
                     ToText(static_cast<int64_t>(file_size)));
     }
-    if (i > 0) records[i - 1].size = entry.offset - records[i - 1].place;
-    records[i].place = entry.offset;
+    if (i > 0) records[i - 1].size = entry.offset - records[i - 1].offset;
+    records[i].offset = entry.offset;
     records[i].unique_id = entry.unique_id;
     records[i].attributes = entry.attributes;
     end_of_last = entry.offset;
   }
-  records.back().size = static_cast<uint32_t>(file_size) - records.back().place;
+  records.back().size = static_cast<uint32_t>(file_size) - records.back().offset;
   return true;
 }
 
@@ -293,17 +301,19 @@ bool PDBDatabasePC::LocateBlocks(const PDBHeader& header, size_t list_end, size_
   };
   if (!locate(header.sort_info_offset, u"SortInfo", sort_info)) return false;
   if (!locate(header.app_info_offset, u"AppInfo", app_info)) return false;
-  if (app_info.size > kMaxAppInfo) throw Overflow();
+  if (app_info.size > kMaxAppInfo) throw AppInfoOverflow(app_info.size);
   return true;
 }
 
 bool PDBDatabasePC::CreateDatabase() {
   if (state_ == State::kSaving) return Refuse(u"it is being saved");
+  if (file_->FileName().empty()) return Refuse(u"it has no file name");
   std::u16string name = PDBDatabaseName();
   if (name.empty()) name = file_->FileNameNoExt();
   if (name.empty()) return Refuse(u"a database can't be created without a name");
   if (!PalmName::Holds(name, *code_page_)) {
-    return Refuse(u"\"" + name + u"\" is no database name: it may have up to 32 characters of the "
+    return Refuse(u"\"" + name +
+                  u"\" is no database name: it may have up to 32 characters of the "
                   u"system's code page");
   }
   const int32_t now = utils_.DateToPalmLong(clock_->Now());
@@ -325,10 +335,10 @@ bool PDBDatabasePC::CreateDatabase() {
 // ---- The body of the file
 
 bool PDBDatabasePC::NeedsBody() const {
-  const auto in_file = [](const auto& item) { return !item.changed && item.size > 0; };
+  const auto in_file = [](const Block& block) { return !block.changed && block.size > 0; };
   if (in_file(app_info_) || in_file(sort_info_)) return true;
   for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
-    if (in_file(records_[slot])) return true;
+    if (!records_[slot].data && records_[slot].size > 0) return true;
   }
   return false;
 }
@@ -357,8 +367,8 @@ ByteSpan PDBDatabasePC::FromBody(uint32_t offset, uint32_t size) {
 }
 
 ByteSpan PDBDatabasePC::DataOf(const RecordEntry& entry) {
-  if (entry.changed) return changed_data_[entry.place];
-  return FromBody(entry.place, entry.size);
+  if (entry.data) return {entry.data, entry.size};
+  return FromBody(entry.offset, entry.size);
 }
 
 ByteSpan PDBDatabasePC::DataOf(const Block& block) {
@@ -374,7 +384,9 @@ void PDBDatabasePC::ReadAppInfoBlock(PDBByteStream& stream) {
 }
 
 void PDBDatabasePC::WriteAppInfoBlock(const PDBByteStream& stream) {
-  if (stream.BlockBytes().size() > kMaxAppInfo) throw Overflow();
+  RequireOpen();
+  const size_t size = stream.BlockBytes().size();
+  if (size > kMaxAppInfo) throw AppInfoOverflow(size);
   WriteBlock(app_info_, stream);
 }
 
@@ -493,26 +505,6 @@ bool PDBDatabasePC::ReadNextModified(int32_t& Index, int32_t& UniqueId, int16_t&
 
 // ---- Changing records
 
-void PDBDatabasePC::Store(RecordEntry& entry, ByteSpan bytes) {
-  if (!entry.changed) {
-    if (free_numbers_.empty()) {
-      free_numbers_.push_back(static_cast<uint32_t>(changed_data_.size()));
-      changed_data_.emplace_back();
-    }
-    entry.place = free_numbers_.back();
-    free_numbers_.pop_back();
-    entry.changed = true;
-  }
-  changed_data_[entry.place].assign(bytes.begin(), bytes.end());
-  entry.size = static_cast<uint32_t>(bytes.size());
-}
-
-void PDBDatabasePC::DropData(RecordEntry& entry) {
-  if (!entry.changed) return;
-  free_numbers_.push_back(entry.place);
-  changed_data_[entry.place] = Bytes();
-}
-
 void PDBDatabasePC::Update(int32_t Index, int32_t& UniqueId, int16_t Category, int32_t Attributes,
                            const PDBByteStream& oByteStream) {
   RequireOpen();
@@ -530,7 +522,7 @@ void PDBDatabasePC::Update(int32_t Index, int32_t& UniqueId, int16_t Category, i
     throw AutomationError(ErrorNumber::kOverflow, u"The database " + PDBFilePath() +
                                                       u" holds 65535 records and can't take more");
   }
-  size_t slot = is_new ? RecordTable::kNone : records_.SlotAt(Index);
+  const size_t slot = is_new ? RecordTable::kNone : records_.SlotAt(Index);
   auto id = static_cast<uint32_t>(UniqueId);
   if (id == 0 && !is_new) id = records_[slot].unique_id;
   const bool id_is_new = is_new || id != records_[slot].unique_id;
@@ -545,15 +537,12 @@ void PDBDatabasePC::Update(int32_t Index, int32_t& UniqueId, int16_t Category, i
     if (id == 0) id = HandOutId();
   }
 
-  RecordEntry entry;
-  if (!is_new) entry = records_[slot];
-  Store(entry, bytes);
-  entry.attributes = StoredAttributes(Attributes, Category);
+  const uint8_t attributes = StoredAttributes(Attributes, Category);
   if (is_new) {
-    entry.unique_id = id;
-    records_.Append(entry);
+    records_.Append(id, attributes, bytes);
   } else {
-    records_.At(slot) = entry;
+    records_.SetData(slot, bytes);
+    records_.SetAttributes(slot, attributes);
     records_.SetId(slot, id);
   }
   if (ids_assigned_ && !bytes.empty()) NoteId(id);
@@ -570,7 +559,6 @@ void PDBDatabasePC::Remove(int32_t UniqueId) {
     throw BadArgument(u"No record has the unique id " + ToText(UniqueId));
   }
   const int32_t index = records_.IndexOf(slot);
-  DropData(records_.At(slot));
   records_.Remove(slot);
   if (index == cursor_) cursor_delivered_ = false;
   if (index < cursor_) --cursor_;
@@ -583,8 +571,6 @@ void PDBDatabasePC::RemoveAll() {
   RequireOpen();
   dirty_ = dirty_ || records_.count() > 0;
   records_.Clear();
-  changed_data_.clear();
-  free_numbers_.clear();
   cursor_ = 1;
   cursor_delivered_ = false;
   last_read_ = 0;
@@ -599,7 +585,6 @@ void PDBDatabasePC::RemoveWithDeleteFlag() {
   for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
     ++index;
     if (!doomed(records_[slot])) continue;
-    DropData(records_.At(slot));
     ++removed;
     if (index < cursor_) ++removed_before_cursor;
     if (index == cursor_) cursor_delivered_ = false;
@@ -616,7 +601,7 @@ void PDBDatabasePC::ResetModifyFlags() {
   for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
     const uint8_t attributes = records_[slot].attributes;
     if ((attributes & eDelete) || !(attributes & eDirty)) continue;
-    records_.At(slot).attributes = static_cast<uint8_t>(attributes & ~eDirty);
+    records_.SetAttributes(slot, static_cast<uint8_t>(attributes & ~eDirty));
     dirty_ = true;
   }
 }
@@ -633,7 +618,9 @@ void PDBDatabasePC::AssignIds() {
   if (header_.next_unique_id == 0) header_.next_unique_id = 1;
   for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
     const RecordEntry& entry = records_[slot];
-    if (entry.size > 0 && entry.unique_id == 0) records_.SetId(slot, HandOutId());
+    if (entry.size == 0 || entry.unique_id != 0) continue;
+    records_.SetId(slot, HandOutId());
+    dirty_ = true;  // also when the next one fails: what a caller has seen is saved
   }
   ids_assigned_ = true;
 }
@@ -644,18 +631,20 @@ void PDBDatabasePC::NoteId(uint32_t id) {
   header_.next_unique_id = id + 1;
 }
 
+// Handhelds leave seeds that were never the id of a record: go on above the highest.
+void PDBDatabasePC::RestartIds() {
+  uint32_t highest = 0;
+  for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
+    highest = std::max(highest, records_[slot].unique_id);
+  }
+  header_.unique_id_seed = highest;
+  header_.next_unique_id = highest + 1;
+}
+
 uint32_t PDBDatabasePC::HandOutId() {
   uint32_t id = 0;
   do {
-    if (header_.next_unique_id > kMaxUniqueId) {
-      // Handhelds leave seeds there that were never the id of a record: go on above the highest.
-      uint32_t highest = 0;
-      for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
-        highest = std::max(highest, records_[slot].unique_id);
-      }
-      header_.unique_id_seed = highest;
-      header_.next_unique_id = highest + 1;
-    }
+    if (std::max(header_.next_unique_id, header_.unique_id_seed) > kMaxUniqueId) RestartIds();
     if (header_.next_unique_id > kMaxUniqueId) {
       throw AutomationError(ErrorNumber::kOverflow,
                             u"The database " + PDBFilePath() + u" has no unique ids left");
@@ -679,10 +668,14 @@ void PDBDatabasePC::CloseDatabase() {
 
 void PDBDatabasePC::RemoveDatabase() {
   if (state_ == State::kSaving) RequireOpen();
-  Abandon();
+  file_->CloseFile();
   if (file_->FileExists() && !file_->DeleteFile()) {
-    throw DeviceError(PDBFilePath(), u"it can't be deleted");
+    const AutomationError error = DeviceError(PDBFilePath(), u"it can't be deleted");
+    // What is open goes on as before, its unsaved changes included.
+    if (state_ == State::kOpen && !body_loaded_) file_->OpenFile({}, u"R", {});
+    throw error;
   }
+  Abandon();
 }
 
 bool PDBDatabasePC::Rename(std::u16string_view new_file_name) {
@@ -715,15 +708,12 @@ void PDBDatabasePC::Forget() {
   body_loaded_ = false;
   body_ = Bytes();
   body_offset_ = file_size_ = 0;
-  changed_data_ = {};
-  free_numbers_ = {};
   ids_assigned_ = false;
 }
 
 PDBDatabasePC::Layout PDBDatabasePC::PlanLayout() const {
   Layout layout;
-  layout.app_info =
-      PDBHeader::kSize + PDBListEntry::kSize * static_cast<size_t>(records_.count());
+  layout.app_info = PDBHeader::kSize + PDBListEntry::kSize * static_cast<size_t>(records_.count());
   layout.sort_info = layout.app_info + BlockArea(app_info_.size, database_for_);
   layout.records = layout.sort_info + BlockArea(sort_info_.size, database_for_);
   // Summed in 64 bits: 65,535 records of almost 2 GB fit.

@@ -55,9 +55,11 @@ class PDBDatabasePC final : public PDBDatabase {
   // Error 6 for a file of 2 GB or more or for unique ids that have run out, before anything is
   // written; error 57 when the file can't be written, and the old one is then still there.
   void CloseDatabase() override;
-  // Closes unsaved and deletes the file. Error 57 when there is one that can't be deleted.
+  // Deletes the file and closes unsaved. Error 57 when there is one that can't be deleted; the
+  // database then stays as it is.
   void RemoveDatabase() override;
-  // Without a name the database takes the one of its file.
+  // Without a name the database takes the one of its file, which must have one; without a type and
+  // creator it keeps those that the object has.
   bool CreateDatabase() override;
 
   void ReadAppInfoBlock(PDBByteStream& stream) override;
@@ -125,6 +127,8 @@ class PDBDatabasePC final : public PDBDatabase {
   std::u16string FileFailure() const;
   AutomationError DeviceError(std::u16string_view path, std::u16string_view what) const;
 
+  AutomationError AppInfoOverflow(size_t size) const;
+
   bool ReadAt(Bytes& bytes, size_t offset, size_t size);
   bool ReadHeader(PDBHeader& header);
   bool ReadList(const PDBHeader& header, size_t file_size, std::vector<RecordEntry>& records);
@@ -141,11 +145,10 @@ class PDBDatabasePC final : public PDBDatabase {
   void ReadSlot(size_t slot, int32_t& unique_id, int16_t& category, int32_t& attributes,
                 PDBByteStream& stream);
   int32_t NextIndex() const;
-  void Store(RecordEntry& entry, ByteSpan bytes);
-  void DropData(RecordEntry& entry);
 
   void AssignIds();
   void NoteId(uint32_t id);
+  void RestartIds();
   uint32_t HandOutId();
 
   Layout PlanLayout() const;
@@ -169,18 +172,14 @@ class PDBDatabasePC final : public PDBDatabase {
   Block app_info_;
   Block sort_info_;
   RecordTable records_;
-  int32_t cursor_ = 0;            // 0 to record count + 1
+  int32_t cursor_ = 0;             // 0 to record count + 1
   bool cursor_delivered_ = false;  // ReadNextModified has read the record at the cursor
-  int32_t last_read_ = 0;         // index of the record that was read last; 0: none
+  int32_t last_read_ = 0;          // index of the record that was read last; 0: none
 
   bool body_loaded_ = false;
-  Bytes body_;             // the file from body_offset_ on
+  Bytes body_;                // the file from body_offset_ on
   uint32_t body_offset_ = 0;  // end of the record list
   uint32_t file_size_ = 0;
-
-  // Bytes that records got since the opening, by number, and the numbers free for use.
-  std::vector<Bytes> changed_data_;
-  std::vector<uint32_t> free_numbers_;
 
   // Whether the closing passes have run over all records: from then on seed and ids are kept up
   // with each Update, which gives the same ids.

@@ -20,8 +20,8 @@ std::u16string FileNameOf(std::u16string_view name) {
 
 // The names that Windows keeps for devices, whatever extension follows.
 bool IsDeviceName(std::u16string_view name) {
-  static constexpr std::u16string_view kDevices[] = {u"CON", u"PRN", u"AUX", u"NUL", u"CONIN$",
-                                                     u"CONOUT$"};
+  static constexpr std::u16string_view kDevices[] = {u"CON", u"PRN",    u"AUX",
+                                                     u"NUL", u"CONIN$", u"CONOUT$"};
   static constexpr std::u16string_view kNumbered[] = {u"COM", u"LPT"};
   static constexpr std::u16string_view kNumbers = u"123456789\u00B9\u00B2\u00B3";
   std::u16string_view stem = name.substr(0, name.find(u'.'));
@@ -49,7 +49,7 @@ PDBFileSystemPC::PDBFileSystemPC(std::u16string folder, FileFactory files,
 bool PDBFileSystemPC::IsDatabaseName(std::u16string_view name) {
   static constexpr std::u16string_view kForbidden = u"\\/:*?\"<>|";
   return !name.empty() && !IsDeviceName(name) && std::ranges::none_of(name, [](char16_t c) {
-    return c < u' ' || kForbidden.find(c) != kForbidden.npos;
+    return c < u' ' || (c >= 0x7F && c <= 0x9F) || kForbidden.find(c) != kForbidden.npos;
   });
 }
 
@@ -128,7 +128,12 @@ bool PDBFileSystemPC::MoveDatabase(std::u16string_view FromFileName,
   try {
     if (!database->Rename(FileNameOf(to))) return false;
   } catch (const AutomationError& error) {
-    return Refuse(from, error.description());
+    log_->UpdateLog(error.description());
+    return false;
+  }
+  if (database->IsOpen() && database->PDBDatabaseName() == from &&
+      PalmName::Holds(to, *code_page_)) {
+    database->SetPDBDatabaseName(to);
   }
   std::erase_if(databases_, [&](const Named& entry) { return entry.name == to; });
   if (const auto moved = Find(from); moved != databases_.end()) moved->name = to;
@@ -148,7 +153,8 @@ bool PDBFileSystemPC::DeleteDatabase(std::u16string_view FileName) {
   try {
     database->RemoveDatabase();
   } catch (const AutomationError& error) {
-    return Refuse(name, error.description());
+    log_->UpdateLog(error.description());
+    return false;
   }
   std::erase_if(databases_, [&](const Named& entry) { return entry.database == database; });
   return true;
@@ -166,7 +172,7 @@ void PDBFileSystemPC::Close() noexcept {
     try {
       entry.database->CloseDatabase();
     } catch (const AutomationError& error) {
-      Refuse(entry.name, error.description());
+      log_->UpdateLog(error.description());
     } catch (const std::exception& error) {
       Refuse(entry.name, FromUtf8(error.what()));
     }

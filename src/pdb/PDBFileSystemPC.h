@@ -25,9 +25,10 @@ namespace pylon {
 // neither be opened nor saved.
 //
 // Also keeps the databases that were asked for, in that order; a name stays in the list when its
-// file could not be opened. MoveDatabase and DeleteDatabase keep the list in step: a database that
-// is open goes on under its new name with its unsaved changes, and the list drops a closed one
-// whose name is taken over; a deleted one is closed unsaved and dropped.
+// file could not be opened; the 32,768th raises error 6. MoveDatabase and DeleteDatabase keep the
+// list in step: a database that is open goes on under its new name with its unsaved changes, and
+// the list drops a closed one whose name is taken over; a deleted one is closed unsaved and
+// dropped.
 //
 // Members that answer a boolean raise nothing but what opening or creating the database raises.
 class PDBFileSystemPC final : public PDBFileSystem {
@@ -35,14 +36,12 @@ class PDBFileSystemPC final : public PDBFileSystem {
   // `files` makes file objects of the kind that reaches `folder`; code page and clock are borrowed,
   // the code page outlives the databases too. `log` may be null.
   PDBFileSystemPC(std::u16string folder, FileFactory files, eDatabaseForType database_for,
-                  const AnsiCodePage& code_page, const Clock& clock,
-                  std::shared_ptr<LogSink> log);
+                  const AnsiCodePage& code_page, const Clock& clock, std::shared_ptr<LogSink> log);
   ~PDBFileSystemPC() override { Close(); }
   PDBFileSystemPC(const PDBFileSystemPC&) = delete;
   PDBFileSystemPC& operator=(const PDBFileSystemPC&) = delete;
 
-  bool OpenDatabase(std::u16string_view FileName,
-                    std::shared_ptr<PDBDatabase>& oDatabase) override;
+  bool OpenDatabase(std::u16string_view FileName, std::shared_ptr<PDBDatabase>& oDatabase) override;
   bool CreateDatabase(std::u16string_view FileName,
                       std::shared_ptr<PDBDatabase>& oDatabase) override;
   // False when there is no such database or the new name is taken.

@@ -25,7 +25,7 @@ class PDBUtils {
   int16_t UnsignedToInteger(int32_t value) const;  // 0 to 65,535
   int32_t IntegerToUnsigned(int16_t value) const;
 
-  // Rounds to whole days, halves to even: a time at or after noon counts as the next day.
+  // Rounds to whole days: a time after noon counts as the next day, noon itself as the even one.
   Date PalmLongToDate(int32_t d) const;
   // Only the day of the month of the distance from 1904-01-01 survives, in seconds: 86,400 to
   // 2,678,400. Existing files hold such dates, so the arithmetic stays; it does not invert

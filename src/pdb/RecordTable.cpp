@@ -1,64 +1,33 @@
 #include "pdb/RecordTable.h"
 
+#include <algorithm>
 #include <bit>
 #include <utility>
 
 namespace pylon {
 namespace {
 
-constexpr size_t kSmallestMap = 16;
+constexpr size_t kFewestBuckets = 16;
 constexpr size_t kFewTombstones = 64;
+constexpr size_t kPiece = 64 << 10;
+constexpr size_t kLittleWaste = 1 << 20;
 
 size_t LowestBit(size_t n) { return n & (~n + 1); }
 
 }  // namespace
 
-UniqueIdMap::UniqueIdMap(size_t expected)
-    : buckets_(std::bit_ceil(std::max(2 * expected, kSmallestMap))),
-      shift_(static_cast<uint32_t>(32 - std::countr_zero(buckets_.size()))) {}
-
-UniqueIdMap::Bucket& UniqueIdMap::BucketOf(uint32_t id) {
-  // Ids are mostly consecutive: multiplying by 2^32 / golden ratio spreads such runs evenly.
-  size_t i = (id * 0x9E3779B1u) >> shift_;
-  while (buckets_[i].slot != kNone && buckets_[i].id != id) i = (i + 1) & (buckets_.size() - 1);
-  return buckets_[i];
-}
-
-uint32_t* UniqueIdMap::Find(uint32_t id) {
-  Bucket& bucket = BucketOf(id);
-  return bucket.slot == kNone ? nullptr : &bucket.slot;
-}
-
-void UniqueIdMap::Set(uint32_t id, uint32_t slot) {
-  Bucket* bucket = &BucketOf(id);
-  if (bucket->slot == kNone) {
-    if (2 * (used_ + 1) > buckets_.size()) {
-      Grow();
-      bucket = &BucketOf(id);
-    }
-    ++used_;
-  }
-  *bucket = {id, slot};
-}
-
-void UniqueIdMap::Grow() {
-  UniqueIdMap larger(buckets_.size());
-  for (const Bucket& bucket : buckets_) {
-    if (bucket.slot != kNone) larger.Set(bucket.id, bucket.slot);
-  }
-  *this = std::move(larger);
-}
-
 void RecordTable::Assign(std::vector<RecordEntry> entries) {
   slots_ = std::move(entries);
   ForgetOrder();
+  pieces_.clear();
+  room_ = {};
+  kept_ = wasted_ = 0;
 }
 
 void RecordTable::ForgetOrder() {
   tombstones_ = 0;
   counts_.clear();
-  ids_ = UniqueIdMap();
-  ids_built_ = ids_shared_ = false;
+  ids_.clear();
 }
 
 size_t RecordTable::SlotAt(int32_t index) const {
@@ -95,73 +64,133 @@ void RecordTable::AddToCounts(size_t slot, int32_t difference) {
   for (size_t i = slot + 1; i < counts_.size(); i += LowestBit(i)) counts_[i] += difference;
 }
 
+// At most half of the buckets are used then, and three quarters when they are built anew: what
+// changes in between is worth the building.
 void RecordTable::BuildIds() const {
-  ids_ = UniqueIdMap(slots_.size());
-  for (size_t slot = First(); slot != End(); slot = Next(slot)) {
-    if (ids_.Find(slots_[slot].unique_id)) {
-      ids_shared_ = true;
-    } else {
-      ids_.Set(slots_[slot].unique_id, static_cast<uint32_t>(slot));
-    }
+  ids_.assign(std::bit_ceil(std::max(2 * slots_.size(), kFewestBuckets)), kFree);
+  ids_used_ = 0;
+  ids_shared_ = false;
+  for (size_t slot = First(); slot != End(); slot = Next(slot)) LinkId(slot);
+}
+
+// The id's bucket, or the free one that it would take.
+size_t RecordTable::BucketOf(uint32_t id) const {
+  // Ids are mostly consecutive: multiplying by 2^32 / golden ratio spreads such runs evenly.
+  size_t i = (id * 0x9E3779B1u) >> (32 - std::countr_zero(ids_.size()));
+  while (ids_[i] != kFree && (ids_[i] == kUnlinked || slots_[ids_[i]].unique_id != id)) {
+    i = (i + 1) & (ids_.size() - 1);
   }
-  ids_built_ = true;
+  return i;
 }
 
 size_t RecordTable::Find(uint32_t id) const {
-  if (!ids_built_) BuildIds();
-  const uint32_t* slot = ids_.Find(id);
-  if (!slot || slots_[*slot].removed || slots_[*slot].unique_id != id) return kNone;
-  return *slot;
+  if (ids_.empty()) BuildIds();
+  const uint32_t slot = ids_[BucketOf(id)];
+  return slot == kFree ? kNone : slot;
 }
 
-// `slot` no longer holds the id: the next record that shares it is found from now on.
-void RecordTable::FindNextHolder(uint32_t id, size_t slot) {
-  if (!ids_built_ || !ids_shared_) return;
-  uint32_t* first = ids_.Find(id);
-  if (!first || *first != slot) return;
+void RecordTable::LinkId(size_t slot) const {
+  uint32_t& first = ids_[BucketOf(slots_[slot].unique_id)];
+  if (first != kFree) {
+    ids_shared_ = true;
+    first = std::min(first, static_cast<uint32_t>(slot));
+  } else if (4 * ++ids_used_ <= 3 * ids_.size()) {
+    first = static_cast<uint32_t>(slot);
+  } else {
+    ids_.clear();
+  }
+}
+
+// Before the record loses its id: the next one that shares it is found from now on.
+void RecordTable::UnlinkId(size_t slot) {
+  const uint32_t id = slots_[slot].unique_id;
+  uint32_t& first = ids_[BucketOf(id)];
+  if (first != slot) return;
+  first = kUnlinked;
+  if (!ids_shared_) return;
   for (size_t next = Next(slot); next != End(); next = Next(next)) {
     if (slots_[next].unique_id == id) {
-      *first = static_cast<uint32_t>(next);
+      first = static_cast<uint32_t>(next);
       return;
     }
   }
 }
 
 void RecordTable::SetId(size_t slot, uint32_t id) {
-  const uint32_t old = std::exchange(slots_[slot].unique_id, id);
-  if (!ids_built_ || old == id) return;
-  FindNextHolder(old, slot);
-  const size_t holder = Find(id);
-  if (holder != kNone && holder != slot) ids_shared_ = true;
-  if (holder == kNone || slot < holder) ids_.Set(id, static_cast<uint32_t>(slot));
-  if (ids_.size() > 4 * (slots_.size() + kFewTombstones)) ids_built_ = false;  // mostly old ids
+  if (slots_[slot].unique_id == id) return;
+  if (!ids_.empty()) UnlinkId(slot);
+  slots_[slot].unique_id = id;
+  if (!ids_.empty()) LinkId(slot);
 }
 
-size_t RecordTable::Append(const RecordEntry& entry) {
+void RecordTable::SetData(size_t slot, ByteSpan bytes) {
+  if (slots_[slot].data && bytes.size() <= slots_[slot].size) {
+    std::ranges::copy(bytes, slots_[slot].data);
+    wasted_ += slots_[slot].size - bytes.size();
+  } else {
+    std::byte* const data = Keep(bytes);
+    DropData(slots_[slot]);
+    slots_[slot].data = data;
+  }
+  slots_[slot].size = static_cast<uint32_t>(bytes.size());
+}
+
+// Null for no bytes.
+std::byte* RecordTable::Keep(ByteSpan bytes) {
+  if (bytes.empty()) return nullptr;
+  if (wasted_ > kLittleWaste && 2 * wasted_ > kept_) Compact();
+  if (bytes.size() > room_.size()) {
+    const size_t size = std::max(bytes.size(), kPiece);
+    pieces_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+    room_ = {pieces_.back().get(), size};
+  }
+  std::byte* const data = room_.data();
+  std::ranges::copy(bytes, data);
+  room_ = room_.subspan(bytes.size());
+  kept_ += bytes.size();
+  return data;
+}
+
+// Takes all the memory that it needs first, so that a failure changes nothing.
+void RecordTable::Compact() {
+  const size_t size = kept_ - wasted_;
+  std::vector<std::unique_ptr<std::byte[]>> pieces;
+  pieces.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
+  std::byte* place = pieces.back().get();
+  for (RecordEntry& entry : slots_) {
+    if (!entry.data || entry.removed) continue;
+    std::byte* const end = std::copy_n(entry.data, entry.size, place);
+    entry.data = std::exchange(place, end);
+  }
+  pieces_ = std::move(pieces);
+  room_ = {};
+  kept_ = size;
+  wasted_ = 0;
+}
+
+size_t RecordTable::Append(uint32_t id, uint8_t attributes, ByteSpan bytes) {
   const size_t slot = slots_.size();
-  slots_.push_back(entry);
+  slots_.push_back({.data = Keep(bytes),
+                    .size = static_cast<uint32_t>(bytes.size()),
+                    .unique_id = id,
+                    .attributes = attributes});
   if (!counts_.empty()) {
     const size_t i = slot + 1;
     int32_t count = 1;
     for (size_t step = 1; step < LowestBit(i); step *= 2) count += counts_[i - step];
     counts_.push_back(count);
   }
-  if (ids_built_) {
-    if (Find(entry.unique_id) == kNone) {
-      ids_.Set(entry.unique_id, static_cast<uint32_t>(slot));
-    } else {
-      ids_shared_ = true;
-    }
-  }
+  if (!ids_.empty()) LinkId(slot);
   return slot;
 }
 
 void RecordTable::Remove(size_t slot) {
   if (counts_.empty()) BuildCounts();
+  if (!ids_.empty()) UnlinkId(slot);
+  DropData(slots_[slot]);
   slots_[slot].removed = true;
   ++tombstones_;
   AddToCounts(slot, -1);
-  FindNextHolder(slots_[slot].unique_id, slot);
   // Clearing away costs O(n), after as many removals.
   if (tombstones_ > kFewTombstones && 2 * tombstones_ > slots_.size()) {
     RemoveIf([](const RecordEntry&) { return false; });

@@ -38,6 +38,8 @@ TEST(Date, OutsideOfTheCalendar) {
   }
   EXPECT_THROW(ToDate({2023, 2, 29, 0, 0, 0}), AutomationError);
   EXPECT_THROW(ToDate({2023, 13, 1, 0, 0, 0}), AutomationError);
+  EXPECT_THROW(ToDate({2023, 257, 1, 0, 0, 0}), AutomationError);
+  EXPECT_THROW(ToDate({2023, 1, 257, 0, 0, 0}), AutomationError);
   EXPECT_THROW(ToDate({2023, 1, 1, 24, 0, 0}), AutomationError);
   EXPECT_THROW(ToDate({99, 12, 31, 0, 0, 0}), AutomationError);
 }

@@ -426,8 +426,8 @@ TEST(PDBDatabasePC, UniqueIdsOfNewRecords) {
       {"a seed without a next id", 10, 0, {5}, {1, 12}, {5, 1, 12}},
       {"records without id come first", 0, 0, {0, 4, 0}, {7, 8}, {5, 4, 6, 7, 8}},
       {"held ids are passed over", 100, 3, {3, 102}, {103, 104}, {3, 102, 103, 104}},
-      {"a seed beyond all ids", 0x904C0000, 0, {2, 6}, {1, 7}, {2, 6, 1, 7}},
-      {"the largest seed", 0xFFFFFFFF, 0, {9}, {1, 2}, {9, 1, 2}},
+      {"a seed beyond all ids", 0x904C0000, 0, {2, 6}, {7, 8}, {2, 6, 7, 8}},
+      {"the largest seed", 0xFFFFFFFF, 0, {9}, {10, 11}, {9, 10, 11}},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

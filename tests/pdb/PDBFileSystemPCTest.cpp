@@ -75,7 +75,7 @@ TEST_F(FileSystem, NamesThatReachOutOfTheFolderOrAreDevices) {
   for (const char16_t* name :
        {u"", u"..\\Memo", u"a/b", u"C:Memo", u"a:b", u"a\tb", u"a\nb", u"a*", u"a?", u"\"a\"",
         u"<a>", u"a|b", u"CON", u"con", u"nul.x", u"AUX ", u"PRN", u"Com1", u"LPT9", u"COM\u00B2",
-        u"CONIN$", u"conout$", u"NUL  .txt"}) {
+        u"CONIN$", u"conout$", u"NUL  .txt", u"a\u007F", u"a\u0085"}) {
     SCOPED_TRACE(ToUtf8(name));
     std::shared_ptr<PDBDatabase> database;
     const size_t lines = log_->lines.size();
@@ -146,6 +146,7 @@ TEST_F(FileSystem, ANewDatabaseMovesBeforeItsFirstSave) {
   Create(u"C");
   EXPECT_FALSE(system_.MoveDatabase(u"A", u"C"));  // taken, though there is no file yet
   ASSERT_TRUE(system_.MoveDatabase(u"A", u"B"));
+  EXPECT_EQ(database->PDBDatabaseName(), u"B");
   database->CloseDatabase();
   EXPECT_TRUE(Has(u"B"));
   EXPECT_FALSE(Has(u"A"));
@@ -183,6 +184,16 @@ TEST_F(FileSystem, Deleting) {
   folder_.FailNth(FileOperation::kDelete, 1);
   EXPECT_FALSE(system_.DeleteDatabase(u"D"));
   EXPECT_TRUE(Has(u"D"));
+
+  Save(u"E");
+  const auto kept = Open(u"E");
+  const int32_t count = kept->RecordCount();
+  Put(*kept, 0, {0, 0, 0, Ascii("unsaved")});
+  folder_.FailNth(FileOperation::kDelete, 1);
+  EXPECT_FALSE(system_.DeleteDatabase(u"E"));
+  EXPECT_EQ(kept->RecordCount(), count + 1) << "a failed deletion loses nothing";
+  kept->CloseDatabase();
+  EXPECT_EQ(Open(u"E")->RecordCount(), count + 1);
 }
 
 TEST_F(FileSystem, EndingSavesEveryDatabaseAndLogsFailures) {
