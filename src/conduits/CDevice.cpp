@@ -1,11 +1,13 @@
 #include "conduits/CDevice.h"
 
+#include <utility>
+
 #include "files/FileNames.h"
 
 namespace pylon {
 
-CDevice::CDevice(const AnsiCodePage& code_page, const Clock& clock)
-    : clock_(clock), store_(u"DeviceStore.ini", code_page), stamp_(clock.Now()) {}
+CDevice::CDevice(const AnsiCodePage& code_page, const Clock& clock, std::shared_ptr<LogSink> log)
+    : clock_(clock), store_(u"DeviceStore.ini", code_page, std::move(log)), stamp_(clock.Now()) {}
 
 void CDevice::SetDeviceName(std::u16string_view name) {
   device_name_ = name;

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "base/AnsiCodePage.h"
 #include "base/Date.h"
+#include "base/LogSink.h"
 #include "base/Types.h"
 #include "conduits/SettingsStore.h"
 
@@ -17,7 +19,9 @@ namespace pylon {
 // The device name is made fit for a path (see FolderName).
 class CDevice {
  public:
-  CDevice(const AnsiCodePage& code_page, const Clock& clock);  // both outlive the object
+  // Code page and clock outlive the object. `log` may be null; see SettingsStore for what it gets.
+  CDevice(const AnsiCodePage& code_page, const Clock& clock,
+          std::shared_ptr<LogSink> log = nullptr);
 
   const std::u16string& DeviceName() const noexcept { return device_name_; }
   eDeviceType DeviceType() const noexcept { return device_type_; }

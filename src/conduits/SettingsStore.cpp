@@ -1,5 +1,7 @@
 #include "conduits/SettingsStore.h"
 
+#include <utility>
+
 #include "base/AutomationError.h"
 #include "files/IniText.h"
 
@@ -28,8 +30,9 @@ void RequireIniText(std::u16string_view section, std::u16string_view key,
   }
 }
 
-SettingsStore::SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page)
-    : file_({}, code_page) {
+SettingsStore::SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page,
+                             std::shared_ptr<LogSink> log)
+    : file_({}, code_page), log_(log ? std::move(log) : std::make_shared<NullLog>()) {
   file_.SetFullFileName(file_name);
 }
 
@@ -65,9 +68,16 @@ bool SettingsStore::SetSyncDateTime(Date date) noexcept {
 
 bool SettingsStore::Write(std::u16string_view section, std::u16string_view key,
                           std::u16string_view value) {
-  if (!has_folder_) return false;
-  file_.ValidateDirectory({});
-  return file_.WriteIni(section, key, value);
+  std::u16string reason = u"there is no folder for it";
+  if (has_folder_) {
+    file_.ValidateDirectory({});
+    if (file_.WriteIni(section, key, value)) return true;
+    int32_t number = 0;
+    file_.ReadErrorHandler(reason, number);
+  }
+  log_->UpdateLog(u"The setting '" + std::u16string(key) + u"' of section '" +
+                  std::u16string(section) + u"' could not be saved: " + reason);
+  return false;
 }
 
 }  // namespace pylon

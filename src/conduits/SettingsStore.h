@@ -1,10 +1,12 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
 #include "base/AnsiCodePage.h"
 #include "base/Date.h"
+#include "base/LogSink.h"
 #include "files/cFileIO.h"
 
 namespace pylon {
@@ -18,18 +20,21 @@ void RequireIniText(std::u16string_view section, std::u16string_view key,
 // synced.
 //
 // A file or key that is missing reads as the default. Writing creates file and folder. A write
-// fails when the system refuses it, or when another process holds the file for more than a moment.
+// fails when the system refuses it, or when another process holds the file for more than a moment;
+// the log then names the setting and the reason.
 class SettingsStore {
  public:
-  SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page);
+  // `log` may be null; the code page is borrowed.
+  SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page,
+                std::shared_ptr<LogSink> log);
 
   void SetFolder(std::u16string_view folder);  // where the file lies; until then there is no file
 
   // The value without outer blanks.
   std::u16string GetSettings(std::u16string_view Section, std::u16string_view Key,
                              std::u16string_view Default);
-  // Raises error 5 for text that the file can't hold. A failed write is lost without an error, so
-  // that a sync does not end because a setting could not be kept.
+  // Raises error 5 for text that the file can't hold. A failed write is no error, so that a sync
+  // does not end because a setting could not be kept.
   void SaveSettings(std::u16string_view Section, std::u16string_view Key,
                     std::u16string_view Value);
 
@@ -41,6 +46,7 @@ class SettingsStore {
   bool Write(std::u16string_view section, std::u16string_view key, std::u16string_view value);
 
   cFileIO file_;
+  std::shared_ptr<LogSink> log_;  // not null
   bool has_folder_ = false;
 };
 

@@ -1,11 +1,13 @@
 #include "conduits/cConduitList.h"
 
 #include <algorithm>
+#include <exception>
 #include <limits>
 #include <utility>
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "base/Win32.h"
 #include "conduits/AwaitedFile.h"
 #include "conduits/SettingsStore.h"
 #include "files/IniText.h"
@@ -41,11 +43,9 @@ int16_t cConduitList::FindAppIdFromCreatorId(std::u16string_view CreatorId) cons
 }
 
 int16_t cConduitList::Find(std::u16string Entry::*field, std::u16string_view text) const {
-  const auto found = std::ranges::find_if(entries_, [&](const Entry& entry) {
-    return EqualsIgnoringCase(entry.*field, text);
-  });
-  return found == entries_.end() ? int16_t{0}
-                                 : static_cast<int16_t>(found - entries_.begin() + 1);
+  const auto found = std::ranges::find_if(
+      entries_, [&](const Entry& entry) { return EqualsIgnoringCase(entry.*field, text); });
+  return found == entries_.end() ? int16_t{0} : static_cast<int16_t>(found - entries_.begin() + 1);
 }
 
 std::u16string cConduitList::PCPath(int16_t index) {
@@ -81,7 +81,11 @@ std::u16string cConduitList::Setting(int16_t index, std::u16string_view key) {
 
 std::vector<cConduitList::Entry> cConduitList::ReadSections() {
   std::vector<Entry> entries;
-  if (!OpenAwaited(file_, u"R", WhenHeld::kWait)) return entries;
+  load_error_.clear();
+  if (!OpenAwaited(file_, u"R", WhenHeld::kWait)) {
+    TakeLoadError();
+    return entries;
+  }
   std::u16string line;
   while (entries.size() < kMostEntries && file_.InputLine(line)) {
     const size_t end = line.find(u']');
@@ -92,8 +96,17 @@ std::vector<cConduitList::Entry> cConduitList::ReadSections() {
     }
     entries.emplace_back().app_id = name;
   }
+  TakeLoadError();
   file_.CloseFile();
   return entries;
+}
+
+void cConduitList::TakeLoadError() {
+  std::u16string message;
+  int32_t number = 0;
+  if (file_.ReadErrorHandler(message, number) && number != ERROR_FILE_NOT_FOUND) {
+    load_error_ = std::move(message);
+  }
 }
 
 void cConduitList::Describe(Entry& entry) {
@@ -116,7 +129,7 @@ void cConduitList::Describe(Entry& entry) {
     if (!entry.icon.empty() && entry.icon.find(u'\\') == entry.icon.npos) {
       entry.icon = program_folder_ + u"\\" + entry.app_id + u"\\" + entry.icon;
     }
-  } catch (const AutomationError&) {
+  } catch (const std::exception&) {
   }
 }
 

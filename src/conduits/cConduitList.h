@@ -23,6 +23,9 @@ class cConduitList {
                const AnsiCodePage& code_page);
 
   std::u16string FileName();
+  // Why the file could not be read, which leaves the list empty or short; empty when it was, and
+  // when there is none.
+  const std::u16string& LoadError() const noexcept { return load_error_; }
   int16_t FindAppId(std::u16string_view AppId) const;
   int16_t FindAppIdFromCreatorId(std::u16string_view CreatorId) const;  // the first
   int16_t Count() const noexcept { return static_cast<int16_t>(entries_.size()); }
@@ -64,6 +67,7 @@ class cConduitList {
   };
 
   std::vector<Entry> ReadSections();
+  void TakeLoadError();
   void Describe(Entry& entry);
   const Entry& At(int16_t index) const;
   std::u16string Setting(int16_t index, std::u16string_view key);
@@ -73,6 +77,7 @@ class cConduitList {
   ComponentFactory* components_;
   cFileIO file_;  // names the settings file; open only while its sections are read
   std::vector<Entry> entries_;
+  std::u16string load_error_;
 };
 
 }  // namespace pylon

@@ -29,7 +29,7 @@ bool IsDosDevice(std::u16string_view name) {
 
 SplitName SplitFullName(std::u16string_view full_name) {
   const size_t separator = full_name.find_last_of(kSeparators);
-  const size_t name = separator == full_name.npos ? 0 : separator + 1;
+  const size_t name = separator == std::u16string_view::npos ? 0 : separator + 1;
   return {std::u16string(full_name.substr(0, name)), std::u16string(full_name.substr(name))};
 }
 
@@ -46,7 +46,7 @@ std::u16string_view NameWithoutExtension(std::u16string_view name) {
 
 std::u16string_view ExtensionOf(std::u16string_view name) {
   const size_t point = name.rfind(u'.');
-  return point == name.npos ? std::u16string_view() : name.substr(point + 1);
+  return point == std::u16string_view::npos ? std::u16string_view() : name.substr(point + 1);
 }
 
 std::u16string ReplaceExtension(std::u16string_view name, std::u16string_view extension) {
@@ -57,6 +57,11 @@ std::u16string ReplaceExtension(std::u16string_view name, std::u16string_view ex
     replaced += extension;
   }
   return replaced;
+}
+
+bool IsRelative(std::u16string_view path) {
+  if (!path.empty() && kSeparators.find(path.front()) != std::u16string_view::npos) return false;
+  return path.size() < 2 || path[1] != u':';
 }
 
 std::vector<std::u16string> FolderLevels(std::u16string_view path) {

@@ -23,6 +23,10 @@ std::u16string_view ExtensionOf(std::u16string_view name);           // after it
 // The extension may come with its point; an empty one takes the point away too.
 std::u16string ReplaceExtension(std::u16string_view name, std::u16string_view extension);
 
+// Whether a path means something else in another current folder. One with a drive but no separator
+// behind it ("C:x") does too, but names its place clearly enough to be left alone: false.
+bool IsRelative(std::u16string_view path);
+
 // The folders to create, outermost first, each with a trailing backslash, for `path` to exist. A
 // drive and the server and share of a UNC name exist already or can't be created.
 std::vector<std::u16string> FolderLevels(std::u16string_view path);

@@ -31,11 +31,12 @@ std::u16string_view WithoutOuterBlanks(std::u16string_view value) {
 }  // namespace
 
 bool IsIniSection(std::u16string_view section) {
-  return IsName(section) && section.find(u']') == section.npos;
+  return IsName(section) && section.find(u']') == std::u16string_view::npos;
 }
 
 bool IsIniKey(std::u16string_view key) {
-  return IsName(key) && key.find(u'=') == key.npos && key.front() != u'[' && key.front() != u';';
+  return IsName(key) && key.find(u'=') == std::u16string_view::npos && key.front() != u'[' &&
+         key.front() != u';';
 }
 
 bool IsIniValue(std::u16string_view value) { return StaysOneLine(value); }

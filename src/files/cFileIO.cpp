@@ -472,7 +472,7 @@ bool cFileIO::MoveTo(std::u16string_view operation, std::u16string_view new_name
                      unsigned long flags) {
   if (!CloseFile()) return false;
   ClearError();
-  if (new_name.empty() || new_name.find_first_of(u"\\/:") != new_name.npos) {
+  if (new_name.empty() || new_name.find_first_of(u"\\/:") != std::u16string_view::npos) {
     return Fail(operation, ERROR_INVALID_NAME);
   }
   const std::u16string target = JoinFullName(folder_.empty() ? program_folder_ : folder_, new_name);
@@ -706,12 +706,16 @@ unsigned long cFileIO::OnIni(IniAccess access, const IniAction& action) {
   for (;;) {
     // The reading profile functions don't tell a file that is held from one without the key.
     DWORD error = ERROR_SUCCESS;
-    if (!FileHandle(::CreateFileW(Wide(path), rights,
+    FileHandle file(::CreateFileW(Wide(path), rights,
                                   FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
-                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr))) {
+                                  OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    if (!file) {
       error = LastError();
       if (error == ERROR_FILE_NOT_FOUND) error = ERROR_SUCCESS;
     }
+    // A reader keeps it, so that nobody can take the file for himself before the profile function
+    // has read it; that of a writer would be in the profile function's way.
+    if (access == IniAccess::kWrite) file.Reset();
     if (error == ERROR_SUCCESS) error = action(path);
     if (!IsHeld(error)) {
       ini_gave_up_ = false;

@@ -31,6 +31,10 @@ constexpr wchar_t kHintText[] =
     L"ClassID=MyLibrary.MyConduit\r\n"
     L"\r\n"
     L"Save the file and come back to this window, or press F5.";
+constexpr char16_t kUnreadable[] =
+    u"The settings file could not be read, so no conduits are listed:\r\n\r\n";
+constexpr char16_t kReadAgain[] =
+    u"\r\n\r\nClose the program that uses it, or see to it that you may read it; then press F5.";
 constexpr char16_t kNoAppId[] =
     u"No Application ID Supplied.\r\n"
     u"Pylon -AppId {application id} -install\r\n"
@@ -86,8 +90,8 @@ DWORD StartPylon(const std::u16string& arguments) {
                         FALSE, 0, nullptr, nullptr, &startup, &process)) {
     return ::GetLastError();
   }
-  KernelHandle(process.hThread);
-  KernelHandle(process.hProcess);
+  ::CloseHandle(process.hThread);  // it runs on its own from here
+  ::CloseHandle(process.hProcess);
   return 0;
 }
 
@@ -345,6 +349,9 @@ void frmSetup::FillList() {
   ListView_SetItemState(list, chosen - 1, LVIS_SELECTED | LVIS_FOCUSED,
                         LVIS_SELECTED | LVIS_FOCUSED);
   ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+  const std::u16string& unread = conduits_.LoadError();
+  ::SetWindowTextW(Control(kHint),
+                   unread.empty() ? kHintText : Wide(kUnreadable + unread + kReadAgain));
   ::ShowWindow(list, count ? SW_SHOWNA : SW_HIDE);
   ::ShowWindow(Control(kHint), count ? SW_HIDE : SW_SHOWNA);
   TakeSelection();

@@ -3,7 +3,9 @@
 #include <objbase.h>
 
 #include <charconv>
+#include <filesystem>
 #include <optional>
+#include <system_error>
 #include <utility>
 
 #include "automation/ClassFactory.h"
@@ -46,11 +48,19 @@ std::u16string RunTimeError(const AutomationError& error) {
   return u"Run-time error '" + ToText(error.number()) + u"':\r\n\r\n" + error.description();
 }
 
+// As it reads from the current folder; an empty path stays empty, one that Windows can't read as it
+// is.
+std::u16string AbsolutePath(const std::u16string& path) {
+  std::error_code error;
+  const std::filesystem::path absolute = std::filesystem::absolute(path, error);
+  return path.empty() || error ? path : absolute.u16string();
+}
+
 // A whole number of 16 bits, as the `database` switch takes it; errors 13 and 6.
 int16_t ToDatabaseType(const std::u16string& text) {
   const std::string digits = ToUtf8(Trim(text));
   std::string_view number = digits;
-  if (number.starts_with('+')) number.remove_prefix(1);
+  if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
   int16_t value = 0;
   const auto [end, status] = std::from_chars(number.data(), number.data() + number.size(), value);
   if (status == std::errc::invalid_argument || end != number.data() + number.size()) {
@@ -80,6 +90,17 @@ class IdleTimer {
   UINT_PTR timer_ = 0;
 };
 
+// Sends new clients to a new process, and serves those that are already waiting here. False when
+// there were any: then this process goes on.
+bool LastClientIsGone(const Server& server) {
+  ::CoSuspendClassObjects();
+  MSG message;
+  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) ::DispatchMessageW(&message);
+  if (server.locks() == 0) return true;
+  ::CoResumeClassObjects();
+  return false;
+}
+
 }  // namespace
 
 Program::Program()
@@ -99,6 +120,9 @@ int Program::Run(std::u16string_view command_line) noexcept {
 }
 
 int Program::Choose(std::u16string_view arguments) {
+  // A folder on a drive without a disk is an error like any other, no question to the user.
+  ::SetErrorMode(SEM_FAILCRITICALERRORS);
+
   cCommandLine start;
   start.AddSwitch(u"regserver", false);
   start.AddSwitch(u"unregserver", false);
@@ -139,12 +163,17 @@ int Program::Register(bool add) {
 int Program::Serve() {
   IdleTimer idle;
   server_->SetOnIdle([&idle] { idle.Start(IdleTimer::kLastClientMs); });
-  const ClassObjects classes(*server_, ClassObjects::Reach::kOtherProcesses);
+  std::optional<ClassObjects> classes;
+  try {
+    classes.emplace(*server_, ClassObjects::Reach::kOtherProcesses);
+  } catch (const AutomationError&) {
+    return kFailed;  // COM tells the client; a message box here would have nobody to close it
+  }
   idle.Start(IdleTimer::kFirstClientMs);
   MSG message;
   while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
     if (idle.Fired(message)) {
-      if (server_->locks() == 0) break;
+      if (server_->locks() == 0 && LastClientIsGone(*server_)) break;
       continue;
     }
     ::TranslateMessage(&message);
@@ -197,7 +226,9 @@ int Program::RunAlone(std::u16string_view arguments) {
 }
 
 int Program::Sync(const std::u16string& app_id, const std::u16string& database_type,
-                  const std::u16string& save_folder) {
+                  const std::u16string& save_switch) {
+  // Before any component can change the current folder.
+  const std::u16string save_folder = AbsolutePath(save_switch);
   ComComponentFactory components(*server_);
   auto conduits = std::make_shared<cConduitList>(folder_, components, code_page_);
 
@@ -213,6 +244,8 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   std::u16string error;
   const int16_t type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
   const bool finished = driver.BeginSync(app_id, type, error);
+  // Read now: a component may start a phase, which clears it, even while it is released.
+  const bool cancelled = driver.SyncInfo().CancelSync();
   if (finished) {
     driver.SyncFinish();
   } else {
@@ -221,7 +254,7 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   server_->SetRunLog(nullptr);
   status.reset();
   if (finished) return kDone;
-  if (driver.SyncInfo().CancelSync()) return kCancelled;
+  if (cancelled) return kCancelled;
   ShowMessage(error);
   return kFailed;
 }

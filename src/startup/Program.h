@@ -30,8 +30,7 @@ class Program {
   int Serve();
   int RunAlone(std::u16string_view arguments);
   int Sync(const std::u16string& app_id, const std::u16string& database_type,
-           const std::u16string& save_folder);
-  int Setup();
+           const std::u16string& save_switch);
 
   std::u16string path_;    // of the executable
   std::u16string folder_;  // without a separator at its end

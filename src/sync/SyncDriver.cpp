@@ -6,6 +6,7 @@
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "base/Win32.h"
+#include "files/FileNames.h"
 #include "pdb/PDBFileSystemPC.h"
 
 namespace pylon {
@@ -93,7 +94,12 @@ std::u16string SyncDriver::Start(std::u16string_view app_id, int16_t database_ty
   Describe(index);
 
   std::u16string pc_folder = with_.conduits->PCPath(index);
-  if (pc_folder.empty()) pc_folder = with_.program_folder + u"\\" + std::u16string(app_id);
+  if (pc_folder.empty()) {
+    pc_folder = JoinFullName(with_.program_folder, app_id);
+  } else if (IsRelative(pc_folder)) {
+    // Whoever starts the program has some current folder; files must not follow it.
+    pc_folder = JoinFullName(with_.program_folder, pc_folder);
+  }
   with_.view.ShowFilePanel(false);
 
   std::u16string refusal = ChooseFileSystem(index, app_id, database_type, pc_folder);
@@ -101,7 +107,7 @@ std::u16string SyncDriver::Start(std::u16string_view app_id, int16_t database_ty
 
   session_.device->SetAppId(app_id);
   session_.device->SetFolder(pc_folder);
-  session_.conduit_info = std::make_shared<CConduitInfo>(with_.code_page);
+  session_.conduit_info = std::make_shared<CConduitInfo>(with_.code_page, with_.log);
   session_.conduit_info->SetAppId(app_id);
   session_.conduit_info->SetAppFolder(pc_folder);
   info_->SetFileSystem(session_.file_system);
@@ -149,7 +155,7 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
     case dftPocketPC:
     case dftSymbian:
     case dftWindows: {
-      session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock);
+      session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
       session_.device->SetDeviceType(dtPC);
       session_.device->SetDeviceName(LoggedOnUser());
       session_.device->SetDeviceDateTime(with_.clock.Now());
@@ -183,6 +189,8 @@ void SyncDriver::SyncFinish() noexcept {
     session_.component->SynchronizeClose();
   } catch (const AutomationError& error) {
     with_.log->UpdateLog(u"SynchronizeClose: " + ConduitError(error));
+  } catch (const std::exception&) {
+    with_.log->UpdateLog(u"SynchronizeClose failed.");
   }
   with_.log->UpdateLog(u"Sync Finished");
   const Date now = with_.clock.Now();

@@ -195,6 +195,16 @@ int LineHeight(HFONT font) noexcept { return Metrics(font).tmHeight; }
 
 int AverageCharacterWidth(HFONT font) noexcept { return Metrics(font).tmAveCharWidth; }
 
+std::u16string OneLine(std::u16string_view text) {
+  std::u16string line;
+  line.reserve(text.size());
+  for (size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue;
+    line += text[i] == u'\r' || text[i] == u'\n' ? u' ' : text[i];
+  }
+  return line;
+}
+
 std::u16string SystemReason(DWORD code) {
   wchar_t reason[256] = L"";
   const DWORD length = ::FormatMessageW(

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "base/Win32.h"
 
@@ -70,6 +71,9 @@ Font MessageFont(int dpi, int percent = 100, bool bold = false) noexcept;
 // Of the characters of a font, null for the system's own.
 int LineHeight(HFONT font) noexcept;
 int AverageCharacterWidth(HFONT font) noexcept;
+
+// For controls of one line, which would show a line break as boxes: a blank in place of each.
+std::u16string OneLine(std::u16string_view text);
 
 // The system's words for an error code, and the code.
 std::u16string SystemReason(DWORD code);

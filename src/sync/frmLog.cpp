@@ -32,9 +32,7 @@ void frmLog::ShowLog(bool show) {
 
 void frmLog::AddLine(const std::u16string& line) {
   if (!handle()) return;
-  std::u16string text = line;
-  std::replace_if(
-      text.begin(), text.end(), [](char16_t c) { return c == u'\r' || c == u'\n'; }, u' ');
+  std::u16string text = OneLine(line);
   const int width = Measure(text);
   const HWND list = List();
   // One repaint for what is up to four changes.
@@ -119,8 +117,8 @@ int frmLog::Measure(const std::u16string& line) const {
 }
 
 void frmLog::TakeExtent() const {
-  ::SendMessageW(List(), LB_SETHORIZONTALEXTENT,
-                 static_cast<WPARAM>(lines_.Widest() + Scaled(kTextMargin)), 0);
+  const int extent = lines_.Widest() + Scaled(kTextMargin);
+  ::SendMessageW(List(), LB_SETHORIZONTALEXTENT, static_cast<WPARAM>(extent), 0);
 }
 
 }  // namespace pylon

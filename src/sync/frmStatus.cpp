@@ -58,7 +58,7 @@ void frmStatus::ShowForm() {
 
 void frmStatus::SetHeading(const StatusHeading& heading) {
   if (!handle()) return;
-  ::SetWindowTextW(handle(), Wide(heading.title));
+  ::SetWindowTextW(handle(), Wide(OneLine(heading.title)));
   SetLabel(kApplicationName, heading.application_name);
   SetLabel(kAuthor, kAuthorPrefix + heading.author);
   SetLabel(kVersion, kVersionPrefix + heading.version);
@@ -180,7 +180,7 @@ void frmStatus::OnCancel() {
 void frmStatus::SetLabel(ControlId id, std::u16string_view text) {
   if (!handle()) return;
   const HWND label = Control(id);
-  ::SetWindowTextW(label, Wide(std::u16string(text)));
+  ::SetWindowTextW(label, Wide(OneLine(text)));
   ::UpdateWindow(label);
 }
 

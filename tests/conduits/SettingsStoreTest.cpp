@@ -3,8 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <memory>
 #include <string>
+#include <vector>
 
+#include "base/LogSink.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/CDevice.h"
 #include "tests/files/TempFolder.h"
@@ -26,74 +29,82 @@ class FakeClock final : public Clock {
   Date now = ToDate({2024, 2, 29, 13, 30, 0});
 };
 
+class Lines final : public LogSink {
+ public:
+  void UpdateLog(std::u16string_view line) noexcept override { lines.emplace_back(line); }
+
+  std::vector<std::u16string> lines;
+};
+
 class StoreTest : public ::testing::Test {
  protected:
-  CDevice Device(std::u16string_view name) {
-    CDevice device(CodePage(), clock);
-    device.SetDeviceName(name);
-    device.SetAppId(u"App");
-    device.SetFolder(folder.File(u"App"));
+  std::unique_ptr<CDevice> Device(std::u16string_view name) {
+    auto device = std::make_unique<CDevice>(CodePage(), clock, log);
+    device->SetDeviceName(name);
+    device->SetAppId(u"App");
+    device->SetFolder(folder.File(u"App"));
     return device;
   }
-  CConduitInfo Info() {
-    CConduitInfo info(CodePage());
-    info.SetAppId(u"App");
-    info.SetAppFolder(folder.File(u"App"));
+  std::unique_ptr<CConduitInfo> Info() {
+    auto info = std::make_unique<CConduitInfo>(CodePage(), log);
+    info->SetAppId(u"App");
+    info->SetAppFolder(folder.File(u"App"));
     return info;
   }
 
   TempFolder folder;
   FakeClock clock;
+  std::shared_ptr<Lines> log = std::make_shared<Lines>();
 };
 
 TEST_F(StoreTest, BeforeTheFirstSyncThereIsNothing) {
-  CDevice device = Device(u"Mary");
-  CConduitInfo info = Info();
-  EXPECT_EQ(device.SyncDateTime(), 0);
-  EXPECT_EQ(info.SyncDateTime(), 0);
-  EXPECT_EQ(device.GetSettings(u"S", u"K", u"none"), u"none");
-  EXPECT_EQ(info.GetSettings(u"S", u"K", u""), u"");
+  const auto device = Device(u"Mary");
+  const auto info = Info();
+  EXPECT_EQ(device->SyncDateTime(), 0);
+  EXPECT_EQ(info->SyncDateTime(), 0);
+  EXPECT_EQ(device->GetSettings(u"S", u"K", u"none"), u"none");
+  EXPECT_EQ(info->GetSettings(u"S", u"K", u""), u"");
   EXPECT_EQ(folder.List(), u"");
 }
 
 TEST_F(StoreTest, DevicesKeepTheirOwnAndShareTheApplications) {
-  CDevice mary = Device(u"Mary");
-  CDevice bob = Device(u"Bob");
-  mary.SaveSettings(u"View", u"Sort", u"name");
-  EXPECT_EQ(bob.GetSettings(u"View", u"Sort", u"none"), u"none");
-  bob.SaveSettings(u"View", u"Sort", u"date");
-  EXPECT_TRUE(mary.SetSyncDateTime(clock.now));
-  CConduitInfo info = Info();
-  EXPECT_TRUE(info.SetSyncDateTime(clock.now + 1));
-  info.SaveSettings(u"View", u"Sort", u"size");
+  const auto mary = Device(u"Mary");
+  const auto bob = Device(u"Bob");
+  mary->SaveSettings(u"View", u"Sort", u"name");
+  EXPECT_EQ(bob->GetSettings(u"View", u"Sort", u"none"), u"none");
+  bob->SaveSettings(u"View", u"Sort", u"date");
+  EXPECT_TRUE(mary->SetSyncDateTime(clock.now));
+  const auto info = Info();
+  EXPECT_TRUE(info->SetSyncDateTime(clock.now + 1));
+  info->SaveSettings(u"View", u"Sort", u"size");
 
-  EXPECT_EQ(Device(u"Mary").GetSettings(u"view", u"SORT", u""), u"name");
-  EXPECT_EQ(Device(u"Mary").SyncDateTime(), clock.now);
-  EXPECT_EQ(bob.GetSettings(u"View", u"Sort", u""), u"date");
-  EXPECT_EQ(bob.SyncDateTime(), 0);
-  EXPECT_EQ(Info().SyncDateTime(), clock.now + 1);
-  EXPECT_EQ(Info().GetSettings(u"View", u"Sort", u""), u"size");
-  for (const char16_t* file : {u"App\\Mary\\DeviceStore.ini", u"App\\Bob\\DeviceStore.ini",
-                               u"App\\AppStore.ini"}) {
+  EXPECT_EQ(Device(u"Mary")->GetSettings(u"view", u"SORT", u""), u"name");
+  EXPECT_EQ(Device(u"Mary")->SyncDateTime(), clock.now);
+  EXPECT_EQ(bob->GetSettings(u"View", u"Sort", u""), u"date");
+  EXPECT_EQ(bob->SyncDateTime(), 0);
+  EXPECT_EQ(Info()->SyncDateTime(), clock.now + 1);
+  EXPECT_EQ(Info()->GetSettings(u"View", u"Sort", u""), u"size");
+  for (const char16_t* file :
+       {u"App\\Mary\\DeviceStore.ini", u"App\\Bob\\DeviceStore.ini", u"App\\AppStore.ini"}) {
     EXPECT_TRUE(folder.Exists(file));
   }
 }
 
 TEST_F(StoreTest, DeviceNamesBecomeFolders) {
-  Device(u"<unknown>").SaveSettings(u"S", u"K", u"1");
-  Device(u"..\\..\\a/b").SaveSettings(u"S", u"K", u"2");
-  Device(u"").SaveSettings(u"S", u"K", u"3");
-  Device(u"\u65E5\u672C").SaveSettings(u"S", u"K", u"4");
+  Device(u"<unknown>")->SaveSettings(u"S", u"K", u"1");
+  Device(u"..\\..\\a/b")->SaveSettings(u"S", u"K", u"2");
+  Device(u"")->SaveSettings(u"S", u"K", u"3");
+  Device(u"\u65E5\u672C")->SaveSettings(u"S", u"K", u"4");
   EXPECT_EQ(folder.List(), u"App ");
-  EXPECT_EQ(Device(u"<unknown>").GetSettings(u"S", u"K", u""), u"1");
-  EXPECT_EQ(Device(u"..\\..\\a/b").GetSettings(u"S", u"K", u""), u"2");
-  EXPECT_EQ(Device(u"").GetSettings(u"S", u"K", u""), u"3");
-  EXPECT_EQ(Device(u"\u65E5\u672C").GetSettings(u"S", u"K", u""), u"4");
+  EXPECT_EQ(Device(u"<unknown>")->GetSettings(u"S", u"K", u""), u"1");
+  EXPECT_EQ(Device(u"..\\..\\a/b")->GetSettings(u"S", u"K", u""), u"2");
+  EXPECT_EQ(Device(u"")->GetSettings(u"S", u"K", u""), u"3");
+  EXPECT_EQ(Device(u"\u65E5\u672C")->GetSettings(u"S", u"K", u""), u"4");
 }
 
 TEST_F(StoreTest, RefusesWhatAnIniFileCantHold) {
-  CConduitInfo info = Info();
-  info.SaveSettings(u"S", u"K", u"kept");
+  const auto info = Info();
+  info->SaveSettings(u"S", u"K", u"kept");
   const struct {
     const char* what;
     std::u16string section;
@@ -114,38 +125,38 @@ TEST_F(StoreTest, RefusesWhatAnIniFileCantHold) {
   };
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.what);
-    EXPECT_EQ(ErrorOf([&] { info.SaveSettings(test.section, test.key, test.value); }), 5);
-    EXPECT_EQ(info.GetSettings(u"S", u"K", u""), u"kept");
+    EXPECT_EQ(ErrorOf([&] { info->SaveSettings(test.section, test.key, test.value); }), 5);
+    EXPECT_EQ(info->GetSettings(u"S", u"K", u""), u"kept");
   }
-  EXPECT_EQ(info.GetSettings(u"S", u"K\0x"s, u"default"), u"default");
+  EXPECT_EQ(info->GetSettings(u"S", u"K\0x"s, u"default"), u"default");
 }
 
 TEST_F(StoreTest, ValuesReadBackAsSaved) {
-  CConduitInfo info = Info();
+  const auto info = Info();
   for (const char16_t* value : {u"plain", u"", u"a=b;c", u"\"quoted\"", u"'quoted'", u"\"",
                                 u"Caf\u00E9", u"\u65E5\u672C\U0001F600", u"[x]"}) {
-    info.SaveSettings(u"S", u"K", value);
-    EXPECT_EQ(Info().GetSettings(u"S", u"K", u"missing"), value);
+    info->SaveSettings(u"S", u"K", value);
+    EXPECT_EQ(Info()->GetSettings(u"S", u"K", u"missing"), value);
   }
-  info.SaveSettings(u"S", u"Long", std::u16string(5000, u'x'));
-  EXPECT_EQ(info.GetSettings(u"S", u"Long", u"").size(), 5000u);
+  info->SaveSettings(u"S", u"Long", std::u16string(5000, u'x'));
+  EXPECT_EQ(info->GetSettings(u"S", u"Long", u"").size(), 5000u);
 }
 
 TEST_F(StoreTest, SyncTimesAreTextOfNoLocale) {
-  CConduitInfo info = Info();
-  ASSERT_TRUE(info.SetSyncDateTime(ToDate({2024, 2, 29, 13, 30, 5})));
-  EXPECT_EQ(info.GetSettings(u"Pylon", u"Sync", u""), u"2024-02-29 13:30:05");
+  const auto info = Info();
+  ASSERT_TRUE(info->SetSyncDateTime(ToDate({2024, 2, 29, 13, 30, 5})));
+  EXPECT_EQ(info->GetSettings(u"Pylon", u"Sync", u""), u"2024-02-29 13:30:05");
 
   for (const char16_t* text : {u"0", u"", u"29.02.2024", u"soon", u"2024-02-30 00:00:00"}) {
-    info.SaveSettings(u"Pylon", u"Sync", text);
-    EXPECT_EQ(info.SyncDateTime(), 0);
+    info->SaveSettings(u"Pylon", u"Sync", text);
+    EXPECT_EQ(info->SyncDateTime(), 0);
   }
 }
 
 TEST_F(StoreTest, AFailedWriteOfTheSyncTimeIsReported) {
-  CConduitInfo info = Info();
+  const auto info = Info();
   for (const Date date : {1e9, std::numeric_limits<double>::quiet_NaN()}) {
-    EXPECT_FALSE(info.SetSyncDateTime(date));
+    EXPECT_FALSE(info->SetSyncDateTime(date));
   }
   CConduitInfo nowhere(CodePage());
   EXPECT_FALSE(nowhere.SetSyncDateTime(clock.now));
@@ -153,34 +164,51 @@ TEST_F(StoreTest, AFailedWriteOfTheSyncTimeIsReported) {
 
   // A file has the name of the folder.
   folder.Write(u"App", "");
-  EXPECT_FALSE(info.SetSyncDateTime(clock.now));
-  EXPECT_FALSE(Device(u"Mary").SetSyncDateTime(clock.now));
-  info.SaveSettings(u"S", u"K", u"lost");
-  EXPECT_EQ(info.GetSettings(u"S", u"K", u"default"), u"default");
+  EXPECT_FALSE(info->SetSyncDateTime(clock.now));
+  EXPECT_FALSE(Device(u"Mary")->SetSyncDateTime(clock.now));
+  info->SaveSettings(u"S", u"K", u"lost");
+  EXPECT_EQ(info->GetSettings(u"S", u"K", u"default"), u"default");
+}
+
+TEST_F(StoreTest, TheLogNamesWhatCouldNotBeSaved) {
+  Info()->SaveSettings(u"S", u"K", u"v");
+  EXPECT_TRUE(log->lines.empty());
+
+  const Holder holder(folder.File(u"App\\AppStore.ini"));
+  Info()->SaveSettings(u"S", u"K", u"lost");
+  ASSERT_EQ(log->lines.size(), 1u);
+  EXPECT_TRUE(log->lines[0].starts_with(u"The setting 'K' of section 'S' could not be saved: "));
+  EXPECT_TRUE(log->lines[0].ends_with(u" (32)")) << "the system's reason";
+  EXPECT_FALSE(Info()->SetSyncDateTime(clock.now));
+  EXPECT_EQ(log->lines.size(), 2u);
+
+  CDevice nowhere(CodePage(), clock, log);
+  nowhere.SaveSettings(u"S", u"K", u"lost");
+  EXPECT_EQ(log->lines.size(), 3u);
 }
 
 TEST_F(StoreTest, AHeldFileIsWaitedForBriefly) {
-  CConduitInfo info = Info();
-  info.SaveSettings(u"S", u"K", u"old");
+  const auto info = Info();
+  info->SaveSettings(u"S", u"K", u"old");
   Holder holder(folder.File(u"App\\AppStore.ini"));
-  EXPECT_FALSE(info.SetSyncDateTime(clock.now));
-  info.SaveSettings(u"S", u"K", u"lost");
+  EXPECT_FALSE(info->SetSyncDateTime(clock.now));
+  info->SaveSettings(u"S", u"K", u"lost");
 
   holder.ReleaseIn(100);
-  CConduitInfo waiting = Info();
-  EXPECT_TRUE(waiting.SetSyncDateTime(clock.now));
-  EXPECT_EQ(waiting.GetSettings(u"S", u"K", u""), u"old");
+  const auto waiting = Info();
+  EXPECT_TRUE(waiting->SetSyncDateTime(clock.now));
+  EXPECT_EQ(waiting->GetSettings(u"S", u"K", u""), u"old");
 }
 
 TEST_F(StoreTest, TheDeviceClockRunsOn) {
-  CDevice device = Device(u"Mary");
+  const auto device = Device(u"Mary");
   const Date on_device = ToDate({2001, 1, 1, 23, 59, 55});
-  device.SetDeviceDateTime(on_device);
-  EXPECT_EQ(device.DeviceDateTime(), on_device);
+  device->SetDeviceDateTime(on_device);
+  EXPECT_EQ(device->DeviceDateTime(), on_device);
   clock.now += 10.0 / 86400;
-  EXPECT_EQ(FormatDate(device.DeviceDateTime()), u"2001-01-02 00:00:05");
-  device.SetDeviceDateTime(on_device);
-  EXPECT_EQ(FormatDate(device.DeviceDateTime()), u"2001-01-01 23:59:55");
+  EXPECT_EQ(FormatDate(device->DeviceDateTime()), u"2001-01-02 00:00:05");
+  device->SetDeviceDateTime(on_device);
+  EXPECT_EQ(FormatDate(device->DeviceDateTime()), u"2001-01-01 23:59:55");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
@@ -90,7 +91,8 @@ TEST_F(ConduitListTest, SectionsBecomeEntries) {
       {"empty", "", {}},
       {"no section", "ClassID=A.B\r\n; [C]\r\n", {}},
       {"order", "[Zebra]\r\n[apple]\r\n", {u"Zebra", u"apple"}},
-      {"the program's own", "[GENERAL]\r\n[pylon]\r\n[General]\r\n[Pylon]\r\n[PylonX]\r\n",
+      {"the program's own",
+       "[GENERAL]\r\n[pylon]\r\n[General]\r\n[Pylon]\r\n[PylonX]\r\n",
        {u"PylonX"}},
       {"same name in other case", "[App]\r\n[app]\r\n", {u"App", u"app"}},
       {"up to the first bracket", "[A]b]\r\n", {u"A"}},
@@ -115,12 +117,27 @@ TEST_F(ConduitListTest, MissingFileIsAnEmptyList) {
   EXPECT_EQ(list.FindAppId(u"A"), 0);
   EXPECT_EQ(list.FileName(), folder.File(u"Pylon.ini"));
   EXPECT_FALSE(folder.Exists(u"Pylon.ini"));
+  EXPECT_EQ(list.LoadError(), u"");
+}
+
+TEST_F(ConduitListTest, AFileThatCantBeReadIsToldFromAMissingOne) {
+  cConduitList list = List("[A]\r\n");
+  EXPECT_EQ(list.LoadError(), u"");
+  {
+    const Holder holder(folder.File(u"Pylon.ini"));
+    list.Reload();
+  }
+  EXPECT_EQ(list.Count(), 0);
+  EXPECT_TRUE(list.LoadError().ends_with(u" (32)"));
+  list.Reload();
+  EXPECT_EQ(list.Count(), 1);
+  EXPECT_EQ(list.LoadError(), u"");
 }
 
 TEST_F(ConduitListTest, ComponentsDescribeThemselvesOnceAndAreReleased) {
-  factory.classes[u"Lib.One"] = {{ctVersion, u"1.2"},        {ctCreatorID, u"memo"},
-                                 {ctAuthor, u"The author"},  {ctApplicationName, u"Memos"},
-                                 {ctAppPath, u"D:\\Memos"},  {ctIcon, u"sync.ico"}};
+  factory.classes[u"Lib.One"] = {{ctVersion, u"1.2"},       {ctCreatorID, u"memo"},
+                                 {ctAuthor, u"The author"}, {ctApplicationName, u"Memos"},
+                                 {ctAppPath, u"D:\\Memos"}, {ctIcon, u"sync.ico"}};
   factory.classes[u"Lib.Two"] = {{ctCreatorID, u"MEMO"}, {ctIcon, u"C:\\icons\\sync.ico"}};
   cConduitList list = List(
       "[MyApp]\r\nClassID=Lib.One\r\nPCPath=C:\\Other\r\n"
@@ -178,7 +195,7 @@ TEST_F(ConduitListTest, FindsTheFirstWhateverTheCase) {
 
 TEST_F(ConduitListTest, OtherIndexesAreOutOfRange) {
   cConduitList list = List("[A]\r\n[B]\r\n");
-  for (const int16_t index : {-32768, -1, 0, 3, 32767}) {
+  for (const auto index : std::initializer_list<int16_t>{-32768, -1, 0, 3, 32767}) {
     SCOPED_TRACE(index);
     EXPECT_EQ(ErrorOf([&] { list.AppId(index); }), 9);
     EXPECT_EQ(ErrorOf([&] { list.PCPath(index); }), 9);
@@ -203,7 +220,7 @@ TEST_F(ConduitListTest, OnlyOneAsksForTheLog) {
   const struct {
     std::string value;
     bool shown;
-  } kCases[] = {{"1", true},     {" 1 ", true}, {"0", false},  {"", false},  {"true", false},
+  } kCases[] = {{"1", true},    {" 1 ", true}, {"0", false},  {"", false},  {"true", false},
                 {"yes", false}, {"01", false}, {"-1", false}, {"11", false}};
   for (const auto& test : kCases) {
     cConduitList list = List("[A]\r\nShowLog=" + test.value + "\r\n");

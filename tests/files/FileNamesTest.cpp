@@ -62,6 +62,16 @@ TEST(FileNames, FolderLevelsBeginBelowWhatCannotBeCreated) {
   }
 }
 
+TEST(FileNames, APathWithoutRootIsRelative) {
+  for (const char16_t* path : {u"", u"x", u"data\\x", u"..\\x", u".", u"a/b:c"}) {
+    EXPECT_TRUE(IsRelative(path));
+  }
+  for (const char16_t* path :
+       {u"C:\\x", u"c:/x", u"C:", u"C:x", u"\\x", u"/x", u"\\\\server\\share", u"\\\\?\\C:\\x"}) {
+    EXPECT_FALSE(IsRelative(path));
+  }
+}
+
 TEST(FileNames, AnyTextMakesAFolderName) {
   const struct {
     std::u16string text, name;

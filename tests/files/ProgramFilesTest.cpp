@@ -14,7 +14,7 @@ TEST(ProgramFiles, TheProgramLiesInItsFolder) {
   EXPECT_NE(::GetFileAttributesW(Wide(path)), INVALID_FILE_ATTRIBUTES);
   EXPECT_TRUE(ToLower(path).ends_with(u".exe"));
   EXPECT_TRUE(path.starts_with(folder + u"\\"));
-  EXPECT_EQ(path.find(u'\\', folder.size() + 1), path.npos);
+  EXPECT_EQ(path.find(u'\\', folder.size() + 1), std::u16string::npos);
   EXPECT_EQ(::GetFileAttributesW(Wide(folder)) & FILE_ATTRIBUTE_DIRECTORY,
             DWORD{FILE_ATTRIBUTE_DIRECTORY});
 }

@@ -1,6 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <thread>
+
 #include "files/cFileIO.h"
 #include "tests/files/TempFolder.h"
 
@@ -168,6 +171,23 @@ TEST_F(cFileIOIniTest, FilesThatCannotBeWrittenSaySo) {
   EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
   EXPECT_EQ(Read(u"k"), u"none");
   EXPECT_EQ(folder_.List(), u"a.ini ") << "no temporary file is left";
+}
+
+TEST_F(cFileIOIniTest, AReaderNeverSeesNothingWhileOthersTakeTheFileByTurns) {
+  folder_.Write(u"a.ini", "[S]\r\nk=value\r\n");
+  std::atomic<bool> done = false;
+  std::thread other([&] {
+    cFileIO file(folder_.path(), AnsiCodePage::Windows1252());
+    while (!done) {
+      if (file.OpenFile(u"a.ini", u"R", {})) file.CloseFile();
+      std::this_thread::yield();
+    }
+  });
+  int missed = 0;
+  for (int i = 0; i < 300; ++i) missed += Read(u"k") != u"value" ? 1 : 0;
+  done = true;
+  other.join();
+  EXPECT_EQ(missed, 0);
 }
 
 }  // namespace

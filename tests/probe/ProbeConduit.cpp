@@ -111,6 +111,8 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
       com::Ptr<::PDBFileSystem> files;
       sync_->get_FileSystem(files.Receive());
       Note(files ? "file system at release" : "no file system at release");
+      // A phase starts with no pending Cancel; the run was cancelled all the same.
+      if (Setting("PYLON_PROBE") == "cancel") sync_->UpdateStatusMain(Text(u"Going").get());
     }
   }
 
@@ -157,9 +159,9 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "unknown-error") return Fail(static_cast<HRESULT>(0x80041234), L"Probe", L"odd");
     if (what == "direct") return NoteStreamIsDirect();
     if (what == "records" || what == "unclosed") return WriteRecords(sync);
-    if (what == "cancel") return WaitForCancel(sync);
-    if (what == "late") {
+    if (what == "late" || what == "cancel") {
       sync_ = com::Ptr<::_oSyncInfo>::Share(sync);
+      if (what == "cancel") return WaitForCancel(sync);
     } else if (what == "settings") {
       NoteSettings(sync);
     }

@@ -133,6 +133,7 @@ TEST_F(RunTest, WhatCannotRunIsToldInOneMessageBox) {
        u"ActiveSync Failed to Initialize.  Unable to connect to device."},
       {u"-AppId Probe -Database 0", u"No HotSync session is running."},
       {u"-AppId Probe -Database four", u"Run-time error '13':\r\n\r\nType mismatch"},
+      {u"-AppId Probe -Database +-4", u"Run-time error '13':\r\n\r\nType mismatch"},
       {u"-AppId Probe -Database 40000", u"Run-time error '6':\r\n\r\nOverflow"},
   };
   for (const auto& c : cases) {
@@ -214,7 +215,7 @@ TEST_F(RunTest, CancelEndsARunWithoutAMessage) {
     }));
     ::PostMessageW(window, c.message, c.parameter, 0);
     EXPECT_EQ(process.Wait().value_or(99), 2U);
-    EXPECT_EQ(Notes().back(), "cancelled");
+    EXPECT_EQ(Notes(), (Strings{"BeginSynchronize", "cancelled", "file system at release"}));
   }
 }
 
@@ -226,6 +227,20 @@ TEST_F(RunTest, AConduitWithAPcPathKeepsItsFilesThere) {
   EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"records"), 0U);
   EXPECT_EQ(testing::ReadFile(folder / "Probe.pdb").size(), 90U);
   EXPECT_FALSE(testing::ReadFile(folder / "AppStore.ini").empty());
+}
+
+TEST_F(RunTest, ARelativePcPathLiesBesideTheProgram) {
+  WriteSettings("[Probe]\r\nClassID=PylonProbe.Conduit\r\nPCPath=data\\memos\\\r\n");
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"records"), 0U);
+  EXPECT_EQ(testing::ReadFile(home() / "data" / "memos" / "Probe.pdb").size(), 90U);
+  EXPECT_FALSE(testing::ReadFile(home() / "data" / "memos" / "AppStore.ini").empty());
+}
+
+TEST_F(RunTest, ASettingThatCantBeKeptIsNamedInTheLog) {
+  std::ofstream(home() / "taken") << "a file, no folder";
+  WriteSettings("[Probe]\r\nClassID=PylonProbe.Conduit\r\nPCPath=taken\r\n");
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"settings"), 0U) << "the sync goes on";
+  EXPECT_TRUE(Log()[1].starts_with("The setting 'Key' of section 'Probe' could not be saved: "));
 }
 
 TEST_F(RunTest, WithoutADatabaseSwitchTheSetupWindowOpens) {

@@ -153,6 +153,22 @@ TEST_F(SetupWindow, WithoutConduitsItTellsHowToRegisterOne) {
   EXPECT_TRUE(::IsWindowEnabled(Control(frmSetup::kSync)));
 }
 
+TEST_F(SetupWindow, SaysThatTheSettingsFileCantBeRead) {
+  Open(kTwo);
+  {
+    const FileHandle held(::CreateFileW(Wide(list->FileName()), GENERIC_READ, 0, nullptr,
+                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(held);
+    PressF5();
+  }
+  EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kHint)));
+  const std::u16string hint = TextOf(Control(frmSetup::kHint));
+  EXPECT_NE(hint.find(list->LoadError()), std::u16string::npos);
+  EXPECT_EQ(hint.find(u"No conduits"), std::u16string::npos);
+  PressF5();
+  EXPECT_EQ(Rows(), 2);
+}
+
 TEST_F(SetupWindow, ReadsAChangedFileWhenTheUserComesBack) {
   Open(kTwo);
   Select(1);

@@ -80,9 +80,9 @@ TEST_F(LogTest, ALineIsTheDateATabAndTheText) {
   const size_t tab = line.find('\t');
   ASSERT_NE(tab, line.npos);
   EXPECT_EQ(line.substr(tab), "\tBegin Sync\r\n");
-  const std::wstring stamp(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(tab));
+  std::wstring stamp(line.begin(), line.begin() + static_cast<std::ptrdiff_t>(tab));
   DATE date = 0;
-  ASSERT_EQ(::VarDateFromStr(stamp.c_str(), LOCALE_USER_DEFAULT, 0, &date), S_OK);
+  ASSERT_EQ(::VarDateFromStr(stamp.data(), LOCALE_USER_DEFAULT, 0, &date), S_OK);
   EXPECT_EQ(FormatDate(date), FormatDate(clock.now));
 }
 

@@ -44,11 +44,11 @@ TEST_F(LogWindow, ListsTheNewestNinetyNineLines) {
 TEST_F(LogWindow, ALineIsOneEntryAndCanBeScrolledInto) {
   window.ShowLog(true);
   window.AddLine(u"one\r\ntwo");
-  EXPECT_EQ(Line(0), u"one  two");
+  EXPECT_EQ(Line(0), u"one two");
   const LRESULT narrow = Ask(LB_GETHORIZONTALEXTENT);
   window.AddLine(u"now\t" + std::u16string(20000, u'W'));
   EXPECT_GT(Ask(LB_GETHORIZONTALEXTENT), 100000);
-  for (int i = 0; i < 99; ++i) window.AddLine(u"one  two");
+  for (int i = 0; i < 99; ++i) window.AddLine(u"one two");
   EXPECT_EQ(Ask(LB_GETHORIZONTALEXTENT), narrow);
 }
 
