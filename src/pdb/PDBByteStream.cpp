@@ -254,8 +254,8 @@ void PDBByteStream::ByteToDouble(double& value, int32_t& iOffSet, bool& SwapByte
 
 void PDBByteStream::ByteToCurrency(int64_t& value, int32_t& iOffSet, bool& SwapByte) const {
   if (global_byte_swap_) SwapByte = !SwapByte;
-  value = static_cast<int64_t>(
-      ReadNumber<8>(iOffSet, SwapByte ? ByteOrder::kBig : ByteOrder::kLittle));
+  value =
+      static_cast<int64_t>(ReadNumber<8>(iOffSet, SwapByte ? ByteOrder::kBig : ByteOrder::kLittle));
 }
 
 void PDBByteStream::DoubleToByte(double value, int32_t& iOffSet, bool SwapByte) {

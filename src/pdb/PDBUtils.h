@@ -20,7 +20,7 @@ class PDBUtils {
   explicit PDBUtils(const AnsiCodePage& code_page = AnsiCodePage::Windows1252())
       : code_page_(&code_page) {}
 
-  int32_t UnsignedToLong(double value) const;     // 0 to 4,294,967,295, whole part
+  int32_t UnsignedToLong(double value) const;  // 0 to 4,294,967,295, whole part
   double LongToUnsigned(int32_t value) const;
   int16_t UnsignedToInteger(int32_t value) const;  // 0 to 65,535
   int32_t IntegerToUnsigned(int16_t value) const;
@@ -39,7 +39,7 @@ class PDBUtils {
   int32_t PalmIDtoLong(std::u16string_view id) const;
   std::u16string PalmLongtoId(int32_t id) const;
 
-  Bytes ToUTF8(int32_t code) const;   // 1 to 3 bytes; codes outside 0 to 65,535 raise error 5
+  Bytes ToUTF8(int32_t code) const;       // 1 to 3 bytes; codes outside 0 to 65,535 raise error 5
   int32_t ToUTF16(ByteSpan bytes) const;  // one sequence of 2 or 3 bytes; too short raises error 9
   // Bytes that PDBByteStream.StringToByte needs for the text, without the terminator.
   int32_t UTF8Length(std::u16string_view text) const;

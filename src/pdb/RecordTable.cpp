@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
 #include <utility>
 
 namespace pylon {
@@ -13,6 +14,12 @@ constexpr size_t kPiece = 64 << 10;
 constexpr size_t kLittleWaste = 1 << 20;
 
 size_t LowestBit(size_t n) { return n & (~n + 1); }
+
+// In one block, which std::ranges::copy does not do for bytes of a span.
+std::byte* Copy(ByteSpan bytes, std::byte* place) {
+  if (!bytes.empty()) std::memcpy(place, bytes.data(), bytes.size());
+  return place + bytes.size();
+}
 
 }  // namespace
 
@@ -125,7 +132,7 @@ void RecordTable::SetId(size_t slot, uint32_t id) {
 
 void RecordTable::SetData(size_t slot, ByteSpan bytes) {
   if (slots_[slot].data && bytes.size() <= slots_[slot].size) {
-    std::ranges::copy(bytes, slots_[slot].data);
+    Copy(bytes, slots_[slot].data);
     wasted_ += slots_[slot].size - bytes.size();
   } else {
     std::byte* const data = Keep(bytes);
@@ -145,7 +152,7 @@ std::byte* RecordTable::Keep(ByteSpan bytes) {
     room_ = {pieces_.back().get(), size};
   }
   std::byte* const data = room_.data();
-  std::ranges::copy(bytes, data);
+  Copy(bytes, data);
   room_ = room_.subspan(bytes.size());
   kept_ += bytes.size();
   return data;
@@ -159,8 +166,7 @@ void RecordTable::Compact() {
   std::byte* place = pieces.back().get();
   for (RecordEntry& entry : slots_) {
     if (!entry.data || entry.removed) continue;
-    std::byte* const end = std::copy_n(entry.data, entry.size, place);
-    entry.data = std::exchange(place, end);
+    entry.data = std::exchange(place, Copy({entry.data, entry.size}, place));
   }
   pieces_ = std::move(pieces);
   room_ = {};

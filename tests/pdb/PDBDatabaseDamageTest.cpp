@@ -7,12 +7,12 @@
 namespace pylon {
 namespace {
 
-using ::testing::HasSubstr;
 using testing::Ascii;
 using testing::DatabaseFile;
 using testing::ErrorOf;
 using testing::FileImage;
 using testing::FileOperation;
+using ::testing::HasSubstr;
 using testing::ReadAll;
 using testing::ToHex;
 
@@ -106,9 +106,8 @@ TEST(DamagedFile, CustomaryOdditiesAreNoDamage) {
   FileImage image = Good();
   image.gap = 2;
   image.records.push_back({0xFF, 0, {}});
-  DatabaseFile file(image.Build());
-  const auto database = file.Database(dftPalmHotSync);
-  ASSERT_TRUE(database->OpenDatabase());
+  DatabaseFile file(image);
+  const auto database = file.Open(dftPalmHotSync);
   EXPECT_EQ(ReadAll(*database).size(), 4u);
 
   // An offset below 1 is no block.
@@ -125,7 +124,7 @@ TEST(DamagedFile, AnAppInfoBlockOver32767BytesOverflows) {
   FileImage image = Good();
   for (const size_t size : {32767u, 32768u, 70000u}) {
     image.app_info = Bytes(size);
-    DatabaseFile file(image.Build());
+    DatabaseFile file(image);
     const auto database = file.Database();
     EXPECT_EQ(ErrorOf([&] { database->OpenDatabase(); }), size > 32767 ? 6 : 0) << size;
     EXPECT_EQ(file.folder.open.empty(), size > 32767);
@@ -144,7 +143,7 @@ TEST(DamagedFile, FilesThatCannotBeReadAreRefusedWithTheReason) {
       {"list", FileOperation::kRead, 2, "injected read failure"},
   };
   for (const auto& c : cases) {
-    DatabaseFile file(Good().Build());
+    DatabaseFile file(Good());
     file.folder.FailNth(c.operation, c.n);
     const auto database = file.Database();
     EXPECT_FALSE(database->OpenDatabase()) << c.name;
@@ -155,7 +154,7 @@ TEST(DamagedFile, FilesThatCannotBeReadAreRefusedWithTheReason) {
   DatabaseFile missing;
   EXPECT_FALSE(missing.Database()->OpenDatabase());
   EXPECT_THAT(missing.log->lines.back(), HasSubstr("no such file"));
-  DatabaseFile held(Good().Build());
+  DatabaseFile held(Good());
   const auto holder = held.Database();
   ASSERT_TRUE(holder->OpenDatabase());
   EXPECT_FALSE(held.Database()->OpenDatabase());

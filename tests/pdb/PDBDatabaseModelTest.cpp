@@ -27,7 +27,10 @@ class DatabaseModel {
 
   void Step() {
     switch (Draw(12)) {
-      case 0: case 1: case 2: case 3: {
+      case 0:
+      case 1:
+      case 2:
+      case 3: {
         Record record = Random();
         record.id = Draw(2) ? 0 : FreeId();
         const bool stays = record.id || record.data.empty() || database_for_ == dftPalmHotSync;
@@ -38,7 +41,9 @@ class DatabaseModel {
         records_.push_back(record);
         break;
       }
-      case 4: case 5: case 6: {
+      case 4:
+      case 5:
+      case 6: {
         if (records_.empty()) break;
         Record& old = records_[Draw(records_.size())];
         Record record = Random();
@@ -48,7 +53,8 @@ class DatabaseModel {
         old = record;
         break;
       }
-      case 7: case 8: {
+      case 7:
+      case 8: {
         if (records_.empty()) break;
         const int32_t id = records_[Draw(records_.size())].id;
         if (id == 0) break;

@@ -9,13 +9,13 @@
 namespace pylon {
 namespace {
 
-using ::testing::HasSubstr;
 using testing::Ascii;
 using testing::CollectingLog;
 using testing::ErrorOf;
 using testing::FileImage;
 using testing::FileOperation;
 using testing::FixedClock;
+using ::testing::HasSubstr;
 using testing::MemoryFolder;
 using testing::Put;
 using testing::ReadAll;
@@ -41,8 +41,8 @@ class FileSystem : public ::testing::Test {
   MemoryFolder folder_;
   FixedClock clock_;
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
-  PDBFileSystemPC system_{u"C:\\pdb", folder_.Factory(), dftWindows,
-                          AnsiCodePage::Windows1252(), clock_, log_};
+  PDBFileSystemPC system_{
+      u"C:\\pdb", folder_.Factory(), dftWindows, AnsiCodePage::Windows1252(), clock_, log_};
 };
 
 TEST_F(FileSystem, TheSameNameIsTheSameDatabase) {
@@ -73,9 +73,10 @@ TEST_F(FileSystem, ADatabaseThatIsNotThereIsListedAndAppearsLater) {
 
 TEST_F(FileSystem, NamesThatReachOutOfTheFolderOrAreDevices) {
   for (const char16_t* name :
-       {u"", u"..\\Memo", u"a/b", u"C:Memo", u"a:b", u"a\tb", u"a\nb", u"a*", u"a?", u"\"a\"",
-        u"<a>", u"a|b", u"CON", u"con", u"nul.x", u"AUX ", u"PRN", u"Com1", u"LPT9", u"COM\u00B2",
-        u"CONIN$", u"conout$", u"NUL  .txt", u"a\u007F", u"a\u0085"}) {
+       {u"",        u"..\\Memo",  u"a/b",     u"C:Memo", u"a:b",  u"a\tb",      u"a\nb",
+        u"a*",      u"a?",        u"\"a\"",   u"<a>",    u"a|b",  u"CON",       u"con",
+        u"nul.x",   u"AUX ",      u"PRN",     u"Com1",   u"LPT9", u"COM\u00B2", u"CONIN$",
+        u"conout$", u"NUL  .txt", u"a\u007F", u"a\u0085"}) {
     SCOPED_TRACE(ToUtf8(name));
     std::shared_ptr<PDBDatabase> database;
     const size_t lines = log_->lines.size();

@@ -38,8 +38,7 @@ TEST_F(HandheldFiles, OpenReadAndStayAsTheyAre) {
   for (const auto& [name, bytes] : files_) {
     SCOPED_TRACE(name);
     DatabaseFile file(bytes);
-    const auto database = file.Database(dftPalmHotSync);
-    ASSERT_TRUE(database->OpenDatabase()) << file.log->lines.back();
+    const auto database = file.Open(dftPalmHotSync);
     size_t total = 0;
     for (const Record& record : ReadAll(*database)) {
       EXPECT_GT(record.id, 0);
@@ -61,8 +60,7 @@ TEST_F(HandheldFiles, AChangeKeepsAllTheRest) {
   for (const auto& [name, bytes] : files_) {
     SCOPED_TRACE(name);
     DatabaseFile file(bytes);
-    const auto database = file.Database();
-    ASSERT_TRUE(database->OpenDatabase());
+    const auto database = file.Open();
     std::vector<Record> expected = ReadAll(*database);
     ASSERT_FALSE(expected.empty());
     PDBByteStream app_info, again;

@@ -46,8 +46,11 @@ TEST(PDBUtils, PalmDatesRoundToWholeDaysHalvesToEven) {
     uint32_t seconds;
     Date date;
   } cases[] = {
-      {0, 1462},     {43199, 1462},          {43200, 1462},  // half a day, to day 0
-      {86399, 1463}, {86400 + 43200, 1464},                  // one and a half, to day 2
+      {0, 1462},
+      {43199, 1462},
+      {43200, 1462},  // half a day, to day 0
+      {86399, 1463},
+      {86400 + 43200, 1464},  // one and a half, to day 2
       {0xFFFFFFFF, 1462 + 49710},
   };
   for (const auto& c : cases) {
@@ -60,11 +63,10 @@ TEST(PDBUtils, ADateWrittenIsTheDayOfTheMonthOfItsDistance) {
     Date date;
     int32_t seconds;
   } cases[] = {
-      {1462, 30 * 86400},         // distance 0 is 1899-12-30
-      {1462 + 1.75, 31 * 86400},  // 1899-12-31, whatever the time
-      {1462 + 2, 86400},
-      {45000, 14 * 86400},        // 43,538 days: 2019-03-14
-      {1461.5, 30 * 86400},       // half a day before is still the 30th
+      {1462, 30 * 86400},                              // distance 0 is 1899-12-30
+      {1462 + 1.75, 31 * 86400},                       // 1899-12-31, whatever the time
+      {1462 + 2, 86400},         {45000, 14 * 86400},  // 43,538 days: 2019-03-14
+      {1461.5, 30 * 86400},                            // half a day before is still the 30th
   };
   for (const auto& c : cases) {
     EXPECT_EQ(kUtils.DateToPalmLong(c.date), c.seconds) << c.date;
@@ -85,7 +87,7 @@ TEST(PDBUtils, Utf8OfEveryCode) {
     int32_t code;
     const char* bytes;
   } cases[] = {
-      {0, "00"},       {0x7F, "7F"},        {0x80, "C2 80"},        {0x7FF, "DF BF"},
+      {0, "00"},           {0x7F, "7F"},         {0x80, "C2 80"},      {0x7FF, "DF BF"},
       {0x800, "E0 A0 80"}, {0x20AC, "E2 82 AC"}, {0xFFFF, "EF BF BF"},
   };
   for (const auto& c : cases) EXPECT_EQ(kUtils.ToUTF8(c.code), FromHex(c.bytes)) << c.code;
@@ -102,9 +104,9 @@ TEST(PDBUtils, Utf8OfEveryCode) {
 TEST(PDBUtils, Utf8LengthCountsAnsiCodes) {
   EXPECT_EQ(kUtils.UTF8Length(u""), 0);
   EXPECT_EQ(kUtils.UTF8Length(u"ab"), 2);
-  EXPECT_EQ(kUtils.UTF8Length(u"\u20AC"), 1);   // code 128 is stored as it is
+  EXPECT_EQ(kUtils.UTF8Length(u"\u20AC"), 1);  // code 128 is stored as it is
   EXPECT_EQ(kUtils.UTF8Length(u"\u00E9"), 2);
-  EXPECT_EQ(kUtils.UTF8Length(u"\u0416"), 1);   // '?'
+  EXPECT_EQ(kUtils.UTF8Length(u"\u0416"), 1);  // '?'
 }
 
 }  // namespace

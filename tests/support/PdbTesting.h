@@ -79,14 +79,31 @@ struct Record {
   }
 };
 
+// What the reading members hand out.
+struct Reader {
+  bool Next(PDBDatabase& database) {
+    return database.ReadNext(index, id, category, attributes, stream);
+  }
+  bool NextModified(PDBDatabase& database) {
+    return database.ReadNextModified(index, id, category, attributes, stream);
+  }
+  bool ByIndex(PDBDatabase& database, int32_t at) {
+    return database.ReadNextByIndex(at, id, category, attributes, stream);
+  }
+  bool ById(PDBDatabase& database, int32_t unique_id) {
+    return database.ReadNextById(index, unique_id, category, attributes, stream);
+  }
+
+  int32_t index = 0, id = 0, attributes = 0;
+  int16_t category = 0;
+  PDBByteStream stream;
+};
+
 inline std::vector<Record> ReadAll(PDBDatabase& database) {
   std::vector<Record> records;
   database.SetIterationIndex(1);
-  PDBByteStream stream;
-  Record r;
-  for (int32_t index = 0; database.ReadNext(index, r.id, r.category, r.attributes, stream);) {
-    r.data = BlockOf(stream);
-    records.push_back(r);
+  for (Reader r; r.Next(database);) {
+    records.push_back({r.id, r.category, r.attributes, BlockOf(r.stream)});
   }
   return records;
 }
@@ -168,13 +185,19 @@ class DatabaseFile {
 
   DatabaseFile() = default;
   explicit DatabaseFile(const Bytes& bytes) { folder.files[kPath] = bytes; }
+  explicit DatabaseFile(const FileImage& image) : DatabaseFile(image.Build()) {}
 
   // Not open yet.
   std::unique_ptr<PDBDatabasePC> Database(eDatabaseForType database_for = dftWindows) {
-    auto database = std::make_unique<PDBDatabasePC>(folder.Factory()(),
-                                                    AnsiCodePage::Windows1252(), clock, log);
+    auto database = std::make_unique<PDBDatabasePC>(folder.Factory()(), AnsiCodePage::Windows1252(),
+                                                    clock, log);
     database->SetPDBFilePath(kPath);
     database->SetDatabaseFor(database_for);
+    return database;
+  }
+  std::unique_ptr<PDBDatabasePC> Open(eDatabaseForType database_for = dftWindows) {
+    auto database = Database(database_for);
+    database->OpenDatabase();
     return database;
   }
   Bytes& bytes() { return folder.files[kPath]; }
