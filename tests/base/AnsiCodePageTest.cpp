@@ -27,7 +27,7 @@ TEST(AnsiCodePage, WhatThePageLacksIsAQuestionMark) {
 TEST(AnsiCodePage, OfBytesThatShareACharacterTheLowestEncodesIt) {
   AnsiCodePage::Table table = {};
   for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<char16_t>(i);
-  table['A'] = u'B';   // an ASCII character that this page lacks
+  table['A'] = u'B';  // an ASCII character that this page lacks
   table[0xC0] = u'B';
   const AnsiCodePage page(table);
   EXPECT_EQ(page.TryEncode(u'B'), 'B');

@@ -25,7 +25,10 @@ TEST(Text, Utf8GoesBothWays) {
 }
 
 TEST(Text, WhatIsNoTextBecomesTheReplacementCharacter) {
-  EXPECT_EQ(ToUtf8(u"a\xD800" u"b\xDC00"), "a\xEF\xBF\xBD" "b\xEF\xBF\xBD");
+  EXPECT_EQ(ToUtf8(u"a\xD800"
+                   u"b\xDC00"),
+            "a\xEF\xBF\xBD"
+            "b\xEF\xBF\xBD");
   const struct {
     const char* name;
     const char* utf8;
@@ -46,9 +49,9 @@ TEST(Text, LettersFoldOneToOneInAnyLocale) {
     const char16_t* b;
     bool equal;
   } cases[] = {
-      {u"AppId", u"aPPiD", true},      {u"\u00C4\u0416\u03A9", u"\u00E4\u0436\u03C9", true},
-      {u"\u00D7", u"\u00F7", false},   {u"ss", u"\u00DF", false},
-      {u"memo", u"memos", false},      {u"[", u"{", false},
+      {u"AppId", u"aPPiD", true},    {u"\u00C4\u0416\u03A9", u"\u00E4\u0436\u03C9", true},
+      {u"\u00D7", u"\u00F7", false}, {u"ss", u"\u00DF", false},
+      {u"memo", u"memos", false},    {u"[", u"{", false},
       {u"\u0401", u"\u0451", true},
   };
   for (const auto& c : cases) {

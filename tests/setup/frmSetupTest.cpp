@@ -270,6 +270,7 @@ TEST_F(SetupWindow, InstallationTellsThatItDidNothing) {
 }
 
 TEST_F(SetupWindow, IsTidyAtEveryDpi) {
+  SKIP_WITHOUT_DRAWING();
   for (const char* settings : {kTwo, ""}) {
     Open(settings);
     for (const int dpi : {96, 144, 192, 96}) {

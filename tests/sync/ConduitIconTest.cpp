@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/sync/Desktop.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
@@ -84,6 +86,7 @@ std::vector<uint8_t> IcoOf(COLORREF color) {
 }
 
 TEST_F(ConduitIcons, PictureFilesAreFittedIntoTheSquare) {
+  SKIP_WITHOUT_DRAWING();
   const Drawing square(ConduitIcon(File("square.bmp", BmpOf(20, 20, kRed)), 32).get());
   EXPECT_EQ(square.At(0, 0), kRed);
   EXPECT_EQ(square.At(31, 31), kRed);
@@ -97,6 +100,7 @@ TEST_F(ConduitIcons, PictureFilesAreFittedIntoTheSquare) {
 }
 
 TEST_F(ConduitIcons, EmbeddedIconsComeFromTheNamedFile) {
+  SKIP_WITHOUT_DRAWING();
   const std::u16string file = File("red.ico", IcoOf(kRed));
   for (const char16_t* prefix : {u"RES:", u"res:", u"Res:"}) {
     EXPECT_EQ(Drawing(ConduitIcon(prefix + file, 32).get()).At(16, 16), kRed);
@@ -104,6 +108,7 @@ TEST_F(ConduitIcons, EmbeddedIconsComeFromTheNamedFile) {
 }
 
 TEST_F(ConduitIcons, WhatGivesNoIconGivesTheProgramsOwn) {
+  SKIP_WITHOUT_DRAWING();
   const std::vector<COLORREF> own = Drawing(ProgramIcon(32).get()).pixels;
   EXPECT_NE(own, std::vector<COLORREF>(32 * 32, kPaper));
   std::vector<uint8_t> cut = IcoOf(kRed);

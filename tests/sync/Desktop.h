@@ -13,6 +13,18 @@ inline void UseRealPixels() {
   ::SetProcessDpiAwarenessContext(DPI_AWARENESS_CONTEXT_PER_MONITOR_AWARE_V2);
 }
 
+// Whether text has a height here. In 32-bit programs the 64-bit Wine has no fonts and draws
+// nothing; what depends on it is tested with the 64-bit program.
+inline bool SystemDraws() {
+  const HDC dc = ::GetDC(nullptr);
+  TEXTMETRICW metrics = {};
+  const bool draws = ::GetTextMetricsW(dc, &metrics) && metrics.tmHeight > 0;
+  ::ReleaseDC(nullptr, dc);
+  return draws;
+}
+#define SKIP_WITHOUT_DRAWING() \
+  if (!testing_windows::SystemDraws()) GTEST_SKIP() << "the system draws nothing here"
+
 inline std::u16string TextOf(HWND window) {
   std::wstring text(static_cast<size_t>(::GetWindowTextLengthW(window)), L'\0');
   ::GetWindowTextW(window, text.data(), static_cast<int>(text.size()) + 1);

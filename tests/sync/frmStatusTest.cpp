@@ -48,6 +48,7 @@ TEST_F(StatusWindow, AppearsWithTheFirstMainLabel) {
 }
 
 TEST_F(StatusWindow, SaysWhichConduitRuns) {
+  SKIP_WITHOUT_DRAWING();
   window.SetHeading({u"Memos", u"Memos", u"A. Nyone", u"1.2", u"C:\\no such\\icon.ico"});
   EXPECT_EQ(TextOf(window.handle()), u"Memos");
   EXPECT_EQ(TextOf(Control(frmStatus::kApplicationName)), u"Memos");
@@ -139,6 +140,7 @@ TEST_F(StatusWindow, TheBarShowsWhatTheComponentSays) {
 }
 
 TEST_F(StatusWindow, IsTidyAtEveryDpi) {
+  SKIP_WITHOUT_DRAWING();
   window.SetHeading({u"Memos", u"Memos", u"Somebody", u"1.0", u""});
   sync.UpdateStatusMain(u"Sending records");
   SIZE at_96 = {};
@@ -165,6 +167,7 @@ TEST_F(StatusWindow, IsTidyAtEveryDpi) {
 }
 
 TEST_F(StatusWindow, AMinimisedWindowStaysSoAndTakesItsSizeWhenRestored) {
+  SKIP_WITHOUT_DRAWING();
   sync.UpdateStatusMain(u"A phase");
   const SIZE before = ClientSize();
   ::ShowWindow(window.handle(), SW_MINIMIZE);
