@@ -50,7 +50,7 @@ STDMETHODIMP ByteStreamObject::put_DatabaseFor(::eDatabaseForType value) noexcep
   return Do([&] { stream_.SetDatabaseFor(static_cast<eDatabaseForType>(value)); });
 }
 STDMETHODIMP ByteStreamObject::get_ByteArray(VARIANT* value) noexcept {
-  if (!value) return E_POINTER;
+  if (!value) return Refuse(E_POINTER);
   ::VariantInit(value);
   return Do([&] {
     const auto array = stream_.ByteArray();
@@ -166,6 +166,13 @@ STDMETHODIMP ByteStreamObject::SingleToByte(float value, long* iOffSet,
 STDMETHODIMP ByteStreamObject::get_BlockLength(long* value) noexcept {
   return Get(value, [&] { return static_cast<long>(stream_.BlockBytes().size()); });
 }
+STDMETHODIMP ByteStreamObject::Fill(VARIANT bytes) noexcept {
+  return Do([&] {
+    const Bytes given = com::ToBytes(bytes).bytes;
+    if (given.empty()) throw InvalidArgument();
+    stream_.Fill(ByteSpan(given).first(given.size() - 1));
+  });
+}
 
 StreamArgument::StreamArgument(Server& server, ::_PDBByteStream** stream)
     : server_(server), argument_(stream), local_(server.code_page()) {
@@ -202,8 +209,16 @@ void StreamArgument::Return() {
   }
   const auto stream = com::Ptr<::_PDBByteStream>::Share(*argument_);
   const auto array = local_.ByteArray();
-  const com::Variant value = array ? com::FromBytes(array->bytes) : com::Variant();
-  com::Check(stream->put_ByteArray(*value.get()), stream.get(), IID__PDBByteStream);
+  if (!array) {
+    com::Check(stream->Clear(), stream.get(), IID__PDBByteStream);
+    return;
+  }
+  const com::Variant value = com::FromBytes(array->bytes);
+  if (const auto content = stream.As<::_PDBStreamContent>()) {
+    com::Check(content->Fill(*value.get()), content.get(), IID__PDBStreamContent);
+  } else {
+    com::Check(stream->put_ByteArray(*value.get()), stream.get(), IID__PDBByteStream);
+  }
 }
 
 }  // namespace pylon

@@ -72,6 +72,7 @@ class ByteStreamObject final
   STDMETHODIMP SingleToByte(float value, long* iOffSet, VARIANT_BOOL SwapByte) noexcept override;
 
   STDMETHODIMP get_BlockLength(long* value) noexcept override;
+  STDMETHODIMP Fill(VARIANT bytes) noexcept override;
 
  private:
   PDBByteStream stream_;

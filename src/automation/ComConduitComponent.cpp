@@ -4,9 +4,17 @@
 
 namespace pylon {
 
+template <class Member>
+void ComConduitComponent::Call(Member&& member) const {
+  ::SetErrorInfo(0, nullptr);  // what is there now is not the component's
+  com::Check(member(), component_.get(), IID_ISyncNotify);
+}
+
 std::u16string ComConduitComponent::GetConduitInfo(eConduitType infoType) {
   com::Bstr text;
-  Check(component_->GetConduitInfo(static_cast<::eConduitType>(infoType), text.Receive()));
+  Call([&] {
+    return component_->GetConduitInfo(static_cast<::eConduitType>(infoType), text.Receive());
+  });
   return com::Text(text.get());
 }
 
@@ -14,15 +22,15 @@ void ComConduitComponent::BeginSynchronize(const std::shared_ptr<oSyncInfo>& oSy
   auto object = com::Make<SyncInfoObject>(server_, oSync);
   // By reference: the component may put another pointer there, so what comes back is released.
   auto argument = com::Ptr<::_oSyncInfo>::Share(object.get());
-  Check(component_->BeginSynchronize(argument.InOut()));
+  Call([&] { return component_->BeginSynchronize(argument.InOut()); });
 }
 
-void ComConduitComponent::ConfigureConduit() { Check(component_->ConfigureConduit()); }
+void ComConduitComponent::ConfigureConduit() {
+  Call([&] { return component_->ConfigureConduit(); });
+}
 
-void ComConduitComponent::SynchronizeClose() { Check(component_->SynchronizeClose()); }
-
-void ComConduitComponent::Check(HRESULT result) const {
-  com::Check(result, component_.get(), IID_ISyncNotify);
+void ComConduitComponent::SynchronizeClose() {
+  Call([&] { return component_->SynchronizeClose(); });
 }
 
 ComponentFactory::Result ComComponentFactory::Create(std::u16string_view class_id) {

@@ -18,7 +18,9 @@ class ComConduitComponent final : public ConduitComponent {
   void SynchronizeClose() override;
 
  private:
-  void Check(HRESULT result) const;
+  // Calls the component and raises its error.
+  template <class Member>
+  void Call(Member&& member) const;
 
   Server& server_;
   com::Ptr<::ISyncNotify> component_;

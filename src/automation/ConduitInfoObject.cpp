@@ -21,7 +21,7 @@ STDMETHODIMP ConduitInfoObject::GetSettings(BSTR Section, BSTR Key, BSTR Default
 }
 STDMETHODIMP ConduitInfoObject::SaveSettings(BSTR Section, BSTR Key, BSTR Value,
                                              VARIANT* result) noexcept {
-  if (!result) return E_POINTER;
+  if (!result) return Refuse(E_POINTER);
   ::VariantInit(result);
   return Do([&] { info_->SaveSettings(com::Text(Section), com::Text(Key), com::Text(Value)); });
 }

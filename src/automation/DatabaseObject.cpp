@@ -95,7 +95,7 @@ template <class Read>
 HRESULT DatabaseObject::ReadRecord(long* Index, long* UniqueId, short* Category,
                                    ::eRecordAttribute* Attributes, ::_PDBByteStream** stream,
                                    VARIANT_BOOL* result, Read&& read) noexcept {
-  if (!Index || !UniqueId || !Category || !Attributes) return E_POINTER;
+  if (!Index || !UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
   return GetBool(result, [&] {
     int32_t index = *Index;
     int32_t unique_id = *UniqueId;
@@ -157,7 +157,7 @@ STDMETHODIMP DatabaseObject::get_RecordCount(long* value) noexcept {
 STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
                                     ::eRecordAttribute* Attributes,
                                     ::_PDBByteStream** oByteStream) noexcept {
-  if (!UniqueId || !Category || !Attributes) return E_POINTER;
+  if (!UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
   return Do([&] {
     int32_t unique_id = *UniqueId;
     StreamArgument stream(server(), oByteStream);

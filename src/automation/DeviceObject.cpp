@@ -24,7 +24,7 @@ STDMETHODIMP DeviceObject::GetSettings(BSTR Section, BSTR Key, BSTR Default,
 }
 STDMETHODIMP DeviceObject::SaveSettings(BSTR Section, BSTR Key, BSTR Value,
                                         VARIANT* result) noexcept {
-  if (!result) return E_POINTER;
+  if (!result) return Refuse(E_POINTER);
   ::VariantInit(result);
   return Do([&] { device_->SaveSettings(com::Text(Section), com::Text(Key), com::Text(Value)); });
 }

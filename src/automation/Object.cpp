@@ -14,6 +14,7 @@ HRESULT ResultOf(int32_t number) noexcept {
 }  // namespace
 
 HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept try {
+  ::SetErrorInfo(0, nullptr);  // of an older error, should there be no memory for this one's
   com::Ptr<ICreateErrorInfo> creator;
   if (SUCCEEDED(::CreateErrorInfo(creator.Receive()))) {
     const std::u16string source = error.source().empty() ? raiser.prog_id : error.source();

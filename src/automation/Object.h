@@ -21,6 +21,13 @@ struct ClassInfo {
 // numbers, the number itself when it is an HRESULT.
 HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept;
 
+// Returns `result`, a failure that says it all; the description of an older error goes, so that it
+// does not pass for this one's.
+inline HRESULT Refuse(HRESULT result) noexcept {
+  ::SetErrorInfo(0, nullptr);
+  return result;
+}
+
 // The one place where an exception becomes an HRESULT.
 template <class Body>
 HRESULT Guard(const ClassInfo& raiser, Body&& body) noexcept try {
@@ -29,13 +36,13 @@ HRESULT Guard(const ClassInfo& raiser, Body&& body) noexcept try {
 } catch (const AutomationError& error) {
   return Raise(raiser, error);
 } catch (const std::bad_alloc&) {
-  return E_OUTOFMEMORY;
+  return Refuse(E_OUTOFMEMORY);
 } catch (const std::exception& error) {
   // Nothing of ours ends here; if it does, its own words are the best lead.
   try {
     return Raise(raiser, AutomationError(51, {}, FromUtf8(error.what())));
   } catch (...) {
-    return E_UNEXPECTED;
+    return Refuse(E_UNEXPECTED);
   }
 }
 
@@ -118,7 +125,7 @@ class Object : public Default, public Others..., public ISupportErrorInfo {
   // A member with a result: a failed call never hands its caller garbage to free.
   template <class T, class Body>
   HRESULT Get(T* value, Body&& body) noexcept {
-    if (!value) return E_POINTER;
+    if (!value) return Refuse(E_POINTER);
     *value = T{};
     return Do([&] { *value = body(); });
   }

@@ -1,7 +1,9 @@
 #include "automation/Registration.h"
 
 #include <array>
+#include <cwchar>
 #include <span>
+#include <vector>
 
 #include "automation/ClassFactory.h"
 
@@ -59,8 +61,8 @@ std::u16string ReadDefault(RegistrationScope scope, REGSAM view, const std::u16s
       ERROR_SUCCESS) {
     return {};
   }
-  std::array<wchar_t, 1024> text = {};
-  DWORD size = sizeof(text) - sizeof(wchar_t);
+  std::vector<wchar_t> text(32'768);  // the longest path
+  DWORD size = static_cast<DWORD>((text.size() - 1) * sizeof(wchar_t));
   if (::RegQueryValueExW(key.get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()),
                          &size) != ERROR_SUCCESS) {
     return {};
@@ -101,6 +103,15 @@ LibraryId IdOf(ITypeLib* library) {
 
 std::u16string ClassPath(const ClassInfo& info) {
   return std::u16string(kClasses) + u"CLSID\\" + Braced(info.id);
+}
+
+// Where the system keeps the path of the library, for clients of this program's kind.
+std::u16string LibraryPath(const LibraryId& library) {
+  std::array<wchar_t, 64> rest = {};  // the numbers are hexadecimal
+  std::swprintf(rest.data(), rest.size(), L"\\%x.%x\\%x\\%ls", static_cast<unsigned>(library.major),
+                static_cast<unsigned>(library.minor), static_cast<unsigned>(library.locale),
+                library.system == SYS_WIN64 ? L"win64" : L"win32");
+  return std::u16string(kClasses) + u"TypeLib\\" + Braced(library.id) + FromWide(rest.data());
 }
 
 void RegisterClass(const ClassInfo& info, const LibraryId& library,
@@ -160,11 +171,7 @@ void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
     }
   }
   const LibraryId library = IdOf(types.get());
-  com::Bstr registered;
-  if (FAILED(::QueryPathOfRegTypeLib(library.id, library.major, library.minor, library.locale,
-                                     registered.Receive()))) {
-    return;
-  }
+  if (!EqualsIgnoringCase(ReadDefault(scope, 0, LibraryPath(library)), types.path())) return;
   const HRESULT result = scope == RegistrationScope::kMachine
                              ? ::UnRegisterTypeLib(library.id, library.major, library.minor,
                                                    library.locale, library.system)

@@ -19,8 +19,8 @@ RegistrationScope ScopeOfThisProcess();
 void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
                     RegistrationScope scope);
 
-// Removes what RegisterServer made. Classes that another copy of the program has registered since
-// stay. What is not there is no error.
+// Removes what RegisterServer made. What another copy of the program has registered since stays.
+// What is not there is no error.
 void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
                       RegistrationScope scope);
 

@@ -50,11 +50,12 @@ class DispatchTable::Call {
     const size_t count = function_.parameters.size();
     arguments_.resize(count);
     sources_.assign(count, nullptr);
-    if (const HRESULT placed = Place(given); FAILED(placed)) return placed;
+    if (const HRESULT placed = Place(given, bad_argument); FAILED(placed)) return placed;
     for (size_t i = 0; i < count; ++i) {
+      const VARIANT* const source = sources_[i];
       const HRESULT converted = ConvertOne(i);
       if (SUCCEEDED(converted)) continue;
-      if (bad_argument) *bad_argument = given.cArgs - 1 - static_cast<UINT>(i);
+      if (bad_argument && source) *bad_argument = static_cast<UINT>(source - given.rgvarg);
       return converted;
     }
     return S_OK;
@@ -107,23 +108,29 @@ class DispatchTable::Call {
     if (function_.result && function_.result->type != VT_VARIANT) {
       V_VT(returned.get()) = function_.result->type;
     }
-    if (result) *result = returned.Detach();
-    return WriteBack();
+    const HRESULT written = WriteBack();
+    if (SUCCEEDED(written) && result) *result = returned.Detach();
+    return written;
   }
 
   bool member_failed() const noexcept { return member_failed_; }
 
  private:
   // Finds the caller's value for each parameter.
-  HRESULT Place(const DISPPARAMS& given) {
-    if (given.cArgs > arguments_.size()) return DISP_E_BADPARAMCOUNT;
+  HRESULT Place(const DISPPARAMS& given, UINT* bad_argument) {
+    if (given.cArgs > arguments_.size() || given.cNamedArgs > given.cArgs) {
+      return DISP_E_BADPARAMCOUNT;
+    }
     const UINT positional = given.cArgs - given.cNamedArgs;
     for (UINT i = 0; i < positional; ++i) sources_[i] = &given.rgvarg[given.cArgs - 1 - i];
     for (UINT i = 0; i < given.cNamedArgs; ++i) {
       const DISPID name = given.rgdispidNamedArgs[i];
       const size_t place =
           name == DISPID_PROPERTYPUT ? arguments_.size() - 1 : static_cast<size_t>(name);
-      if (place >= arguments_.size()) return DISP_E_PARAMNOTFOUND;
+      if (place >= arguments_.size() || sources_[place]) {
+        if (bad_argument) *bad_argument = i;
+        return DISP_E_PARAMNOTFOUND;
+      }
       sources_[place] = &given.rgvarg[i];
     }
     return S_OK;
@@ -132,7 +139,7 @@ class DispatchTable::Call {
   HRESULT ConvertOne(size_t i) {
     const Parameter& parameter = function_.parameters[i];
     VARIANT* source = sources_[i] ? Dereference(sources_[i]) : nullptr;
-    if (source && parameter.optional && IsMissing(*source)) source = sources_[i] = nullptr;
+    if (source && IsMissing(*source)) source = sources_[i] = nullptr;
     com::Variant missing;
     if (!source) {
       if (parameter.default_value) {
@@ -146,7 +153,11 @@ class DispatchTable::Call {
       }
     }
     VARIANT* const target = arguments_[i].get();
-    if (parameter.type == VT_VARIANT) return ::VariantCopyInd(target, source);
+    if (parameter.type == VT_VARIANT) {
+      // By reference a typed variable, an array too, goes as it is: the member works on it itself.
+      return parameter.by_reference ? ::VariantCopy(target, source)
+                                    : ::VariantCopyInd(target, source);
+    }
     if (parameter.type == VT_DISPATCH) return ConvertObject(*source, parameter, target);
     return ::VariantChangeTypeEx(target, source, locale_, 0, parameter.type);
   }
@@ -182,6 +193,7 @@ class DispatchTable::Call {
   HRESULT WriteBack() {
     for (size_t i = 0; i < arguments_.size(); ++i) {
       if (!function_.parameters[i].by_reference || !sources_[i]) continue;
+      if (V_ISBYREF(arguments_[i].get())) continue;
       const bool is_reference = V_ISBYREF(sources_[i]);
       VARIANT* const target = Dereference(sources_[i]);
       HRESULT written = S_OK;
@@ -204,6 +216,7 @@ class DispatchTable::Call {
     VARIANT old;
     ::VariantInit(&old);
     switch (type) {
+      case VT_I1:
       case VT_UI1:
         *V_UI1REF(target) = V_UI1(converted.get());
         break;
@@ -226,6 +239,10 @@ class DispatchTable::Call {
       case VT_I8:
       case VT_UI8:
         *V_CYREF(target) = V_CY(converted.get());
+        break;
+      case VT_DECIMAL:
+        *V_DECIMALREF(target) = V_DECIMAL(converted.get());
+        V_DECIMALREF(target)->wReserved = 0;  // where a VARIANT has its type
         break;
       case VT_BSTR:
         V_VT(&old) = VT_BSTR;
@@ -340,12 +357,11 @@ HRESULT DispatchTable::Invoke(void* object, REFIID interface_id, DISPID member, 
   if (!arguments) return E_INVALIDARG;
   const Function* const function = Find(member, flags);
   if (!function) return DISP_E_MEMBERNOTFOUND;
-  if (result) ::VariantInit(result);
 
   Call call(*function, locale);
-  if (const HRESULT converted = call.Convert(*arguments, bad_argument); FAILED(converted)) {
-    return converted;
-  }
+  const HRESULT converted = call.Convert(*arguments, bad_argument);
+  if (result) ::VariantInit(result);  // not before: it may be the variable of an argument
+  if (FAILED(converted)) return converted;
   ::SetErrorInfo(0, nullptr);
   const HRESULT outcome = call.Run(object, result);
   if (!call.member_failed()) return outcome;

@@ -90,15 +90,12 @@ class IdleTimer {
   UINT_PTR timer_ = 0;
 };
 
-// Sends new clients to a new process, and serves those that are already waiting here. False when
-// there were any: then this process goes on.
-bool LastClientIsGone(const Server& server) {
+// Sends new clients to a new process. Whoever has reached this one already is served.
+void TurnAway(std::optional<ClassObjects>& classes) {
   ::CoSuspendClassObjects();
   MSG message;
   while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) ::DispatchMessageW(&message);
-  if (server.locks() == 0) return true;
-  ::CoResumeClassObjects();
-  return false;
+  classes.reset();
 }
 
 }  // namespace
@@ -173,7 +170,12 @@ int Program::Serve() {
   MSG message;
   while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
     if (idle.Fired(message)) {
-      if (server_->locks() == 0 && LastClientIsGone(*server_)) break;
+      if (server_->locks() != 0) continue;
+      if (!classes) break;
+      // A client may hold a class object and be about to create with it, which counts for nothing
+      // yet, so the process stays a little longer.
+      TurnAway(classes);
+      idle.Start(IdleTimer::kLastClientMs);
       continue;
     }
     ::TranslateMessage(&message);

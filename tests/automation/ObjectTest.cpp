@@ -147,12 +147,87 @@ TEST_F(ObjectTest, TypedReferencesKeepTheCallersType) {
   EXPECT_EQ(narrow, 1);
 }
 
+TEST_F(ObjectTest, ATypedArrayGoesByReference) {
+  const auto utils = com::Make<UtilsObject>(server_).As<::_PDBUtils>();
+  com::Variant array = com::FromBytes(Bytes{std::byte{0xC3}, std::byte{0xBC}});
+  VARIANT argument;
+  V_VT(&argument) = VT_BYREF | VT_ARRAY | VT_UI1;
+  V_ARRAYREF(&argument) = &V_ARRAY(array.get());
+  const Outcome outcome = Call(utils.get(), u"ToUTF16", {argument});
+  ASSERT_HRESULT_SUCCEEDED(outcome.result);
+  EXPECT_EQ(V_I4(outcome.value.get()), 0xFC);
+  EXPECT_HRESULT_SUCCEEDED(
+      Call(NewStream().get(), u"ByteArray", {argument}, DISPATCH_PROPERTYPUT).result);
+}
+
+TEST_F(ObjectTest, ArgumentsMayBeNamedAndTheResultMayGoIntoOne) {
+  const auto stream = NewStream();
+  std::u16string texts[] = {u"IntegerToByte", u"SwapByte", u"iOffSet", u"value"};
+  wchar_t* names[std::size(texts)];
+  std::transform(std::begin(texts), std::end(texts), names,
+                 [](auto& text) { return const_cast<wchar_t*>(Wide(text)); });
+  DISPID ids[std::size(texts)] = {};
+  ASSERT_HRESULT_SUCCEEDED(stream->GetIDsOfNames(IID_NULL, names, 4, LOCALE_USER_DEFAULT, ids));
+  com::Variant offset(0);
+  VARIANT values[] = {Plain(-1), ByReference(offset), Plain(0x0102)};
+  DISPPARAMS parameters = {values, ids + 1, 3, 3};
+  const auto invoke = [&](IDispatch* object, DISPID id, VARIANT* result, UINT* bad_argument) {
+    return object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_METHOD, &parameters, result,
+                          nullptr, bad_argument);
+  };
+  ASSERT_HRESULT_SUCCEEDED(invoke(stream.get(), ids[0], nullptr, nullptr));
+  EXPECT_EQ(V_I4(offset.get()), 2);
+  uint8_t first = 0;
+  long start = 0;
+  stream->GetByte(&first, &start);
+  EXPECT_EQ(first, 1);
+
+  UINT bad_argument = 99;
+  const com::Bstr text(u"no number");
+  values[1] = Plain(text);
+  EXPECT_EQ(invoke(stream.get(), ids[0], nullptr, &bad_argument), DISP_E_TYPEMISMATCH);
+  EXPECT_EQ(bad_argument, 1U) << "the place in the array, whatever the name";
+  ids[2] = ids[3];
+  EXPECT_EQ(invoke(stream.get(), ids[0], nullptr, &bad_argument), DISP_E_PARAMNOTFOUND);
+
+  const auto utils = com::Make<UtilsObject>(server_).As<::_PDBUtils>();
+  com::Variant value(-1);
+  values[0] = ByReference(value);
+  parameters = {values, nullptr, 1, 0};
+  ASSERT_HRESULT_SUCCEEDED(invoke(utils.get(), 2, value.get(), nullptr));  // LongToUnsigned
+  EXPECT_EQ(V_R8(value.get()), 4294967295.0);
+}
+
+TEST_F(ObjectTest, MoneyAndWideNumbersConvert) {
+  const auto stream = NewStream();
+  VARIANT money;
+  V_VT(&money) = VT_CY;
+  V_CY(&money).int64 = 1'234'567;
+  DECIMAL wide = {};
+  VARIANT offset;
+  V_VT(&offset) = VT_BYREF | VT_DECIMAL;
+  V_DECIMALREF(&offset) = &wide;
+  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"CurrencyToByte", {money, offset}).result);
+  EXPECT_EQ(wide.Lo64, 8U);
+  com::Variant read;
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"ByteToCurrency", {ByReference(read), Plain(0)}).result);
+  ASSERT_EQ(V_VT(read.get()), VT_CY);
+  EXPECT_EQ(V_CY(read.get()).int64, 1'234'567);
+}
+
 TEST_F(ObjectTest, BadCallsAreRefused) {
   const auto stream = NewStream();
   const com::Bstr text(u"no number");
   const com::Bstr good(u"12");
   EXPECT_EQ(Call(stream.get(), u"NoSuchMember", {}).result, DISP_E_UNKNOWNNAME);
-  EXPECT_EQ(Call(stream.get(), u"Resize", {}).result, DISP_E_PARAMNOTOPTIONAL);
+  const Outcome missing = Call(stream.get(), u"Resize", {});
+  EXPECT_EQ(missing.result, DISP_E_PARAMNOTOPTIONAL);
+  EXPECT_EQ(missing.bad_argument, 99U) << "there is none to name";
+  VARIANT omitted;
+  V_VT(&omitted) = VT_ERROR;
+  V_ERROR(&omitted) = DISP_E_PARAMNOTFOUND;
+  EXPECT_EQ(Call(stream.get(), u"Resize", {omitted}).result, DISP_E_PARAMNOTOPTIONAL);
   EXPECT_EQ(Call(stream.get(), u"Clear", {Plain(1)}).result, DISP_E_BADPARAMCOUNT);
   EXPECT_EQ(Call(stream.get(), u"Resize", {Plain(1e12)}).result, DISP_E_OVERFLOW);
   const Outcome outcome = Call(stream.get(), u"LongToByte", {Plain(text), Plain(0)});
@@ -183,6 +258,12 @@ TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
     EXPECT_EQ(error.source(), u"Pylon.PDBByteStream");
     EXPECT_EQ(error.description(), u"Overflow");
   }
+
+  // An error without a text must not be told in the words of the one before.
+  EXPECT_EQ(stream->Int24ToByte(0x008000, &offset, VARIANT_FALSE), early);
+  EXPECT_EQ(stream->get_length(nullptr), E_POINTER);
+  com::Ptr<IErrorInfo> stale;
+  EXPECT_EQ(::GetErrorInfo(0, stale.Receive()), S_FALSE);
 }
 
 TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {

@@ -110,14 +110,22 @@ std::optional<DWORD> Process::Wait() {
   return code;
 }
 
-std::vector<DWORD> ProcessesNamed(std::wstring_view executable) {
+std::vector<DWORD> ProcessesOf(const std::filesystem::path& program) {
   std::vector<DWORD> processes;
+  const std::u16string wanted = program.u16string();
   const FileHandle snapshot(::CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
   PROCESSENTRY32W entry = {};
   entry.dwSize = sizeof(entry);
   for (BOOL more = ::Process32FirstW(snapshot.get(), &entry); more;
        more = ::Process32NextW(snapshot.get(), &entry)) {
-    if (executable == entry.szExeFile) processes.push_back(entry.th32ProcessID);
+    const KernelHandle process(
+        ::OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, entry.th32ProcessID));
+    std::array<wchar_t, 32'768> path = {};
+    auto length = static_cast<DWORD>(path.size());
+    if (::QueryFullProcessImageNameW(process.get(), 0, path.data(), &length) &&
+        EqualsIgnoringCase(FromWide(path.data()), wanted)) {
+      processes.push_back(entry.th32ProcessID);
+    }
   }
   return processes;
 }

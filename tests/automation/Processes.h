@@ -38,7 +38,8 @@ class Process {
   DWORD id_ = 0;
 };
 
-std::vector<DWORD> ProcessesNamed(std::wstring_view executable);
+// The processes that run this very program; not those of a copy that lies elsewhere.
+std::vector<DWORD> ProcessesOf(const std::filesystem::path& program);
 
 // Top-level windows of a process, found by class; null when there is none.
 HWND FindWindowOf(DWORD process, const wchar_t* window_class, bool visible_only = true);

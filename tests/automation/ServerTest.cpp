@@ -8,9 +8,11 @@
 #include <string>
 
 #include "automation/Com.h"
+#include "automation/DatabaseObject.h"
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "tests/automation/Processes.h"
+#include "tests/support/MemoryFile.h"
 
 namespace pylon {
 namespace {
@@ -20,6 +22,9 @@ using testing::Quoted;
 using testing::TemporaryFolder;
 
 std::filesystem::path Program() { return std::filesystem::absolute("Pylon.exe"); }
+
+constexpr wchar_t kLibraryKey[] =
+    L"Software\\Classes\\TypeLib\\{b68ac2a1-6b80-4982-9ca3-c1fd9b2a8e6f}";
 
 bool KeyExists(const wchar_t* path, REGSAM view = 0) {
   RegistryKey key;
@@ -44,6 +49,8 @@ class ServerTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
     ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr));
+    // A run that was killed may have left the registration of a program that is gone.
+    (void)::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kLibraryKey);
     ASSERT_EQ(RunProgram(u"/regserver"), 0U);
   }
   static void TearDownTestSuite() { ::OleUninitialize(); }
@@ -65,13 +72,11 @@ TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
   constexpr wchar_t kClass[] =
       L"Software\\Classes\\CLSID\\{af1e45f8-f5df-483f-b359-5c0ec42df03b}\\LocalServer32";
   constexpr wchar_t kProgId[] = L"Software\\Classes\\Pylon.PDBByteStream\\CLSID";
-  constexpr wchar_t kLibrary[] =
-      L"Software\\Classes\\TypeLib\\{b68ac2a1-6b80-4982-9ca3-c1fd9b2a8e6f}\\1.0";
   constexpr wchar_t kInterface[] =
       L"Software\\Classes\\Interface\\{51911ed3-dbe5-442f-b5a6-596e0af35932}";
   EXPECT_TRUE(KeyExists(kClass));
   EXPECT_TRUE(KeyExists(kProgId));
-  EXPECT_TRUE(KeyExists(kLibrary));
+  EXPECT_TRUE(KeyExists(kLibraryKey));
   EXPECT_TRUE(KeyExists(kInterface));
   EXPECT_TRUE(KeyExists(kClass, KEY_WOW64_32KEY)) << "32-bit clients look there";
 
@@ -80,13 +85,61 @@ TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
   EXPECT_FALSE(KeyExists(kClass));
   EXPECT_FALSE(KeyExists(kClass, KEY_WOW64_32KEY));
   EXPECT_FALSE(KeyExists(kProgId));
-  EXPECT_FALSE(KeyExists(kLibrary));
+  EXPECT_FALSE(KeyExists(kLibraryKey));
   EXPECT_FALSE(KeyExists(kInterface));
   EXPECT_EQ(RunProgram(u"/unregserver"), 0U) << "nothing there is no error";
 
   EXPECT_EQ(RunProgram(u"/regserver"), 0U);
   EXPECT_EQ(RunProgram(u"/REGSERVER"), 0U);
   EXPECT_TRUE(KeyExists(kClass));
+}
+
+TEST_F(ServerTest, ACopyRemovesNothingOfAnother) {
+  const auto copy = folder_.path() / "Pylon.exe";
+  std::filesystem::copy_file(Program(), copy);
+  const auto run = [&](const char16_t* arguments) {
+    return Process(Quoted(copy) + arguments).Wait().value_or(99);
+  };
+  ASSERT_EQ(run(u" /regserver"), 0U);
+  EXPECT_EQ(RunProgram(u"/unregserver"), 0U);
+  com::Ptr<ITypeLib> library;
+  EXPECT_HRESULT_SUCCEEDED(::LoadRegTypeLib(LIBID_Pylon, 1, 0, 0, library.Receive()));
+  library = nullptr;
+  long length = -1;
+  EXPECT_HRESULT_SUCCEEDED(CreateOutside<::_PDBUtils>(CLSID_PDBUtils)->UTF8Length(nullptr, &length))
+      << "the copy serves";
+  EXPECT_TRUE(testing::WaitUntil([&] { return testing::ProcessesOf(copy).empty(); }));
+  EXPECT_EQ(run(u" /unregserver"), 0U);
+  EXPECT_EQ(::LoadRegTypeLib(LIBID_Pylon, 1, 0, 0, library.Receive()), TYPE_E_LIBNOTREGISTERED);
+  ASSERT_EQ(RunProgram(u"/regserver"), 0U);
+}
+
+TEST_F(ServerTest, ABlockThatPassesThroughAnotherProcessStaysAsItIs) {
+  testing::MemoryFolder memory;
+  const SystemClock clock;
+  Server server(u"Pylon.exe", AnsiCodePage::Windows1252(), clock, memory.Factory());
+  const auto database = com::Make<DatabaseObject>(server).As<::PDBDatabase>();
+  const com::Bstr path(u"C:\\Blocks.pdb");
+  const com::Bstr name(u"Blocks");
+  VARIANT_BOOL done = VARIANT_FALSE;
+  database->put_PDBFilePath(path.get());
+  database->put_PDBDatabaseName(name.get());
+  ASSERT_HRESULT_SUCCEEDED(database->CreateDatabase(&done));
+
+  auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+  ASSERT_HRESULT_SUCCEEDED(database->ReadAppInfoBlock(stream.InOut())) << "empty ones travel too";
+  long offset = 0;
+  const com::Bstr text(u"ab");
+  ASSERT_HRESULT_SUCCEEDED(stream->StringToByte(text.get(), &offset));
+  for (int round = 0; round < 3; ++round) {
+    ASSERT_HRESULT_SUCCEEDED(database->WriteAppInfoBlock(stream.InOut()));
+    stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+    ASSERT_HRESULT_SUCCEEDED(database->ReadAppInfoBlock(stream.InOut()));
+    long length = 0;
+    stream->get_length(&length);
+    EXPECT_EQ(length, 3);
+  }
+  database->CloseDatabase();
 }
 
 TEST_F(ServerTest, EarlyBoundCallsCrossTheProcesses) {
@@ -211,10 +264,11 @@ try { u.UnsignedToInteger(65536); } catch (e) { WScript.Echo("error " + (e.numbe
 }
 
 TEST_F(ServerTest, TheServerOpensNoWindowAndEndsWithItsLastClient) {
-  ASSERT_TRUE(testing::WaitUntil([] { return testing::ProcessesNamed(L"Pylon.exe").empty(); }));
+  const auto ended = [] { return testing::ProcessesOf(Program()).empty(); };
+  ASSERT_TRUE(testing::WaitUntil(ended)) << "a server outlives the tests before";
   auto utils = CreateOutside<::_PDBUtils>(CLSID_PDBUtils);
-  const auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
-  const auto servers = testing::ProcessesNamed(L"Pylon.exe");
+  auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
+  const auto servers = testing::ProcessesOf(Program());
   ASSERT_EQ(servers.size(), 1U) << "one process serves every class";
   for (const wchar_t* window_class : {L"#32770", L"Pylon.frmSetup", L"Pylon.frmStatus"}) {
     EXPECT_EQ(testing::FindWindowOf(servers[0], window_class), nullptr);
@@ -222,10 +276,17 @@ TEST_F(ServerTest, TheServerOpensNoWindowAndEndsWithItsLastClient) {
   utils = nullptr;
   long length = -1;
   EXPECT_HRESULT_SUCCEEDED(stream->get_length(&length)) << "one client is still there";
-}
-
-TEST_F(ServerTest, NoServerOutlivesTheTestsBefore) {
-  EXPECT_TRUE(testing::WaitUntil([] { return testing::ProcessesNamed(L"Pylon.exe").empty(); }));
+  stream = nullptr;
+  EXPECT_TRUE(testing::WaitUntil(ended));
+  // What comes when the process is ending, or has ended, is served all the same.
+  for (const int pause_ms : {480, 500, 520, 700}) {
+    const auto again = CreateOutside<::_PDBUtils>(CLSID_PDBUtils);
+    short value = -1;
+    long result = 0;
+    EXPECT_HRESULT_SUCCEEDED(again->IntegerToUnsigned(&value, &result));
+    EXPECT_EQ(result, 65535);
+    ::Sleep(static_cast<DWORD>(pause_ms));
+  }
 }
 
 }  // namespace

@@ -163,6 +163,43 @@ TEST_F(TypeLibraryTest, NoTwoMembersOfAKindShareAnId) {
   }
 }
 
+// The value behind the pointers of a type; an enum or an interface as it is, a struct as VT_RECORD.
+VARTYPE ValueOf(ITypeInfo* info, const TYPEDESC* type) {
+  while (type->vt == VT_PTR) type = type->lptdesc;
+  if (type->vt != VT_USERDEFINED) return type->vt;
+  com::Ptr<ITypeInfo> named;
+  com::Check(info->GetRefTypeInfo(type->hreftype, named.Receive()));
+  TYPEATTR* attributes = nullptr;
+  com::Check(named->GetTypeAttr(&attributes));
+  const TYPEKIND kind = attributes->typekind;
+  named->ReleaseTypeAttr(attributes);
+  if (kind == TKIND_ENUM) return VT_I4;
+  return kind == TKIND_DISPATCH || kind == TKIND_INTERFACE ? VT_DISPATCH : VT_RECORD;
+}
+
+TEST_F(TypeLibraryTest, EveryValueIsOfATypeThatScriptsKnow) {
+  const std::set<VARTYPE> known = {VT_UI1,  VT_I2,   VT_I4,   VT_R4,      VT_R8,   VT_CY,
+                                   VT_DATE, VT_BSTR, VT_BOOL, VT_VARIANT, VT_VOID, VT_DISPATCH};
+  std::set<VARTYPE> used;
+  for (const char16_t* name :
+       {u"ISyncNotify", u"_oSyncInfo", u"PDBFileSystem", u"PDBDatabase", u"_PDBDatabasePC",
+        u"_PDBByteStream", u"_PDBUtils", u"_CDevice", u"_CConduitInfo", u"_CSyncIndex"}) {
+    const auto info = Find(name);
+    constexpr UINT kIUnknownAndIDispatch = 7;
+    FUNCDESC* function = nullptr;
+    for (UINT i = kIUnknownAndIDispatch; SUCCEEDED(info->GetFuncDesc(i, &function)); ++i) {
+      for (SHORT parameter = 0; parameter < function->cParams; ++parameter) {
+        const VARTYPE type = ValueOf(info.get(), &function->lprgelemdescParam[parameter].tdesc);
+        EXPECT_TRUE(known.contains(type)) << ToUtf8(name) << " member " << function->memid;
+        used.insert(type);
+      }
+      used.insert(ValueOf(info.get(), &function->elemdescFunc.tdesc));
+      info->ReleaseFuncDesc(function);
+    }
+  }
+  EXPECT_EQ(used, known);
+}
+
 TEST_F(TypeLibraryTest, ADatabaseInAFileSharesTheIdsOfEveryDatabase) {
   std::map<std::string, DISPID> ids;
   for (const Member& member : Members(u"_PDBDatabasePC")) ids[member.name] = member.id;
