@@ -58,7 +58,7 @@ class StoreTest : public ::testing::Test {
 };
 
 TEST_F(StoreTest, BeforeTheFirstSyncThereIsNothing) {
-  const auto device = Device(u"Mary");
+  const auto device = Device(u"Desk");
   const auto info = Info();
   EXPECT_EQ(device->SyncDateTime(), 0);
   EXPECT_EQ(info->SyncDateTime(), 0);
@@ -68,24 +68,24 @@ TEST_F(StoreTest, BeforeTheFirstSyncThereIsNothing) {
 }
 
 TEST_F(StoreTest, DevicesKeepTheirOwnAndShareTheApplications) {
-  const auto mary = Device(u"Mary");
-  const auto bob = Device(u"Bob");
-  mary->SaveSettings(u"View", u"Sort", u"name");
-  EXPECT_EQ(bob->GetSettings(u"View", u"Sort", u"none"), u"none");
-  bob->SaveSettings(u"View", u"Sort", u"date");
-  EXPECT_TRUE(mary->SetSyncDateTime(clock.now));
+  const auto desk = Device(u"Desk");
+  const auto travel = Device(u"Travel");
+  desk->SaveSettings(u"View", u"Sort", u"name");
+  EXPECT_EQ(travel->GetSettings(u"View", u"Sort", u"none"), u"none");
+  travel->SaveSettings(u"View", u"Sort", u"date");
+  EXPECT_TRUE(desk->SetSyncDateTime(clock.now));
   const auto info = Info();
   EXPECT_TRUE(info->SetSyncDateTime(clock.now + 1));
   info->SaveSettings(u"View", u"Sort", u"size");
 
-  EXPECT_EQ(Device(u"Mary")->GetSettings(u"view", u"SORT", u""), u"name");
-  EXPECT_EQ(Device(u"Mary")->SyncDateTime(), clock.now);
-  EXPECT_EQ(bob->GetSettings(u"View", u"Sort", u""), u"date");
-  EXPECT_EQ(bob->SyncDateTime(), 0);
+  EXPECT_EQ(Device(u"Desk")->GetSettings(u"view", u"SORT", u""), u"name");
+  EXPECT_EQ(Device(u"Desk")->SyncDateTime(), clock.now);
+  EXPECT_EQ(travel->GetSettings(u"View", u"Sort", u""), u"date");
+  EXPECT_EQ(travel->SyncDateTime(), 0);
   EXPECT_EQ(Info()->SyncDateTime(), clock.now + 1);
   EXPECT_EQ(Info()->GetSettings(u"View", u"Sort", u""), u"size");
   for (const char16_t* file :
-       {u"App\\Mary\\DeviceStore.ini", u"App\\Bob\\DeviceStore.ini", u"App\\AppStore.ini"}) {
+       {u"App\\Desk\\DeviceStore.ini", u"App\\Travel\\DeviceStore.ini", u"App\\AppStore.ini"}) {
     EXPECT_TRUE(folder.Exists(file));
   }
 }
@@ -165,7 +165,7 @@ TEST_F(StoreTest, AFailedWriteOfTheSyncTimeIsReported) {
   // A file has the name of the folder.
   folder.Write(u"App", "");
   EXPECT_FALSE(info->SetSyncDateTime(clock.now));
-  EXPECT_FALSE(Device(u"Mary")->SetSyncDateTime(clock.now));
+  EXPECT_FALSE(Device(u"Desk")->SetSyncDateTime(clock.now));
   info->SaveSettings(u"S", u"K", u"lost");
   EXPECT_EQ(info->GetSettings(u"S", u"K", u"default"), u"default");
 }
@@ -201,7 +201,7 @@ TEST_F(StoreTest, AHeldFileIsWaitedForBriefly) {
 }
 
 TEST_F(StoreTest, TheDeviceClockRunsOn) {
-  const auto device = Device(u"Mary");
+  const auto device = Device(u"Desk");
   const Date on_device = ToDate({2001, 1, 1, 23, 59, 55});
   device->SetDeviceDateTime(on_device);
   EXPECT_EQ(device->DeviceDateTime(), on_device);

@@ -40,14 +40,14 @@ class FakeView final : public LogView {
 
 class LogTest : public ::testing::Test {
  protected:
-  LogTest() { Name(log, u"Mary", u"Contacts"); }
+  LogTest() { Name(log, u"Desk", u"Contacts"); }
   static void Name(CLog& log, std::u16string_view device, std::u16string_view app_id) {
     log.SetDeviceName(device);
     log.SetAppId(app_id);
   }
   void Place(std::string_view bytes) {
     ::CreateDirectoryW(Wide(folder.File(u"Contacts")), nullptr);
-    ::CreateDirectoryW(Wide(folder.File(u"Contacts\\Mary")), nullptr);
+    ::CreateDirectoryW(Wide(folder.File(u"Contacts\\Desk")), nullptr);
     folder.Write(kFile, bytes);
   }
   // The texts of the lines behind their time stamps, a bar behind each.
@@ -65,7 +65,7 @@ class LogTest : public ::testing::Test {
     return texts;
   }
 
-  static constexpr char16_t kFile[] = u"Contacts\\Mary\\Contacts.log";
+  static constexpr char16_t kFile[] = u"Contacts\\Desk\\Contacts.log";
 
   TempFolder folder;
   FakeClock clock;
@@ -108,7 +108,7 @@ TEST_F(LogTest, ContinuesWhatIsThere) {
     SCOPED_TRACE(test.what);
     Place(test.before);
     CLog next(folder.path(), AnsiCodePage::Windows1252(), clock, nullptr);
-    Name(next, u"Mary", u"Contacts");
+    Name(next, u"Desk", u"Contacts");
     next.UpdateLog(test.text);
     next.Close();
     const std::string after = folder.Read(kFile);
@@ -207,7 +207,7 @@ TEST_F(LogTest, AHeldLogIsWaitedFor) {
 
 TEST_F(LogTest, TwoLogsOfTheSameFileTakeTurns) {
   CLog other(folder.path(), AnsiCodePage::Windows1252(), clock, nullptr);
-  Name(other, u"Mary", u"Contacts");
+  Name(other, u"Desk", u"Contacts");
   log.UpdateLog(u"mine");
   other.UpdateLog(u"lost");
   log.Close();
