@@ -1,8 +1,10 @@
 # The type library of src/automation/Pylon.idl, for the bitness of this build: pylon_typelib writes
 # gen/Pylon.h, gen/Pylon_i.c and gen/Pylon.tlb; who links pylon_idl sees the header and the GUIDs.
+# gen/Pylon32.tlb is for 32-bit clients: their marshaller reads no 64-bit library.
 
 set(PYLON_IDL "${CMAKE_SOURCE_DIR}/src/automation/Pylon.idl")
 set(PYLON_TYPELIB "${PYLON_GENERATED_DIR}/Pylon.tlb")
+set(PYLON_TYPELIB_32 "${PYLON_GENERATED_DIR}/Pylon32.tlb")
 
 if(CMAKE_SIZEOF_VOID_P EQUAL 8)
   set(widl_flags -m64 --win64)
@@ -43,8 +45,17 @@ add_custom_command(
   WORKING_DIRECTORY "${PYLON_GENERATED_DIR}"
   COMMENT "Building the type library Pylon.tlb"
   VERBATIM)
+add_custom_command(
+  OUTPUT "${PYLON_TYPELIB_32}"
+  COMMAND "${WIDL}" -m32 --win32 -I "${PYLON_OAIDL_DIR}" -L "${PYLON_STDOLE_DIR}"
+    -t -o Pylon32.tlb "${PYLON_IDL}"
+  DEPENDS "${PYLON_IDL}"
+  WORKING_DIRECTORY "${PYLON_GENERATED_DIR}"
+  COMMENT "Building the type library Pylon32.tlb"
+  VERBATIM)
 add_custom_target(pylon_typelib DEPENDS
-  "${PYLON_TYPELIB}" "${PYLON_GENERATED_DIR}/Pylon.h" "${PYLON_GENERATED_DIR}/Pylon_i.c")
+  "${PYLON_TYPELIB}" "${PYLON_TYPELIB_32}"
+  "${PYLON_GENERATED_DIR}/Pylon.h" "${PYLON_GENERATED_DIR}/Pylon_i.c")
 
 add_library(pylon_idl_guids STATIC "${PYLON_GENERATED_DIR}/Pylon_i.c")
 add_dependencies(pylon_idl_guids pylon_typelib)

@@ -1,6 +1,7 @@
 #include "automation/Registration.h"
 
 #include <array>
+#include <bit>
 #include <cwchar>
 #include <span>
 #include <vector>
@@ -114,6 +115,26 @@ std::u16string LibraryPath(const LibraryId& library) {
   return std::u16string(kClasses) + u"TypeLib\\" + Braced(library.id) + FromWide(rest.data());
 }
 
+struct RegisteredLibrary {
+  com::Ptr<ITypeLib> library;
+  std::u16string path;
+};
+
+// The type libraries that the program registers: its own, and from the 64-bit program the one for
+// 32-bit clients.
+std::vector<RegisteredLibrary> Libraries(TypeLibrary& types) {
+  std::vector<RegisteredLibrary> libraries = {
+      {com::Ptr<ITypeLib>::Share(types.get()), types.path()}};
+#ifdef _WIN64
+  constexpr int kAs32Bit = REGKIND_NONE | LOAD_TLB_AS_32BIT;
+  RegisteredLibrary& other = libraries.emplace_back();
+  other.path = types.path() + u"\\2";
+  com::Check(
+      ::LoadTypeLibEx(Wide(other.path), std::bit_cast<REGKIND>(kAs32Bit), other.library.Receive()));
+#endif
+  return libraries;
+}
+
 void RegisterClass(const ClassInfo& info, const LibraryId& library,
                    const std::u16string& program_path, RegistrationScope scope, REGSAM view) {
   const std::u16string path = ClassPath(info);
@@ -144,12 +165,14 @@ RegistrationScope ScopeOfThisProcess() {
 
 void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
                     RegistrationScope scope) {
-  std::u16string library_path = types.path();
-  auto* const path = const_cast<wchar_t*>(Wide(library_path));
-  const HRESULT result = scope == RegistrationScope::kMachine
-                             ? ::RegisterTypeLib(types.get(), path, nullptr)
-                             : RegisterTypeLibForUser(types.get(), path, nullptr);
-  if (FAILED(result)) Fail(result, u"The type library " + library_path);
+  for (const auto& [library, path] : Libraries(types)) {
+    std::u16string text = path;
+    auto* const wide = const_cast<wchar_t*>(Wide(text));
+    const HRESULT result = scope == RegistrationScope::kMachine
+                               ? ::RegisterTypeLib(library.get(), wide, nullptr)
+                               : RegisterTypeLibForUser(library.get(), wide, nullptr);
+    if (FAILED(result)) Fail(result, u"The type library " + path);
+  }
 
   const LibraryId library = IdOf(types.get());
   for (const REGSAM view : Views()) {
@@ -170,14 +193,15 @@ void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
       DeleteTree(scope, view, std::u16string(kClasses) + creatable.info.prog_id);
     }
   }
-  const LibraryId library = IdOf(types.get());
-  if (!EqualsIgnoringCase(ReadDefault(scope, 0, LibraryPath(library)), types.path())) return;
-  const HRESULT result = scope == RegistrationScope::kMachine
-                             ? ::UnRegisterTypeLib(library.id, library.major, library.minor,
-                                                   library.locale, library.system)
-                             : UnRegisterTypeLibForUser(library.id, library.major, library.minor,
-                                                        library.locale, library.system);
-  if (FAILED(result)) Fail(result, u"The type library " + types.path());
+  for (const auto& [library, path] : Libraries(types)) {
+    const LibraryId id = IdOf(library.get());
+    if (!EqualsIgnoringCase(ReadDefault(scope, 0, LibraryPath(id)), path)) continue;
+    const HRESULT result =
+        scope == RegistrationScope::kMachine
+            ? ::UnRegisterTypeLib(id.id, id.major, id.minor, id.locale, id.system)
+            : UnRegisterTypeLibForUser(id.id, id.major, id.minor, id.locale, id.system);
+    if (FAILED(result)) Fail(result, u"The type library " + path);
+  }
 }
 
 }  // namespace pylon

@@ -79,6 +79,8 @@ TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
   EXPECT_TRUE(KeyExists(kLibraryKey));
   EXPECT_TRUE(KeyExists(kInterface));
   EXPECT_TRUE(KeyExists(kClass, KEY_WOW64_32KEY)) << "32-bit clients look there";
+  const std::wstring library_32 = std::wstring(kLibraryKey) + L"\\1.0\\0\\win32";
+  EXPECT_TRUE(KeyExists(library_32.c_str())) << "32-bit clients marshal by it";
 
   // The switches win over whatever else stands in the command line.
   EXPECT_EQ(RunProgram(u"-AppId X -Database 4 -UnRegServer"), 0U);
