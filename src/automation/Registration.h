@@ -13,9 +13,10 @@ enum class RegistrationScope { kMachine, kUser };
 RegistrationScope ScopeOfThisProcess();
 
 // Registers the type library of `types`, which also sets up the marshalling of its interfaces, and
-// the creatable classes as served by the program at `program_path`. On 64-bit Windows the classes
-// go into both views of the registry, since clients of either kind use them. A registration that is
-// there already is renewed. Raises the system's error with what was being written.
+// the creatable classes as served by the program at `program_path`. Clients of either kind use
+// them: the 64-bit program registers its second type library for 32-bit clients too, and on 64-bit
+// Windows the classes go into both views of the registry. A registration that is there already is
+// renewed. Raises the system's error with what was being written.
 void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
                     RegistrationScope scope);
 
