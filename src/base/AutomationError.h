@@ -14,8 +14,6 @@ enum class ErrorNumber : int32_t {
   kOutOfMemory = 7,
   kSubscriptOutOfRange = 9,
   kTypeMismatch = 13,
-  kBadFileNameOrNumber = 52,
-  kFileNotFound = 53,
   kDeviceIo = 57,
   kPathFileAccess = 75,
   kObjectNotSet = 91,

@@ -172,9 +172,11 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
       return u"No HotSync session is running.";
     case dftActiveSync:
       return u"ActiveSync Failed to Initialize.  Unable to connect to device.";
-    default:
+    default: {
+      const std::u16string usage = UsageText();
       return u"There is no database type " + ToText(database_type) + u"." + kLineEnd +
-             UsageText().substr(UsageText().find(u"Database ="));
+             usage.substr(usage.find(u"Database ="));
+    }
   }
 }
 

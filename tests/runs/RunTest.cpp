@@ -132,6 +132,8 @@ TEST_F(RunTest, WhatCannotRunIsToldInOneMessageBox) {
       {u"-AppId Probe -Database 5",
        u"ActiveSync Failed to Initialize.  Unable to connect to device."},
       {u"-AppId Probe -Database 0", u"No HotSync session is running."},
+      {u"-AppId Probe -Database 9",
+       u"There is no database type 9.\r\n" + usage.substr(usage.find(u"Database ="))},
       {u"-AppId Probe -Database four", u"Run-time error '13':\r\n\r\nType mismatch"},
       {u"-AppId Probe -Database +-4", u"Run-time error '13':\r\n\r\nType mismatch"},
       {u"-AppId Probe -Database 40000", u"Run-time error '6':\r\n\r\nOverflow"},
