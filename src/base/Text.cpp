@@ -59,6 +59,15 @@ size_t DecodeUtf8(std::string_view text, char32_t& c) {
   return length;
 }
 
+// Upper-case letters, and how far behind them the lower-case ones are.
+struct Range {
+  char16_t first, last, distance;
+};
+constexpr Range kUpper[] = {
+    {u'A', u'Z', 0x20},     {0x00C0, 0x00D6, 0x20}, {0x00D8, 0x00DE, 0x20},
+    {0x0391, 0x03A9, 0x20}, {0x0410, 0x042F, 0x20}, {0x0400, 0x040F, 0x50},
+};
+
 }  // namespace
 
 std::string ToUtf8(std::u16string_view text) {
@@ -91,16 +100,19 @@ std::u16string FromAscii(std::string_view text) { return {text.begin(), text.end
 std::u16string ToText(int64_t number) { return FromAscii(std::to_string(number)); }
 
 char16_t ToLower(char16_t c) noexcept {
-  struct Range {
-    char16_t first, last, distance;
-  };
-  static constexpr Range kUpper[] = {
-      {u'A', u'Z', 0x20},     {0x00C0, 0x00D6, 0x20}, {0x00D8, 0x00DE, 0x20},
-      {0x0391, 0x03A9, 0x20}, {0x0410, 0x042F, 0x20}, {0x0400, 0x040F, 0x50},
-  };
   if (c < u'A') return c;
   for (const Range& range : kUpper) {
     if (c >= range.first && c <= range.last) return static_cast<char16_t>(c + range.distance);
+  }
+  return c;
+}
+
+char16_t ToUpper(char16_t c) noexcept {
+  if (c < u'a') return c;
+  for (const Range& range : kUpper) {
+    if (c >= range.first + range.distance && c <= range.last + range.distance) {
+      return static_cast<char16_t>(c - range.distance);
+    }
   }
   return c;
 }

@@ -15,6 +15,7 @@ std::u16string FromAscii(std::string_view text);  // bytes 0 to 127
 std::u16string ToText(int64_t number);            // decimal
 
 char16_t ToLower(char16_t c) noexcept;
+char16_t ToUpper(char16_t c) noexcept;
 std::u16string ToLower(std::u16string_view text);
 bool EqualsIgnoringCase(std::u16string_view a, std::u16string_view b) noexcept;
 std::u16string_view Trim(std::u16string_view text) noexcept;  // blanks only

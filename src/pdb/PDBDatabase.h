@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -9,6 +10,8 @@
 #include "pdb/PDBByteStream.h"
 
 namespace pylon {
+
+class CSyncIndex;
 
 // One record database, wherever it lies. Records are addressed by a 1-based index and by a unique
 // id of 24 bits; `Attributes` are eRecordAttribute bits and `Category` is 0 to 15.
@@ -77,6 +80,10 @@ class PDBDatabase {
                       const PDBByteStream& oByteStream) = 0;
   virtual Date CreateDateTime() const = 0;
   virtual Date ModifyDateTime() const = 0;
+  // The same object every time. Closing the database closes it too, after the records are saved; a
+  // failure of that is no failure of the close: the log tells it and the index stays changed. Error
+  // 5 when it is first asked for on a database that is not open, error 445 where none is kept.
+  virtual std::shared_ptr<CSyncIndex> SyncIndex() = 0;
 };
 
 }  // namespace pylon

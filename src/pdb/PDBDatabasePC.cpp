@@ -86,12 +86,14 @@ AutomationError BadArgument(std::u16string description) {
 }  // namespace
 
 PDBDatabasePC::PDBDatabasePC(std::unique_ptr<IPCFile> file, const AnsiCodePage& code_page,
-                             const Clock& clock, std::shared_ptr<LogSink> log)
+                             const Clock& clock, std::shared_ptr<LogSink> log,
+                             SyncIndexFactory indexes)
     : file_(std::move(file)),
       code_page_(&code_page),
       clock_(&clock),
       log_(log ? std::move(log) : std::make_shared<NullLog>()),
-      utils_(code_page) {}
+      utils_(code_page),
+      indexes_(std::move(indexes)) {}
 
 // ---- Failures
 
@@ -104,6 +106,11 @@ void PDBDatabasePC::RequireOpen() const {
 bool PDBDatabasePC::Refuse(std::u16string_view reason) const {
   log_->UpdateLog(u"Database " + PDBFilePath() + u": " + std::u16string(reason));
   return false;
+}
+
+bool PDBDatabasePC::RefuseDamaged(std::u16string_view what) {
+  damaged_ = true;
+  return Refuse(u"the file is damaged: " + std::u16string(what));
 }
 
 std::u16string PDBDatabasePC::FileFailure() const {
@@ -189,6 +196,7 @@ bool PDBDatabasePC::OpenDatabase() {
     SetIterationIndex(1);
     return true;
   }
+  damaged_ = false;
   if (!file_->OpenFile({}, u"R", {})) {
     const std::u16string failure = FileFailure();
     return Refuse(!file_->FileExists() ? u"there is no such file"
@@ -206,7 +214,7 @@ bool PDBDatabasePC::OpenDatabase() {
   const int32_t file_size = file_->FileSize();
   const size_t list_end = PDBHeader::kSize + PDBListEntry::kSize * header.record_count;
   if (file_size < 0 || static_cast<size_t>(file_size) < list_end) {
-    return Refuse(u"the file is damaged: it ends within its record list");
+    return RefuseDamaged(u"it ends within its record list");
   }
   std::vector<RecordEntry> records;
   if (!ReadList(header, static_cast<size_t>(file_size), records)) return false;
@@ -224,6 +232,7 @@ bool PDBDatabasePC::OpenDatabase() {
   file_size_ = static_cast<uint32_t>(file_size);
   state_ = State::kOpen;
   cursor_ = 1;
+  PlaceIndex();
   return true;
 }
 
@@ -244,8 +253,8 @@ bool PDBDatabasePC::ReadHeader(PDBHeader& header) {
   }
   if (!complete) {
     const std::u16string failure = FileFailure();
-    return Refuse(failure.empty() ? u"the file is damaged: it ends within its header"
-                                  : u"the header can't be read: " + failure);
+    return failure.empty() ? RefuseDamaged(u"it ends within its header")
+                           : Refuse(u"the header can't be read: " + failure);
   }
   header = DecodeHeader(ByteSpan(bytes).first<PDBHeader::kSize>(), FileByteOrder(database_for_));
   return true;
@@ -267,10 +276,10 @@ bool PDBDatabasePC::ReadList(const PDBHeader& header, size_t file_size,
     const PDBListEntry entry =
         DecodeListEntry(rest.first<PDBListEntry::kSize>(), FileByteOrder(database_for_));
     if (entry.offset < end_of_last || entry.offset > file_size) {
-      return Refuse(u"the file is damaged: record " + ToText(static_cast<int64_t>(i) + 1) +
-                    u" starts at " + ToText(entry.offset) + u", outside of " +
-                    ToText(static_cast<int64_t>(end_of_last)) + u" to " +
-                    ToText(static_cast<int64_t>(file_size)));
+      return RefuseDamaged(u"record " + ToText(static_cast<int64_t>(i) + 1) + u" starts at " +
+                           ToText(entry.offset) + u", outside of " +
+                           ToText(static_cast<int64_t>(end_of_last)) + u" to " +
+                           ToText(static_cast<int64_t>(file_size)));
     }
     if (i > 0) records[i - 1].size = entry.offset - records[i - 1].offset;
     records[i].offset = entry.offset;
@@ -284,15 +293,15 @@ bool PDBDatabasePC::ReadList(const PDBHeader& header, size_t file_size,
 
 // `data_start` is the first record's offset, or the file's size.
 bool PDBDatabasePC::LocateBlocks(const PDBHeader& header, size_t list_end, size_t data_start,
-                                 Block& app_info, Block& sort_info) const {
+                                 Block& app_info, Block& sort_info) {
   size_t end = data_start;
   const auto locate = [&](int32_t offset, const char16_t* name, Block& block) {
     if (offset < 1) return true;
     const auto start = static_cast<size_t>(offset);
     if (start < list_end || start > end) {
-      return Refuse(u"the file is damaged: its " + std::u16string(name) + u" block starts at " +
-                    ToText(offset) + u", outside of " + ToText(static_cast<int64_t>(list_end)) +
-                    u" to " + ToText(static_cast<int64_t>(end)));
+      return RefuseDamaged(u"its " + std::u16string(name) + u" block starts at " + ToText(offset) +
+                           u", outside of " + ToText(static_cast<int64_t>(list_end)) + u" to " +
+                           ToText(static_cast<int64_t>(end)));
     }
     block.offset = static_cast<uint32_t>(start);
     block.size = static_cast<uint32_t>(end - start);
@@ -329,6 +338,7 @@ bool PDBDatabasePC::CreateDatabase() {
   state_ = State::kOpen;
   dirty_ = true;
   cursor_ = 1;
+  PlaceIndex();
   return true;
 }
 
@@ -661,9 +671,38 @@ uint32_t PDBDatabasePC::HandOutId() {
 
 void PDBDatabasePC::CloseDatabase() {
   if (state_ == State::kSaving) RequireOpen();
-  if (state_ == State::kClosed) return;
-  if (dirty_) Save();
-  Abandon();
+  if (state_ == State::kOpen) {
+    if (dirty_) Save();
+    Abandon();
+  }
+  CloseIndex();
+}
+
+// ---- The sync index
+
+std::shared_ptr<CSyncIndex> PDBDatabasePC::SyncIndex() {
+  if (!index_) {
+    if (!indexes_) throw AutomationError(ErrorNumber::kActionNotSupported);
+    RequireOpen();
+    index_ = indexes_();
+  }
+  if (state_ == State::kOpen) PlaceIndex();
+  return index_;
+}
+
+void PDBDatabasePC::PlaceIndex() const {
+  if (index_) index_->SetDatabase(file_->FilePath(), PDBDatabaseName());
+}
+
+void PDBDatabasePC::CloseIndex() noexcept {
+  if (!index_) return;
+  try {
+    index_->CloseIndex();
+  } catch (const AutomationError&) {
+    // The index has told the log, and it keeps its changes for the next close.
+  } catch (const std::exception& error) {
+    Refuse(u"its sync index can't be closed: " + FromUtf8(error.what()));
+  }
 }
 
 void PDBDatabasePC::RemoveDatabase() {

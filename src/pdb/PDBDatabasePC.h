@@ -13,6 +13,7 @@
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "files/IPCFile.h"
+#include "pdb/CSyncIndex.h"
 #include "pdb/PDBDatabase.h"
 #include "pdb/PDBFormat.h"
 #include "pdb/PDBUtils.h"
@@ -31,10 +32,11 @@ namespace pylon {
 // An object that is destroyed while open is not saved; PDBFileSystemPC closes what it opened.
 //
 // Owns its file object; borrows code page and clock. The code page must outlive the database.
+// Without `indexes` it keeps no sync index.
 class PDBDatabasePC final : public PDBDatabase {
  public:
   PDBDatabasePC(std::unique_ptr<IPCFile> file, const AnsiCodePage& code_page, const Clock& clock,
-                std::shared_ptr<LogSink> log);
+                std::shared_ptr<LogSink> log, SyncIndexFactory indexes = {});
 
   std::u16string PDBFilePath() const override;
   // While open this is "save as": the close writes the database under the new path, and the file
@@ -94,8 +96,11 @@ class PDBDatabasePC final : public PDBDatabase {
               const PDBByteStream& oByteStream) override;
   Date CreateDateTime() const override;
   Date ModifyDateTime() const override;
+  std::shared_ptr<CSyncIndex> SyncIndex() override;
 
   bool IsOpen() const { return state_ == State::kOpen; }
+  // Whether the last OpenDatabase answered False for what the file holds, not for failing to read.
+  bool IsDamaged() const { return damaged_; }
   bool FileExists() const { return file_->FileExists(); }
   // Gives the file another name in its folder; an open database goes on under it, unsaved changes
   // included. False, with a line in the log, when the name is taken or the file can't be renamed.
@@ -124,6 +129,7 @@ class PDBDatabasePC final : public PDBDatabase {
 
   void RequireOpen() const;
   bool Refuse(std::u16string_view reason) const;
+  bool RefuseDamaged(std::u16string_view what);
   std::u16string FileFailure() const;
   AutomationError DeviceError(std::u16string_view path, std::u16string_view what) const;
 
@@ -133,7 +139,7 @@ class PDBDatabasePC final : public PDBDatabase {
   bool ReadHeader(PDBHeader& header);
   bool ReadList(const PDBHeader& header, size_t file_size, std::vector<RecordEntry>& records);
   bool LocateBlocks(const PDBHeader& header, size_t list_end, size_t data_start, Block& app_info,
-                    Block& sort_info) const;
+                    Block& sort_info);
   bool NeedsBody() const;
   void LoadBody();
   void Detach();
@@ -151,6 +157,8 @@ class PDBDatabasePC final : public PDBDatabase {
   void RestartIds();
   uint32_t HandOutId();
 
+  void PlaceIndex() const;
+  void CloseIndex() noexcept;
   Layout PlanLayout() const;
   void Save();
   size_t WriteTo(IPCFile& file, const Layout& layout);
@@ -164,9 +172,12 @@ class PDBDatabasePC final : public PDBDatabase {
   const Clock* clock_;
   std::shared_ptr<LogSink> log_;  // not null
   PDBUtils utils_;
+  SyncIndexFactory indexes_;
+  std::shared_ptr<CSyncIndex> index_;  // made when first asked for
   eDatabaseForType database_for_ = dftPalmHotSync;
 
   State state_ = State::kClosed;
+  bool damaged_ = false;
   bool dirty_ = false;  // whether the close has something to write
   PDBHeader header_;    // offsets and count as last read; the close computes them anew
   Block app_info_;

@@ -38,13 +38,15 @@ bool IsDeviceName(std::u16string_view name) {
 
 PDBFileSystemPC::PDBFileSystemPC(std::u16string folder, FileFactory files,
                                  eDatabaseForType database_for, const AnsiCodePage& code_page,
-                                 const Clock& clock, std::shared_ptr<LogSink> log)
+                                 const Clock& clock, std::shared_ptr<LogSink> log,
+                                 SyncIndexFactory indexes)
     : folder_(std::move(folder)),
       files_(std::move(files)),
       database_for_(database_for),
       code_page_(&code_page),
       clock_(&clock),
-      log_(log ? std::move(log) : std::make_shared<NullLog>()) {}
+      log_(log ? std::move(log) : std::make_shared<NullLog>()),
+      indexes_(std::move(indexes)) {}
 
 bool PDBFileSystemPC::IsDatabaseName(std::u16string_view name) {
   static constexpr std::u16string_view kForbidden = u"\\/:*?\"<>|";
@@ -72,7 +74,8 @@ std::unique_ptr<PDBDatabasePC> PDBFileSystemPC::NewDatabase(std::u16string_view 
   std::unique_ptr<IPCFile> file = files_();
   file->SetFilePath(folder_);
   file->SetFullFileName(FileNameOf(name));
-  auto database = std::make_unique<PDBDatabasePC>(std::move(file), *code_page_, *clock_, log_);
+  auto database =
+      std::make_unique<PDBDatabasePC>(std::move(file), *code_page_, *clock_, log_, indexes_);
   database->SetDatabaseFor(database_for_);
   if (PalmName::Holds(name, *code_page_)) database->SetPDBDatabaseName(name);
   return database;

@@ -34,9 +34,11 @@ namespace pylon {
 class PDBFileSystemPC final : public PDBFileSystem {
  public:
   // `files` makes file objects of the kind that reaches `folder`; code page and clock are borrowed,
-  // the code page outlives the databases too. `log` may be null.
+  // the code page outlives the databases too. `log` may be null. Without `indexes` the databases
+  // keep no sync index.
   PDBFileSystemPC(std::u16string folder, FileFactory files, eDatabaseForType database_for,
-                  const AnsiCodePage& code_page, const Clock& clock, std::shared_ptr<LogSink> log);
+                  const AnsiCodePage& code_page, const Clock& clock, std::shared_ptr<LogSink> log,
+                  SyncIndexFactory indexes = {});
   ~PDBFileSystemPC() override { Close(); }
   PDBFileSystemPC(const PDBFileSystemPC&) = delete;
   PDBFileSystemPC& operator=(const PDBFileSystemPC&) = delete;
@@ -72,6 +74,7 @@ class PDBFileSystemPC final : public PDBFileSystem {
   const AnsiCodePage* code_page_;
   const Clock* clock_;
   std::shared_ptr<LogSink> log_;  // not null
+  SyncIndexFactory indexes_;
   bool closed_ = false;
   std::vector<Named> databases_;
 };

@@ -1,33 +1,19 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
 #include <string>
 
-#include "tests/support/PdbTesting.h"
+#include "pdb/CSyncIndex.h"
+#include "tests/support/DocumentHex.h"
 
 namespace pylon {
 namespace {
 
 using testing::Ascii;
+using testing::BytesOfPage;
 using testing::DatabaseFile;
-using testing::FromHex;
 using testing::Put;
 using testing::StreamOf;
 using testing::ToHex;
-
-// The hex dump of the format page: lines of eight digits of offset, a colon and up to 16 bytes.
-Bytes BytesOfThePage() {
-  std::ifstream page(PYLON_DOCS_DIR "/pdb-format.md");
-  Bytes bytes;
-  for (std::string line; std::getline(page, line);) {
-    if (line.size() < 11 || line.find_first_not_of("0123456789abcdef") != 8 || line[8] != ':') {
-      continue;
-    }
-    const Bytes row = FromHex(line.substr(10, 47));
-    bytes.insert(bytes.end(), row.begin(), row.end());
-  }
-  return bytes;
-}
 
 TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
   DatabaseFile file;
@@ -39,7 +25,24 @@ TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
   Put(*database, 0, {0, 1, eDirty, Ascii(std::string("Milk", 5))});
   Put(*database, 0, {0, 2, eDelete | eArchive, Ascii(std::string("Bread", 6))});
   database->CloseDatabase();
-  EXPECT_EQ(ToHex(BytesOfThePage()), ToHex(file.bytes()));
+  EXPECT_EQ(ToHex(BytesOfPage(PYLON_DOCS_DIR "/pdb-format.md")), ToHex(file.bytes()));
+}
+
+TEST(SyncIndexDocument, TheWorkedExampleIsWhatAnIndexWrites) {
+  DatabaseFile file;
+  CSyncIndex index({file.folder.Factory(),
+                    AnsiCodePage::Windows1252(),
+                    file.clock,
+                    file.log,
+                    {},
+                    u"C:\\data",
+                    u"PC"});
+  index.SetDatabase({}, u"Stock");
+  index.Add(u"A-100", 1);
+  index.Add(u"Caf\u00E9", 0x123456);
+  index.CloseIndex();
+  EXPECT_EQ(ToHex(BytesOfPage(PYLON_DOCS_DIR "/sync-index.md")),
+            ToHex(file.folder.files[u"C:\\data\\PC\\Stock.si"]));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "base/AutomationError.h"
 
@@ -15,6 +16,17 @@ int32_t ErrorOf(Call&& call) {
     return error.number();
   }
   return 0;
+}
+
+// Its number and description, "1001 Invalid key"; empty when it raises none.
+template <class Call>
+std::string ErrorTextOf(Call&& call) {
+  try {
+    call();
+  } catch (const AutomationError& error) {
+    return std::to_string(error.number()) + " " + error.what();
+  }
+  return {};
 }
 
 }  // namespace pylon::testing
