@@ -1,13 +1,29 @@
 #include "automation/DatabaseObject.h"
 
 #include "automation/ByteStreamObject.h"
+#include "conduits/CConduitInfo.h"
+#include "conduits/CDevice.h"
+#include "files/ProgramFiles.h"
 
 namespace pylon {
 namespace {
 
+// The index of a database that a client made by itself: with those of the run, if there is one in
+// this process, else beside the database.
+std::shared_ptr<pylon::CSyncIndex> NewIndex(Server& server) {
+  pylon::CSyncIndex::Surroundings surroundings{
+      server.files(), server.code_page(), server.clock(), server.run_log(), server.run(), {}, {}};
+  const std::shared_ptr<oSyncInfo>& run = server.run();
+  const auto device = run ? run->Device() : nullptr;
+  const auto conduit = run ? run->ConduitInfo() : nullptr;
+  surroundings.device_name = device ? device->DeviceName() : LoggedOnUser();
+  if (conduit) surroundings.base_folder = conduit->AppFolder();
+  return std::make_shared<pylon::CSyncIndex>(std::move(surroundings));
+}
+
 std::shared_ptr<pylon::PDBDatabase> NewDatabase(Server& server) {
   return std::make_shared<PDBDatabasePC>(server.files()(), server.code_page(), server.clock(),
-                                         server.run_log());
+                                         server.run_log(), [&server] { return NewIndex(server); });
 }
 
 }  // namespace
@@ -172,9 +188,10 @@ STDMETHODIMP DatabaseObject::ModifyDateTime(DATE* result) noexcept {
   return Get(result, [&] { return database_->ModifyDateTime(); });
 }
 STDMETHODIMP DatabaseObject::get_SyncIndex(::_CSyncIndex** value) noexcept {
-  return Get(value, []() -> ::_CSyncIndex* {
-    throw AutomationError(ErrorNumber::kActionNotSupported,
-                          u"This version keeps no sync index beside a database.");
+  return Get(value, [&] {
+    auto index = database_->SyncIndex();
+    if (!index_) index_ = com::Make<SyncIndexObject>(server(), std::move(index));
+    return com::Ptr<::_CSyncIndex>::Share(index_.get()).Detach();
   });
 }
 STDMETHODIMP DatabaseObject::get_DatabaseType(BSTR* value) noexcept {

@@ -3,6 +3,7 @@
 #include <memory>
 
 #include "automation/Object.h"
+#include "automation/SyncIndexObject.h"
 #include "pdb/PDBDatabase.h"
 #include "pdb/PDBDatabasePC.h"
 
@@ -73,6 +74,7 @@ class DatabaseObject final : public Object<DatabaseObject, ::_PDBDatabasePC, ::P
   PDBDatabasePC& InFile();
 
   std::shared_ptr<pylon::PDBDatabase> database_;
+  com::Ptr<SyncIndexObject> index_;  // made when first asked for
 };
 
 }  // namespace pylon

@@ -9,6 +9,7 @@
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "files/IPCFile.h"
+#include "sync/oSyncInfo.h"
 
 namespace pylon {
 
@@ -30,9 +31,13 @@ class Server {
   const Clock& clock() const noexcept { return *clock_; }
   const FileFactory& files() const noexcept { return files_; }
 
-  // The log of the running sync; null when there is none.
+  // The running sync and its log; null when there is none.
+  const std::shared_ptr<oSyncInfo>& run() const noexcept { return run_; }
   const std::shared_ptr<LogSink>& run_log() const noexcept { return run_log_; }
-  void SetRunLog(std::shared_ptr<LogSink> log) noexcept { run_log_ = std::move(log); }
+  void SetRun(std::shared_ptr<oSyncInfo> run, std::shared_ptr<LogSink> log) noexcept {
+    run_ = std::move(run);
+    run_log_ = std::move(log);
+  }
 
   // Counts what keeps the process alive.
   void Lock() noexcept { ++locks_; }
@@ -45,6 +50,7 @@ class Server {
   const Clock* clock_;
   FileFactory files_;
   std::function<void()> on_idle_;
+  std::shared_ptr<oSyncInfo> run_;
   std::shared_ptr<LogSink> run_log_;
   long locks_ = 0;
 };

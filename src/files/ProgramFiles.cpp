@@ -1,5 +1,7 @@
 #include "files/ProgramFiles.h"
 
+#include <array>
+
 #include "base/Win32.h"
 
 namespace pylon {
@@ -16,6 +18,13 @@ std::u16string ProgramPath() {
 std::u16string ProgramFolder() {
   const std::u16string path = ProgramPath();
   return path.substr(0, path.rfind(u'\\'));
+}
+
+std::u16string LoggedOnUser() {
+  std::array<wchar_t, 257> name = {};
+  auto size = static_cast<DWORD>(name.size());
+  if (!::GetUserNameW(name.data(), &size)) return u"<unknown>";
+  return FromWide(name.data());
 }
 
 AnsiCodePage SystemAnsiCodePage() {

@@ -238,22 +238,22 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   std::optional<frmStatus> status(std::in_place);
   status->Create();
   const auto log = std::make_shared<CLog>(folder_, code_page_, clock_, &log_window);
-  server_->SetRunLog(log);
   SyncDriver driver({folder_, save_folder, code_page_, clock_, server_->files(), components,
                      *status, std::move(conduits), log});
-  status->on_cancel = [&driver] { driver.SyncInfo().SetCancelSync(true); };
+  server_->SetRun(driver.SyncInfo(), log);
+  status->on_cancel = [&driver] { driver.SyncInfo()->SetCancelSync(true); };
 
   std::u16string error;
   const int16_t type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
   const bool finished = driver.BeginSync(app_id, type, error);
   // Read now: a component may start a phase, which clears it, even while it is released.
-  const bool cancelled = driver.SyncInfo().CancelSync();
+  const bool cancelled = driver.SyncInfo()->CancelSync();
   if (finished) {
     driver.SyncFinish();
   } else {
     driver.SyncStop();
   }
-  server_->SetRunLog(nullptr);
+  server_->SetRun(nullptr, nullptr);
   status.reset();
   if (finished) return kDone;
   if (cancelled) return kCancelled;

@@ -1,25 +1,17 @@
 #include "sync/SyncDriver.h"
 
-#include <array>
 #include <utility>
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
-#include "base/Win32.h"
 #include "files/FileNames.h"
+#include "files/ProgramFiles.h"
 #include "pdb/PDBFileSystemPC.h"
 
 namespace pylon {
 namespace {
 
 constexpr char16_t kLineEnd[] = u"\r\n";
-
-std::u16string LoggedOnUser() {
-  std::array<wchar_t, 257> name = {};
-  auto size = static_cast<DWORD>(name.size());
-  if (!::GetUserNameW(name.data(), &size)) return u"<unknown>";
-  return FromWide(name.data());
-}
 
 std::u16string ConduitError(const AutomationError& error) {
   return u"Conduit Error: " + ToText(error.number()) + u" (" + error.source() + u") " +
@@ -162,7 +154,7 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
       const std::u16string& folder = with_.save_folder.empty() ? pc_folder : with_.save_folder;
       session_.file_system = std::make_shared<PDBFileSystemPC>(
           folder, with_.files, static_cast<eDatabaseForType>(database_type), with_.code_page,
-          with_.clock, with_.log);
+          with_.clock, with_.log, SyncIndexes(pc_folder));
       // Before the first line, which would have no file to go to.
       NameLog(index, app_id);
       with_.log->UpdateLog(u"Begin Sync to create files on PC:" + ToText(database_type));
@@ -178,6 +170,20 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
              usage.substr(usage.find(u"Database ="));
     }
   }
+}
+
+// Keeps the indexes of the run's databases in the conduit's folder, wherever the databases lie.
+SyncIndexFactory SyncDriver::SyncIndexes(const std::u16string& pc_folder) const {
+  CSyncIndex::Surroundings surroundings{with_.files,
+                                        with_.code_page,
+                                        with_.clock,
+                                        with_.log,
+                                        info_,
+                                        pc_folder,
+                                        session_.device->DeviceName()};
+  return [surroundings = std::move(surroundings)] {
+    return std::make_shared<CSyncIndex>(surroundings);
+  };
 }
 
 void SyncDriver::NameLog(int16_t index, std::u16string_view app_id) {

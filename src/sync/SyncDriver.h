@@ -12,6 +12,7 @@
 #include "conduits/ConduitComponent.h"
 #include "conduits/cConduitList.h"
 #include "files/IPCFile.h"
+#include "pdb/CSyncIndex.h"
 #include "pdb/PDBFileSystem.h"
 #include "sync/CLog.h"
 #include "sync/StatusView.h"
@@ -54,7 +55,7 @@ class SyncDriver {
   void SyncStop() noexcept;    // releases everything the sync holds; twice does nothing
 
   // Lives as long as the driver; its CancelSync can be read after SyncStop too.
-  oSyncInfo& SyncInfo() noexcept { return *info_; }
+  const std::shared_ptr<oSyncInfo>& SyncInfo() const noexcept { return info_; }
 
   // The lines that explain the command line.
   static std::u16string UsageText();
@@ -74,6 +75,7 @@ class SyncDriver {
   void Describe(int16_t index);
   std::u16string ChooseFileSystem(int16_t index, std::u16string_view app_id, int16_t database_type,
                                   const std::u16string& pc_folder);
+  SyncIndexFactory SyncIndexes(const std::u16string& pc_folder) const;
   void NameLog(int16_t index, std::u16string_view app_id);
 
   SyncSurroundings with_;

@@ -14,6 +14,9 @@ void Quietly(Body&& body) noexcept {
   }
 }
 
+// Often enough for a window to feel alive, rarely enough to cost nothing.
+constexpr std::chrono::milliseconds kYieldEvery(20);
+
 }  // namespace
 
 // A step that shows something may let a message sent by another program in, and with it the end of
@@ -56,6 +59,15 @@ void oSyncInfo::ShowBar(bool process_events) noexcept {
 
 void oSyncInfo::UpdateLog(std::u16string_view Value) noexcept {
   if (log_) log_->UpdateLog(Value);
+}
+
+void oSyncInfo::Yield() noexcept {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - yielded_ < kYieldEvery) return;
+  yielded_ = now;
+  Quietly([&] {
+    if (view_) view_->ProcessEvents();
+  });
 }
 
 void oSyncInfo::SetFileSystem(std::shared_ptr<PDBFileSystem> file_system) noexcept {

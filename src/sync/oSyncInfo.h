@@ -1,10 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <string_view>
 
 #include "base/LogSink.h"
+#include "base/MessageLoop.h"
 #include "sync/ProgressBar.h"
 #include "sync/StatusView.h"
 
@@ -25,7 +27,7 @@ class PDBFileSystem;
 // UpdateStatusDetail and the bar operations pump messages as their last step, so Detach() and any
 // member may run inside them; the caller holds a reference to the object across the call. A
 // component that never calls them can't be cancelled. Used on the user-interface thread only.
-class oSyncInfo {
+class oSyncInfo final : public MessageLoop {
  public:
   oSyncInfo(StatusView& view, LogSink& log) noexcept : view_(&view), log_(&log) {}
   oSyncInfo(const oSyncInfo&) = delete;
@@ -49,6 +51,8 @@ class oSyncInfo {
   void UpdateLog(std::u16string_view Value) noexcept;
 
   // Not for components.
+  // Pumps now and then, however often it is called.
+  void Yield() noexcept override;
   void SetFileSystem(std::shared_ptr<PDBFileSystem> file_system) noexcept;
   void SetConduitInfo(std::shared_ptr<CConduitInfo> conduit_info) noexcept;
   void SetDevice(std::shared_ptr<CDevice> device) noexcept;
@@ -66,6 +70,7 @@ class oSyncInfo {
   std::shared_ptr<CConduitInfo> conduit_info_;
   std::shared_ptr<CDevice> device_;
   ProgressBar bar_;
+  std::chrono::steady_clock::time_point yielded_;
   bool cancel_sync_ = false;
 };
 
