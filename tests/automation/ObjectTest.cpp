@@ -267,11 +267,13 @@ TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
 }
 
 TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {
-  const com::Ptr<IUnknown> objects[] = {com::Make<ByteStreamObject>(server_).As<IUnknown>(),
-                                        com::Make<UtilsObject>(server_).As<IUnknown>(),
-                                        com::Make<DatabaseObject>(server_).As<IUnknown>(),
-                                        NewFileSystem().As<IUnknown>()};
-  const IID ids[] = {IID__PDBByteStream, IID__PDBUtils, IID_PDBDatabase, IID_PDBFileSystem};
+  const com::Ptr<IUnknown> objects[] = {
+      com::Make<ByteStreamObject>(server_).As<IUnknown>(),
+      com::Make<UtilsObject>(server_).As<IUnknown>(),
+      com::Make<DatabaseObject>(server_).As<IUnknown>(), NewFileSystem().As<IUnknown>(),
+      com::Make<SyncIndexObject>(server_, nullptr).As<IUnknown>()};
+  const IID ids[] = {IID__PDBByteStream, IID__PDBUtils, IID_PDBDatabase, IID_PDBFileSystem,
+                     IID__CSyncIndex};
   for (size_t i = 0; i < std::size(objects); ++i) {
     const auto support = objects[i].As<ISupportErrorInfo>();
     ASSERT_TRUE(support);
@@ -471,7 +473,7 @@ TEST_F(ObjectTest, SomebodyElsesStreamWorksThroughItsArray) {
 TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {
   const auto database = com::Make<DatabaseObject>(server_).As<::_PDBDatabasePC>();
   ::_CSyncIndex* index = nullptr;
-  EXPECT_EQ(database->get_SyncIndex(&index), static_cast<HRESULT>(0x800A01BD));
+  EXPECT_EQ(database->get_SyncIndex(&index), static_cast<HRESULT>(0x800A0005));
   long count = -1;
   EXPECT_EQ(database->get_RecordCount(&count), static_cast<HRESULT>(0x800A0005));
   EXPECT_EQ(count, 0);

@@ -265,6 +265,40 @@ try { u.UnsignedToInteger(65536); } catch (e) { WScript.Echo("error " + (e.numbe
   EXPECT_EQ(output, "-1 1145132097 DATA\r\ntrue 6 1 false\r\nerror 6 Overflow\r\n");
 }
 
+TEST_F(ServerTest, AVisualBasicScriptKeepsItsKeysInTheSyncIndex) {
+  const std::string output = RunScript("index.vbs", R"(
+Dim db, index, other
+Set db = CreateObject("Pylon.PDBDatabasePC")
+db.PDBFilePath = WScript.Arguments(0) & "\stock.pdb"
+db.DatabaseFor = 4
+db.CreateDatabase
+Set index = db.SyncIndex
+index.Add "A-100", 1
+index.UniqueId("B-200") = 2
+index.Add "gone", 3
+index.Remove "gone"
+If index Is db.SyncIndex Then WScript.Echo "same"
+WScript.Echo index.SyncIndexExists & " " & index.Changed
+db.CloseDatabase
+WScript.Echo index.SyncIndexExists & " " & index.Changed
+Set other = CreateObject("Pylon.PDBDatabasePC")
+other.PDBFilePath = WScript.Arguments(0) & "\stock.pdb"
+other.DatabaseFor = 4
+other.OpenDatabase
+Set index = other.SyncIndex
+WScript.Echo index.UniqueId("A-100") & index.UniqueId("B-200") & index.UniqueId("gone")
+On Error Resume Next
+index.Add "", 1
+WScript.Echo "error " & (Err.Number And 65535) & " " & Err.Source & ": " & Err.Description
+index.Clear
+index.CloseIndex
+WScript.Echo index.UniqueId("A-100")
+)");
+  EXPECT_EQ(output,
+            "same\r\nFalse True\r\nTrue False\r\n120\r\nerror 1001 Pylon.CSyncIndex: Invalid "
+            "key\r\n0\r\n");
+}
+
 TEST_F(ServerTest, TheServerOpensNoWindowAndEndsWithItsLastClient) {
   const auto ended = [] { return testing::ProcessesOf(Program()).empty(); };
   ASSERT_TRUE(testing::WaitUntil(ended)) << "a server outlives the tests before";

@@ -83,6 +83,32 @@ HRESULT WriteRecords(::_oSyncInfo* sync) {
   return S_OK;
 }
 
+// Adds 1 to the number that the last run left in the index of a database of the file system, and in
+// that of one of the component's own making.
+void CountInIndexes(::_oSyncInfo* sync) {
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  VARIANT name;
+  const com::Bstr text = Text(u"Probe");
+  V_VT(&name) = VT_BSTR;
+  V_BSTR(&name) = text.get();
+  com::Check(FileSystemOf(sync)->CreateDatabase(name, database.InOut(), &done));
+  com::Ptr<::_PDBDatabasePC> own;
+  com::Check(::CoCreateInstance(CLSID_PDBDatabasePC, nullptr, CLSCTX_INPROC_SERVER,
+                                IID__PDBDatabasePC, reinterpret_cast<void**>(own.Receive())));
+  com::Check(own->put_PDBFilePath(Text(u"Own.pdb").get()));
+  com::Check(own->CreateDatabase(&done));
+  for (const auto& each : {database, own.As<::PDBDatabase>()}) {
+    com::Ptr<::_CSyncIndex> index;
+    com::Check(each->get_SyncIndex(index.Receive()));
+    long count = 0;
+    com::Check(index->get_UniqueId(text.get(), &count));
+    com::Check(index->put_UniqueId(text.get(), count + 1));
+    Note("index " + std::to_string(count));
+    com::Check(each->CloseDatabase());
+  }
+}
+
 // Works until the user cancels, or for as long as any test waits.
 HRESULT WaitForCancel(::_oSyncInfo* sync) {
   com::Check(sync->UpdateStatusMain(Text(u"Waiting for Cancel").get()));
@@ -162,6 +188,8 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "late" || what == "cancel") {
       sync_ = com::Ptr<::_oSyncInfo>::Share(sync);
       if (what == "cancel") return WaitForCancel(sync);
+    } else if (what == "index") {
+      CountInIndexes(sync);
     } else if (what == "settings") {
       NoteSettings(sync);
     }

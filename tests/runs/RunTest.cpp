@@ -178,6 +178,18 @@ TEST_F(RunTest, DatabasesGoToTheSaveFolderElseToThePcFolder) {
   EXPECT_EQ(testing::ReadFile(save / "Probe.pdb").size(), 90U);
 }
 
+TEST_F(RunTest, SyncIndexesLieInThePcFolderWhereverTheDatabasesDo) {
+  const std::u16string save = u" -save " + Quoted(home() / "elsewhere");
+  EXPECT_EQ(Run(u"-AppId Probe -Database 4" + save, u"index"), 0U);
+  EXPECT_EQ(Run(u"-AppId Probe -Database 1" + save, u"index"), 0U);
+  EXPECT_EQ(Notes(), (Strings{"BeginSynchronize", "index 0", "index 0", "SynchronizeClose",
+                              "BeginSynchronize", "index 1", "index 1", "SynchronizeClose"}));
+  const std::filesystem::path user(UserName());
+  for (const char* name : {"Probe.si", "Own.si"}) {
+    EXPECT_TRUE(std::filesystem::exists(home() / "Probe" / user / name)) << name;
+  }
+}
+
 TEST_F(RunTest, ADatabaseThatTheComponentLeavesOpenIsSaved) {
   EXPECT_EQ(Run(u"-AppId Probe -Database 4", u"unclosed"), 0U);
   EXPECT_EQ(testing::ReadFile(home() / "Probe" / "Probe.pdb").size(), 90U);
