@@ -14,6 +14,10 @@ namespace fs = std::filesystem;
 // No text file that becomes a memo is longer in any encoding.
 constexpr std::uintmax_t kMaxFile = 64 * 1024;
 
+// One for each folder, as there is one sync at a time. Distinctive, so that sweeping it away never
+// takes a file of somebody else.
+constexpr std::u16string_view kTemporary = u"~memos-sync.tmp";
+
 bool IsPassedOver(const std::u16string& name) {
   return name.starts_with(u'.') || name.starts_with(u'~') || name.ends_with(u".tmp") ||
          name == u"desktop.ini" || name == u"Thumbs.db";
@@ -24,7 +28,25 @@ bool IsPassedOver(const std::u16string& name) {
   throw FileError{std::u16string(what) + (reason ? u": " + *reason : u"")};
 }
 
+// "stem.txt", then "stem (2).txt".
+fs::path Numbered(const fs::path& parent, const fs::path& stem, const fs::path& extension, int n) {
+  fs::path path = parent / stem;
+  if (n > 1) path += " (" + std::to_string(n) + ")";
+  path += extension;
+  return path;
+}
+
 }  // namespace
+
+void Folder::Sweep() const {
+  // One that can't be listed or deleted, too, is met again where it matters: by List and
+  // WriteBytes.
+  std::error_code ignored;
+  fs::remove(root_ / kTemporary, ignored);
+  for (const auto& entry : fs::directory_iterator(root_, ignored)) {
+    if (entry.is_directory(ignored)) fs::remove(entry.path() / kTemporary, ignored);
+  }
+}
 
 std::vector<MemoFile> Folder::List(std::vector<std::u16string>& left_out) const {
   std::vector<MemoFile> files;
@@ -50,13 +72,14 @@ std::vector<MemoFile> Folder::List(std::vector<std::u16string>& left_out) const 
 }
 
 void Folder::Read(MemoFile& file, const SystemText& system) const try {
-  const fs::path path = PathOf(file);
-  file.time = fs::last_write_time(path);
+  const fs::path path = PathTo(file);
   if (fs::file_size(path) > kMaxFile) {
     file.problem = u"it is too long for a memo";
     return;
   }
-  FileText text = ReadFileText(ReadBytes(path), system);
+  const std::string bytes = ReadBytes(path);
+  FileText text = ReadFileText(bytes, system);
+  file.content = HashOf(bytes);
   file.title = system.FoldCase(NameFor(system.Decode(text.memo)));
   file.memo = std::move(text.memo);
   file.problem = std::move(text.problem);
@@ -73,47 +96,65 @@ std::u16string Folder::Create(const std::u16string& folder, const std::u16string
   return path.filename().u16string();
 }
 
-void Folder::Replace(const MemoFile& file, std::string_view bytes) const {
-  RequireUnchanged(file);
-  WriteBytes(PathOf(file), bytes);
+std::u16string Folder::Keep(const std::u16string& title, std::string_view bytes) const {
+  std::error_code error;
+  for (int n = 1;; ++n) {
+    const fs::path path = Numbered(root_, title, u".txt", n);
+    if (!fs::exists(path, error)) return Create({}, title, bytes);
+    if (fs::file_size(path, error) == bytes.size() && ReadBytes(path) == bytes) {
+      return path.filename().u16string();
+    }
+  }
 }
 
-std::u16string Folder::Move(const MemoFile& file, const std::u16string& to_folder) const {
+std::u16string Folder::Copy(const MemoFile& file, const std::u16string& stem) const {
+  const std::string bytes = ReadBytes(PathTo(file));
+  if (HashOf(bytes) != file.content) throw FileError{u"it changed during the sync"};
+  const fs::path path = FreePath(file.folder, stem, fs::path(file.name).extension());
+  WriteBytes(path, bytes);
+  return path.filename().u16string();
+}
+
+void Folder::Replace(MemoFile& file, std::string_view bytes) const {
   RequireUnchanged(file);
-  const fs::path name(file.name);
-  const fs::path target = FreePath(to_folder, name.stem(), name.extension());
+  WriteBytes(PathTo(file), bytes);
+  file.content = HashOf(bytes);
+}
+
+void Folder::Move(MemoFile& file, const std::u16string& to_folder,
+                  const std::u16string& stem) const {
+  RequireUnchanged(file);
+  const fs::path target = FreePath(to_folder, stem, fs::path(file.name).extension());
   std::error_code error;
-  fs::rename(PathOf(file), target, error);
+  fs::rename(PathTo(file), target, error);
   if (error) Fail(u"it can't be moved", error);
-  return target.filename().u16string();
+  file.folder = to_folder;
+  file.name = target.filename().u16string();
 }
 
 void Folder::Delete(const MemoFile& file) const {
   RequireUnchanged(file);
   std::error_code error;
-  fs::remove(PathOf(file), error);
+  fs::remove(PathTo(file), error);
   if (error) Fail(u"it can't be deleted", error);
 }
 
-fs::path Folder::PathOf(const MemoFile& file) const { return root_ / file.folder / file.name; }
+fs::path Folder::PathTo(const MemoFile& file) const { return root_ / file.folder / file.name; }
 
-fs::path Folder::FreePath(const std::u16string& folder, const fs::path& stem,
+fs::path Folder::FreePath(const std::u16string& folder, const std::u16string& stem,
                           const fs::path& extension) const {
   const fs::path parent = root_ / folder;
   std::error_code error;
   fs::create_directories(parent, error);
   if (error) Fail(u"its folder can't be made", error);
-  fs::path path = (parent / stem) += extension;
-  for (int n = 2; fs::exists(path, error); ++n) {
-    path = (parent / stem) += " (" + std::to_string(n) + ")";
-    path += extension;
-  }
-  return path;
+  int n = 1;
+  while (fs::exists(Numbered(parent, stem, extension, n), error)) ++n;
+  return Numbered(parent, stem, extension, n);
 }
 
+// By its bytes: a file's time may be too coarse to tell.
 void Folder::RequireUnchanged(const MemoFile& file) const {
-  std::error_code error;
-  if (fs::last_write_time(PathOf(file), error) != file.time || error) {
+  if (HashOf(ReadBytes(PathTo(file))) != file.content) {
     throw FileError{u"it changed during the sync"};
   }
 }
@@ -126,8 +167,7 @@ std::string ReadBytes(const fs::path& path) {
 }
 
 void WriteBytes(const fs::path& path, std::string_view bytes) {
-  fs::path temporary = path.parent_path() / u"~";
-  temporary += path.filename();
+  const fs::path temporary = path.parent_path() / kTemporary;
   {
     std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
     file.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));

@@ -24,6 +24,9 @@ class Folder {
  public:
   explicit Folder(std::filesystem::path root) : root_(std::move(root)) {}
 
+  // Deletes the temporary files that a sync has left behind which was killed.
+  void Sweep() const;
+
   // The files with folder and name, in their order; sub-folders of sub-folders go to `left_out`.
   // A folder that can't be listed is a std::filesystem::filesystem_error: its files are not gone.
   std::vector<MemoFile> List(std::vector<std::u16string>& left_out) const;
@@ -35,13 +38,19 @@ class Folder {
   // numbered when it is taken.
   std::u16string Create(const std::u16string& folder, const std::u16string& title,
                         std::string_view bytes) const;
-  void Replace(const MemoFile& file, std::string_view bytes) const;
-  std::u16string Move(const MemoFile& file, const std::u16string& to_folder) const;  // new name
+  // The same, but a file of that name or number that holds these bytes already is enough.
+  std::u16string Keep(const std::u16string& title, std::string_view bytes) const;
+  // Copies the file, in its sub-folder, and returns the copy's name: the stem, numbered when it is
+  // taken, and the same extension.
+  std::u16string Copy(const MemoFile& file, const std::u16string& stem) const;
+  // Replace and Move bring what `file` says of its bytes and its place up to date.
+  void Replace(MemoFile& file, std::string_view bytes) const;
+  void Move(MemoFile& file, const std::u16string& to_folder, const std::u16string& stem) const;
   void Delete(const MemoFile& file) const;
 
  private:
-  std::filesystem::path PathOf(const MemoFile& file) const;
-  std::filesystem::path FreePath(const std::u16string& folder, const std::filesystem::path& stem,
+  std::filesystem::path PathTo(const MemoFile& file) const;
+  std::filesystem::path FreePath(const std::u16string& folder, const std::u16string& stem,
                                  const std::filesystem::path& extension) const;
   void RequireUnchanged(const MemoFile& file) const;
 

@@ -16,13 +16,10 @@ using com::Error;
 constexpr std::u16string_view kDatabase = u"MemoDB";
 constexpr std::u16string_view kCreator = u"memo";
 constexpr std::u16string_view kSection = u"Memos";
+constexpr std::u16string_view kArchive = u"Archive";
 constexpr ULONGLONG kShowEvery = 50;  // milliseconds
 
 std::u16string Number(long long value) { return *FromUtf8(std::to_string(value)); }
-
-std::u16string PathIn(const std::u16string& folder, const std::u16string& name) {
-  return folder.empty() ? name : folder + u"\\" + name;
-}
 
 bool Contains(const fs::path& outer, fs::path inner) {
   for (std::error_code error; !inner.empty(); inner = inner.parent_path()) {
@@ -48,8 +45,9 @@ void MemoSync::Run() {
   FindFolder();
   OpenDatabase();
   ReadRecords();
+  ListFolder();
+  ReadIndex();
   ReadFolder();
-  ReadHistoryFile();
   const std::vector<Step> steps = MakePlan(files_, records_, history_);
   try {
     Apply(steps);
@@ -57,8 +55,7 @@ void MemoSync::Run() {
     Save();
     throw;
   }
-  Check(database_->RemoveWithDeleteFlag());
-  Check(database_->ResetModifyFlags());
+  ClearMarks();
   Save();
   Log(u"Memos: " + Number(count_.added) + u" added, " + Number(count_.updated) + u" updated, " +
       Number(count_.removed) + u" removed. Files: " + Number(count_.written) + u" new, " +
@@ -152,7 +149,9 @@ std::string MemoSync::ReadAppInfo() {
   return std::string(bytes.bytes().substr(0, static_cast<size_t>(length)));
 }
 
-void MemoSync::ReadFolder() {
+void MemoSync::ListFolder() {
+  folder_->Sweep();
+  Folder(app_folder_ / kArchive).Sweep();
   std::vector<std::u16string> left_out;
   try {
     files_ = folder_->List(left_out);
@@ -161,14 +160,32 @@ void MemoSync::ReadFolder() {
                                       error.path1().u16string() + u": " +
                                       system_.Decode(error.code().message()));
   }
-  Phase(u"Reading the text files", files_.size());
   for (const std::u16string& folder : left_out) {
     Log(u"Left out: " + folder + u" (only one level of folders becomes categories)");
   }
+}
+
+void MemoSync::ReadIndex() {
+  index_.emplace(*database_.get(), Stamp(), system_);
+  history_ = index_->Read(files_, records_);
+  if (files_.empty() && !history_.memos.empty()) {
+    Log(u"The folder of the memos is empty: what the database holds is written to it.");
+    history_ = {};
+  }
+}
+
+void MemoSync::ReadFolder() {
+  Phase(u"Reading the text files", files_.size());
   for (MemoFile& file : files_) {
-    Progress(PathIn(file.folder, file.name));
-    auto category = categories_->Find(file.folder);
+    const std::u16string path = PathOf(file);
+    Progress(path);
     folder_->Read(file, system_);
+    // A file that lies where it did has not left its category, whatever that is called now.
+    if (const auto known = history_.ids.find(path); known != history_.ids.end()) {
+      file.category = history_.memos.at(known->second).category;
+      continue;
+    }
+    auto category = categories_->Find(file.folder);
     if (!category && file.problem.empty()) category = categories_->Add(file.folder);
     if (!category && file.problem.empty()) {
       file.memo.clear();
@@ -176,35 +193,6 @@ void MemoSync::ReadFolder() {
           u"its folder can't become a category: there are 15, with names of up to 15 bytes";
     }
     file.category = category.value_or(0);
-  }
-}
-
-void MemoSync::ReadHistoryFile() {
-  com::Ptr<_CDevice> device;
-  Bstr name;
-  Check(sync_->get_Device(&device));
-  Check(device->get_DeviceName(&name));
-  char hash[17];
-  std::snprintf(hash, sizeof hash, "%016llx", static_cast<unsigned long long>(HashOf(Stamp())));
-  history_path_ = app_folder_ / NameFor(name.Text()) / ("Memos-" + std::string(hash) + ".list");
-
-  std::error_code error;
-  if (!fs::exists(history_path_, error)) return;
-  History history;
-  try {
-    history = ReadHistory(ReadBytes(history_path_), Stamp());
-  } catch (const FileError& failure) {
-    throw Error(com::kPathAccess, history_path_.u16string() + u": " + failure.reason);
-  }
-  if (files_.empty() && !history.empty()) {
-    Log(u"The folder of the memos is empty: what the database holds is written to it.");
-    return;
-  }
-  for (const MemoRecord& record : records_) {
-    const auto known = history.find(record.id);
-    if (known == history.end()) continue;
-    known->second.category = categories_->Find(known->second.folder).value_or(0);
-    history_.insert(history.extract(known));
   }
 }
 
@@ -223,13 +211,14 @@ std::string MemoSync::Stamp() const {
 void MemoSync::Apply(const std::vector<Step>& steps) {
   Phase(u"Synchronising the memos", steps.size());
   for (const Step& step : steps) {
-    const std::u16string what = step.file ? PathIn(step.file->folder, step.file->name)
-                                          : NameFor(system_.Decode(step.record->memo));
+    const std::u16string what =
+        step.file ? PathOf(*step.file) : FirstLine(system_.Decode(step.record->memo));
     Progress(what);
     try {
       Do(step);
     } catch (const FileError& error) {
       ++count_.skipped;
+      if (step.record) unsettled_.insert(step.record);
       Log(u"Skipped: " + what + u" (" + error.reason + u")");
     }
     for (const ULONGLONG start = ::GetTickCount64();
@@ -248,86 +237,109 @@ void MemoSync::Do(const Step& step) {
       return Merge(step);
     case Step::Action::kConflict:
       return Conflict(step);
-    case Step::Action::kRemove: {
-      const auto known = history_.find(step.record->id);
-      Check(database_->Remove(step.record->id));
-      ++count_.removed;
-      Log(u"Removed: " + PathIn(known->second.folder, known->second.name) + u" (its file is gone)");
-      history_.erase(known);
-      return;
-    }
+    case Step::Action::kRemove:
+      return Remove(*step.record);
     case Step::Action::kDelete:
       folder_->Delete(*step.file);
       ++count_.deleted;
-      Log(u"File deleted: " + PathIn(step.file->folder, step.file->name) +
-          u" (its memo was deleted)");
-      history_.erase(step.record->id);
+      Log(u"File deleted: " + PathOf(*step.file) + u" (its memo was deleted)");
+      history_.ids.erase(PathOf(*step.file));
       return;
-    case Step::Action::kArchive: {
-      const std::u16string title = NameFor(system_.Decode(*step.memo));
-      Folder(app_folder_ / u"Archive").Create({}, title, WriteFileText(*step.memo, system_));
-      Log(u"Archived: " + title);
-      MemoRecord archived = *step.record;
-      archived.attributes &= ~eArchive;  // once is enough, should this sync be cancelled
-      Store(archived);
-      return;
-    }
+    case Step::Action::kArchive:
+      return Archive(*step.record);
     case Step::Action::kSkip:
       throw FileError{step.file->problem};
   }
 }
 
+void MemoSync::Remove(const MemoRecord& record) {
+  Check(database_->Remove(record.id));
+  ++count_.removed;
+  Log(u"Removed: " + FirstLine(system_.Decode(record.memo)) + u" (its file is gone)");
+  history_.memos.erase(record.id);
+}
+
+void MemoSync::Archive(const MemoRecord& record) {
+  const std::u16string text = system_.Decode(record.memo);
+  Folder(app_folder_ / kArchive).Keep(NameFor(text), WriteFileText(record.memo, system_));
+  Log(u"Archived: " + FirstLine(text));
+  MemoRecord archived = record;
+  archived.attributes &= ~eArchive;  // once is enough, should this sync be cancelled
+  Store(archived);
+}
+
 void MemoSync::Merge(const Step& step) {
-  MemoFile file = step.file ? *step.file : MemoFile{};
-  const std::u16string folder = categories_->Folder(step.category);
-  if (!step.file) {
-    file.folder = folder;
-    file.name = folder_->Create(folder, NameFor(system_.Decode(*step.memo)),
+  MemoRecord record = step.record ? *step.record : MemoRecord{};
+  if (history_.memos.size() >= History::kMaxMemos && !history_.memos.contains(record.id)) {
+    throw FileError{u"the sync index has room for " + Number(History::kMaxMemos) + u" memos"};
+  }
+  MemoFile file;
+  if (step.file) {
+    file = *step.file;
+    PlaceFile(file, step);
+  } else {
+    file.folder = categories_->Folder(step.category);
+    file.name = folder_->Create(file.folder, NameFor(system_.Decode(*step.memo)),
                                 WriteFileText(*step.memo, system_));
     ++count_.written;
-    Log(u"New file: " + PathIn(file.folder, file.name));
-  } else {
-    if (file.category != step.category) {
-      const std::u16string from = PathIn(file.folder, file.name);
-      file.name = folder_->Move(file, folder);
-      file.folder = folder;
-      ++count_.moved;
-      Log(u"File moved: " + from + u" to " + PathIn(file.folder, file.name));
-    }
-    if (file.memo != *step.memo) {
-      folder_->Replace(file, WriteFileText(*step.memo, system_));
-      ++count_.rewritten;
-      Log(u"File updated: " + PathIn(file.folder, file.name));
-    }
+    Log(u"New file: " + PathOf(file));
   }
 
-  MemoRecord record = step.record ? *step.record : MemoRecord{};
   if (!step.record || record.memo != *step.memo || record.category != step.category) {
     record.memo = *step.memo;
     record.category = step.category;
     record.attributes &= ~(eDirty | eDelete);
     Store(record);
     ++(step.record ? count_.updated : count_.added);
-    Log((step.record ? u"Updated: " : u"Added: ") + PathIn(file.folder, file.name));
+    Log((step.record ? u"Updated: " : u"Added: ") + PathOf(file));
   }
+  if (step.file) history_.ids.erase(PathOf(*step.file));
   // Databases for a HotSync install hold no ids: their records are found by their text.
   if (record.id != 0) {
-    history_[record.id] = {HashOf(*step.memo), step.category, file.folder, file.name};
+    history_.ids[PathOf(file)] = record.id;
+    history_.memos[record.id] = {ChecksumOf(*step.memo), step.category};
   }
 }
 
+// Gives the file the memo, then the name and the folder that go with it.
+void MemoSync::PlaceFile(MemoFile& file, const Step& step) {
+  std::u16string stem = fs::path(file.name).stem().u16string();
+  if (file.memo != *step.memo) {
+    folder_->Replace(file, WriteFileText(*step.memo, system_));
+    ++count_.rewritten;
+    Log(u"File updated: " + PathOf(file));
+    // A name that was made of the first line goes with it; one that the user chose stays.
+    const std::u16string name = NameFor(system_.Decode(*step.memo));
+    if (step.action == Step::Action::kMerge && file.title != system_.FoldCase(name) &&
+        IsNameOrNumbered(stem, NameFor(system_.Decode(file.memo)))) {
+      stem = name;
+    }
+  }
+  std::u16string folder = categories_->Folder(step.category);
+  // Two categories may have names that make the same folder.
+  if (categories_->Find(file.folder) == step.category ||
+      system_.FoldCase(folder) == system_.FoldCase(file.folder)) {
+    folder = file.folder;
+  }
+  if (folder == file.folder && stem == fs::path(file.name).stem().u16string()) return;
+  const std::u16string from = PathOf(file);
+  folder_->Move(file, folder, stem);
+  ++count_.moved;
+  Log(u"File moved: " + from + u" to " + PathOf(file));
+}
+
+// The copy comes first: at no moment is the PC's text nowhere.
 void MemoSync::Conflict(const Step& step) {
-  const std::u16string folder = categories_->Folder(step.category);
-  const std::u16string name =
-      folder_->Create(folder, NameFor(system_.Decode(*step.memo)) + u" (conflict)",
-                      WriteFileText(*step.memo, system_));
+  MemoFile copy = *step.file;
+  copy.name = step.copy ? step.copy->name
+                        : folder_->Copy(copy, ConflictName(fs::path(copy.name).stem().u16string()));
   ++count_.conflicts;
-  Log(u"Conflict: " + PathIn(step.file->folder, step.file->name) +
-      u" differs from the handheld's "
-      u"memo, which is now in " +
-      PathIn(folder, name));
-  if (step.record->id != 0) {
-    history_[step.record->id] = {HashOf(*step.memo), step.category, folder, name};
+  Log(u"Conflict: \"" + FirstLine(system_.Decode(*step.memo)) +
+      u"\" was changed on both sides; the handheld's text goes to " + PathOf(*step.file) +
+      u", the PC's to " + PathOf(copy));
+  Merge(step);
+  if (!step.copy) {
+    Merge({Step::Action::kMerge, &copy, nullptr, &copy.memo, copy.category});
   }
 }
 
@@ -341,6 +353,34 @@ void MemoSync::Store(MemoRecord& record) {
   Check(database_->Update(record.index, &record.id, &category, &attributes, &stream_));
 }
 
+// Takes the handheld's marks for what is done now.
+void MemoSync::ClearMarks() {
+  if (unsettled_.empty()) {
+    Check(database_->RemoveWithDeleteFlag());
+    Check(database_->ResetModifyFlags());
+  }
+  for (const MemoRecord& record : records_) {
+    const bool settled = !unsettled_.contains(&record);
+    if (settled && record.deleted) history_.memos.erase(record.id);
+    if (!settled || unsettled_.empty() || record.id == 0) continue;
+    if (record.deleted) {
+      Check(database_->Remove(record.id));
+    } else if (record.dirty) {
+      long index = 0;
+      short category = 0;
+      eRecordAttribute attributes{};
+      VARIANT_BOOL read = VARIANT_FALSE;
+      Check(database_->ReadNextById(&index, record.id, &category, &attributes, &stream_, &read));
+      if (!read || !(attributes & eDirty)) continue;  // removed, or stored, since it was read
+      long id = record.id;
+      attributes = static_cast<eRecordAttribute>(attributes & ~eDirty);
+      Check(database_->Update(index, &id, &category, &attributes, &stream_));
+    }
+  }
+  std::erase_if(history_.ids,
+                [&](const auto& entry) { return !history_.memos.contains(entry.second); });
+}
+
 void MemoSync::Save() {
   if (categories_->changed()) {
     // A block has no spare byte: the array is taken whole.
@@ -348,18 +388,8 @@ void MemoSync::Save() {
     Check(stream_->put_ByteArray(bytes.get()));
     Check(database_->WriteAppInfoBlock(&stream_));
   }
-  const std::string stamp = Stamp();
+  index_->Write(history_);
   Check(database_->CloseDatabase());
-  const std::string history = WriteHistory(history_, stamp);
-  try {
-    std::error_code error;
-    fs::create_directories(history_path_.parent_path(), error);
-    if (!fs::exists(history_path_, error) || ReadBytes(history_path_) != history) {
-      WriteBytes(history_path_, history);
-    }
-  } catch (const FileError& failure) {
-    throw Error(com::kPathAccess, history_path_.u16string() + u": " + failure.reason);
-  }
 }
 
 // ---- Pylon's window, log and settings

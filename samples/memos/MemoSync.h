@@ -4,10 +4,13 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "Categories.h"
 #include "Folder.h"
+#include "History.h"
+#include "MemoIndex.h"
 #include "Plan.h"
 #include "WindowsText.h"
 #include "com.h"
@@ -21,6 +24,10 @@ namespace memos {
 //
 // Reads both sides whole, plans, then does step by step. Whatever ends it early, Cancel included,
 // keeps what was done: the database is saved, and the next sync goes on from there.
+//
+// It may be killed at any moment. Files change one by one, each at once and whole; the database is
+// saved after them, its index after it. So whatever the index then fails to know is on both sides,
+// and found by its text, or still on the one side that has it.
 class MemoSync {
  public:
   explicit MemoSync(_oSyncInfo* sync);
@@ -28,17 +35,22 @@ class MemoSync {
   void Run();  // throws com::Error
 
  private:
-  void OpenDatabase();
   void FindFolder();
+  void OpenDatabase();
   void ReadRecords();
+  void ListFolder();
+  void ReadIndex();
   void ReadFolder();
-  void ReadHistoryFile();
 
   void Apply(const std::vector<Step>& steps);
   void Do(const Step& step);
+  void Remove(const MemoRecord& record);
+  void Archive(const MemoRecord& record);
   void Merge(const Step& step);
   void Conflict(const Step& step);
+  void PlaceFile(MemoFile& file, const Step& step);
   void Store(MemoRecord& record);
+  void ClearMarks();
   void Save();
 
   std::string ReadAppInfo();
@@ -58,7 +70,6 @@ class MemoSync {
 
   std::filesystem::path app_folder_;
   std::filesystem::path folder_path_;
-  std::filesystem::path history_path_;
   long pause_ = 0;  // milliseconds after each step
   ULONGLONG shown_at_ = 0;
   long steps_to_show_ = 0;  // since then
@@ -67,7 +78,10 @@ class MemoSync {
   std::optional<Categories> categories_;
   std::vector<MemoFile> files_;
   std::vector<MemoRecord> records_;
-  History history_;  // of the last sync; each step that is done brings its entry up to date
+  std::optional<MemoIndex> index_;
+  History history_;  // of the last sync; each step that is done brings its entries up to date
+  // Of steps that were not done: the handheld's marks on them stay for the next sync.
+  std::unordered_set<const MemoRecord*> unsettled_;
 
   struct {
     int added, updated, removed;             // records

@@ -1,7 +1,8 @@
 #include "Plan.h"
 
 #include <algorithm>
-#include <sstream>
+#include <filesystem>
+#include <map>
 #include <unordered_map>
 #include <utility>
 
@@ -16,17 +17,22 @@ class Planner {
  public:
   Planner(const std::vector<MemoFile>& files, const std::vector<MemoRecord>& records,
           const History& history)
-      : files_(files), records_(records), history_(history) {}
+      : files_(files), records_(records), history_(history) {
+    for (const MemoRecord& record : records_) by_id_.emplace(record.id, &record);
+  }
 
   std::vector<Step> Run() {
-    PairAsLastTime();
-    // Every record that is left has lost its file, or never had one, so an equal memo elsewhere is
-    // the same one, moved.
+    // Equal texts go before equal paths: files that were renamed to each other's names are found
+    // where they are now.
+    PairByPath(Texts::kOneUnchanged);
     PairBy([](const auto& side) { return std::pair(side.category, side.memo); });
     PairBy([](const auto& side) { return std::pair(0, side.memo); });
-    PairBy([](const auto& side) { return std::pair(side.category, side.title); });
+    PairByPath(Texts::kAny);
+    PairRenamed();
+    PairBy([](const auto& side) { return std::pair(side.category, side.title); },
+           [](const MemoFile& file) { return !IsCopy(file); });
 
-    for (const MemoFile& file : files_) DecideFile(file, record_of_[&file]);
+    for (const MemoFile& file : files_) DecideFile(file, PartnerOf(file));
     for (const MemoRecord& record : records_) DecideRecord(record);
     std::stable_partition(steps_.begin(), steps_.end(), [](const Step& step) {
       return step.action != Action::kRemove && step.action != Action::kDelete;
@@ -35,35 +41,59 @@ class Planner {
   }
 
  private:
-  void PairAsLastTime() {
-    std::map<std::pair<std::u16string_view, std::u16string_view>, long> ids;
-    for (const auto& [id, synced] : history_) ids[{synced.folder, synced.name}] = id;
-    std::unordered_map<long, const MemoRecord*> by_id;
-    for (const MemoRecord& record : records_) by_id.emplace(record.id, &record);
+  enum class Texts { kOneUnchanged, kAny };
 
+  void PairByPath(Texts texts) {
     for (const MemoFile& file : files_) {
-      const auto known = ids.find({file.folder, file.name});
-      if (known == ids.end()) continue;
-      const auto record = by_id.find(known->second);
-      if (record != by_id.end() && LastTime(*record->second)) Pair(file, *record->second);
+      if (record_of_.contains(&file)) continue;
+      const auto known = history_.ids.find(PathOf(file));
+      if (known == history_.ids.end()) continue;
+      const auto record = by_id_.find(known->second);
+      if (record == by_id_.end() || file_of_.contains(record->second)) continue;
+      const Synced* const last = LastTime(*record->second);
+      if (!last) continue;
+      if (texts == Texts::kAny || file.memo == record->second->memo || Holds(file, *last)) {
+        Pair(file, *record->second);
+      }
     }
   }
 
   // Pairs what is left and has the same key; of several, in their order.
   template <class KeyOf>
   void PairBy(KeyOf key_of) {
+    PairBy(key_of, [](const MemoFile&) { return true; });
+  }
+  template <class KeyOf, class Filter>
+  void PairBy(KeyOf key_of, Filter may_pair) {
     using Key = decltype(key_of(records_.front()));
     std::multimap<Key, const MemoRecord*> free;
     for (const MemoRecord& record : records_) {
-      if (!record.deleted && !file_of_.contains(&record)) free.emplace(key_of(record), &record);
+      if (IsFree(record)) free.emplace(key_of(record), &record);
     }
     for (const MemoFile& file : files_) {
-      if (!file.problem.empty() || record_of_.contains(&file)) continue;
-      const auto found = free.find(key_of(file));
-      if (found == free.end()) continue;
-      Pair(file, *found->second);
-      free.erase(found);
+      if (IsFree(file) && may_pair(file)) Take(free, key_of(file), file);
     }
+  }
+
+  // Pairs a file that has the text of the last sync, elsewhere, with the record whose text is no
+  // longer that.
+  void PairRenamed() {
+    std::multimap<std::uint32_t, const MemoRecord*> free;
+    for (const MemoRecord& record : records_) {
+      const Synced* const last = LastTime(record);
+      if (last && IsFree(record)) free.emplace(last->checksum, &record);
+    }
+    for (const MemoFile& file : files_) {
+      if (IsFree(file)) Take(free, ChecksumOf(file.memo), file);
+    }
+  }
+
+  template <class Key>
+  void Take(std::multimap<Key, const MemoRecord*>& free, const Key& key, const MemoFile& file) {
+    const auto found = free.find(key);
+    if (found == free.end()) return;
+    Pair(file, *found->second);
+    free.erase(found);
   }
 
   void Pair(const MemoFile& file, const MemoRecord& record) {
@@ -71,19 +101,34 @@ class Planner {
     file_of_[&record] = &file;
   }
 
+  bool IsFree(const MemoFile& file) const {
+    return file.problem.empty() && !record_of_.contains(&file);
+  }
+  bool IsFree(const MemoRecord& record) const {
+    return !record.deleted && !file_of_.contains(&record);
+  }
+
+  const MemoRecord* PartnerOf(const MemoFile& file) const {
+    const auto found = record_of_.find(&file);
+    return found == record_of_.end() ? nullptr : found->second;
+  }
+
   const Synced* LastTime(const MemoRecord& record) const {
-    const auto found = history_.find(record.id);
-    if (found == history_.end()) return nullptr;
-    const bool may_differ = record.dirty || record.deleted;
-    return may_differ || HashOf(record.memo) == found->second.hash ? &found->second : nullptr;
+    const auto found = history_.memos.find(record.id);
+    return found == history_.memos.end() ? nullptr : &found->second;
+  }
+
+  template <class Side>
+  static bool Holds(const Side& side, const Synced& last) {
+    return ChecksumOf(side.memo) == last.checksum;
   }
 
   void DecideFile(const MemoFile& file, const MemoRecord* record) {
     const Synced* const last = record ? LastTime(*record) : nullptr;
-    const bool file_unchanged = last && HashOf(file.memo) == last->hash;
+    const bool file_unchanged = last && Holds(file, *last);
 
     if (record && record->deleted) {
-      if (file_unchanged && file.category == last->category) {
+      if (file_unchanged) {
         steps_.push_back({Action::kDelete, &file, record});
         return;
       }
@@ -95,13 +140,12 @@ class Planner {
     }
     if (!file.problem.empty()) {
       steps_.push_back({Action::kSkip, &file, record});
-      return;
+    } else if (record && !record->memo.empty() && !(last && Holds(*record, *last))) {
+      steps_.push_back({Action::kConflict, &file, record, &record->memo,
+                        CategoryFor(&file, record, last), CopyOf(file)});
+    } else {
+      Merge(&file, record, file.memo, last);
     }
-    if (record && !record->memo.empty() && !(last && HashOf(record->memo) == last->hash)) {
-      steps_.push_back({Action::kConflict, &file, record, &record->memo, record->category});
-      record = nullptr;
-    }
-    Merge(&file, record, file.memo, last);
   }
 
   void DecideRecord(const MemoRecord& record) {
@@ -114,7 +158,7 @@ class Planner {
     }
     if (file_of_.contains(&record)) return;
     const Synced* const last = LastTime(record);
-    if (last && HashOf(record.memo) == last->hash && record.category == last->category) {
+    if (last && Holds(record, *last) && record.category == last->category) {
       steps_.push_back({Action::kRemove, nullptr, &record});
     } else if (wanted) {
       Merge(nullptr, &record, record.memo, last);
@@ -123,67 +167,51 @@ class Planner {
 
   void Merge(const MemoFile* file, const MemoRecord* record, const std::string& memo,
              const Synced* last) {
-    // The side that left the category of the last sync has moved the memo; the file if both did.
+    steps_.push_back({Action::kMerge, file, record, &memo, CategoryFor(file, record, last)});
+  }
+
+  // The side that left the category of the last sync has moved the memo; the file if both did.
+  static int CategoryFor(const MemoFile* file, const MemoRecord* record, const Synced* last) {
     const bool record_moved = record && (!file || (last && file->category == last->category));
-    const int category = record_moved ? record->category : file->category;
-    steps_.push_back({Action::kMerge, file, record, &memo, category});
+    return record_moved ? record->category : file->category;
+  }
+
+  const MemoFile* CopyOf(const MemoFile& file) const {
+    const std::filesystem::path name(file.name);
+    const std::u16string wanted = ConflictName(name.stem().u16string());
+    const auto found = std::ranges::find_if(files_, [&](const MemoFile& other) {
+      const std::filesystem::path other_name(other.name);
+      return other.memo == file.memo && other.folder == file.folder && IsFree(other) &&
+             other_name.extension() == name.extension() &&
+             IsNameOrNumbered(other_name.stem().u16string(), wanted);
+    });
+    return found == files_.end() ? nullptr : &*found;
+  }
+
+  // The PC's side of a conflict is a memo of its own, like as its title is to the handheld's.
+  static bool IsCopy(const MemoFile& file) {
+    const std::u16string stem = std::filesystem::path(file.name).stem().u16string();
+    return IsNameOrNumbered(stem, ConflictName(stem));
   }
 
   const std::vector<MemoFile>& files_;
   const std::vector<MemoRecord>& records_;
   const History& history_;
+  std::unordered_map<long, const MemoRecord*> by_id_;
   std::unordered_map<const MemoFile*, const MemoRecord*> record_of_;
   std::unordered_map<const MemoRecord*, const MemoFile*> file_of_;
   std::vector<Step> steps_;
 };
 
-constexpr std::string_view kFormat = "Memos 1 ";
-
 }  // namespace
+
+std::u16string PathOf(const MemoFile& file) {
+  return file.folder.empty() ? file.name : file.folder + u"\\" + file.name;
+}
 
 std::vector<Step> MakePlan(const std::vector<MemoFile>& files,
                            const std::vector<MemoRecord>& records, const History& history) {
   return Planner(files, records, history).Run();
-}
-
-std::uint64_t HashOf(std::string_view memo) {
-  std::uint64_t hash = 0xcbf29ce484222325;  // FNV-1a
-  for (const char c : memo) hash = (hash ^ static_cast<unsigned char>(c)) * 0x100000001b3;
-  return hash;
-}
-
-std::string WriteHistory(const History& history, std::string_view stamp) {
-  std::ostringstream text;
-  text << kFormat << stamp << '\n';
-  for (const auto& [id, synced] : history) {
-    text << id << ' ' << std::hex << synced.hash << std::dec << ' ' << ToUtf8(synced.folder) << '\\'
-         << ToUtf8(synced.name) << '\n';
-  }
-  return text.str();
-}
-
-History ReadHistory(std::string_view text, std::string_view stamp) {
-  std::istringstream lines{std::string(text)};
-  std::string line;
-  if (!std::getline(lines, line) || line != std::string(kFormat) + std::string(stamp)) return {};
-  History history;
-  while (std::getline(lines, line)) {
-    std::istringstream fields(line);
-    long id = 0;
-    Synced synced;
-    std::string folder, name;
-    fields >> id >> std::hex >> synced.hash;
-    fields.ignore();
-    std::getline(fields, folder, '\\');
-    std::getline(fields, name);
-    const auto decoded_folder = FromUtf8(folder);
-    const auto decoded_name = FromUtf8(name);
-    if (!fields || id == 0 || name.empty() || !decoded_folder || !decoded_name) return {};
-    synced.folder = *decoded_folder;
-    synced.name = *decoded_name;
-    history.emplace(id, std::move(synced));
-  }
-  return history;
 }
 
 }  // namespace memos

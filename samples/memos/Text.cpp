@@ -15,6 +15,7 @@ const Utf8& Utf8Facet() { return std::use_facet<Utf8>(std::locale::classic()); }
 
 constexpr std::u16string_view kBlanks = u" \t\r\n";
 constexpr size_t kMaxName = 60;
+constexpr std::u16string_view kConflictMark = u" (conflict)";
 
 std::u16string FromUtf16(std::string_view bytes, size_t low) {
   std::u16string text(bytes.size() / 2, u'\0');
@@ -142,15 +143,20 @@ std::string MemoOfRecord(std::string_view bytes) {
   return WithLf(std::string(bytes.substr(0, bytes.find('\0'))));
 }
 
-std::u16string NameFor(std::u16string_view text) {
+std::u16string FirstLine(std::u16string_view text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
-  std::u16string name(text.substr(0, std::min(text.find_first_of(u"\r\n"), kMaxName)));
+  std::u16string line(text.substr(0, std::min(text.find_first_of(u"\r\n"), kMaxName)));
+  if (!line.empty() && line.back() >= 0xD800 && line.back() < 0xDC00) line.pop_back();
+  return line;
+}
+
+std::u16string NameFor(std::u16string_view text) {
+  std::u16string name = FirstLine(text);
   for (char16_t& c : name) {
     if (c < 0x20 || std::u16string_view(u"<>:\"/\\|?*").find(c) != std::u16string_view::npos) {
       c = u'_';
     }
   }
-  if (!name.empty() && name.back() >= 0xD800 && name.back() < 0xDC00) name.pop_back();
   // Windows drops blanks and dots at the end of a name; "." and "~" at its start mean hidden and
   // temporary files, which are passed over.
   name.resize(name.find_last_not_of(u" .") + 1);
@@ -169,6 +175,23 @@ std::u16string NameFor(std::u16string_view text) {
     name.insert(name.begin(), u'_');
   }
   return name;
+}
+
+bool IsNameOrNumbered(std::u16string_view stem, std::u16string_view name) {
+  if (!stem.starts_with(name)) return false;
+  stem.remove_prefix(name.size());
+  if (stem.empty()) return true;
+  if (!stem.starts_with(u" (") || !stem.ends_with(u")") || stem.size() < 4) return false;
+  stem = stem.substr(2, stem.size() - 3);
+  return stem.find_first_not_of(u"0123456789") == std::u16string_view::npos;
+}
+
+std::u16string ConflictName(std::u16string_view stem) {
+  const size_t mark = stem.rfind(kConflictMark);
+  if (mark != std::u16string_view::npos && IsNameOrNumbered(stem.substr(mark), kConflictMark)) {
+    stem = stem.substr(0, mark);
+  }
+  return std::u16string(stem) + std::u16string(kConflictMark);
 }
 
 }  // namespace memos

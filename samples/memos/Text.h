@@ -40,8 +40,18 @@ std::string WriteFileText(std::string_view memo, const SystemText& system);
 // The memo that a record holds: up to the first NUL, line ends as LF.
 std::string MemoOfRecord(std::string_view bytes);
 
-// What a file of this memo is called, without ".txt": the first line that isn't blank, made fit for
-// a file name; "Untitled" when there is none. Also fits for the folder of a category.
+// The first line that isn't blank, without the blanks before it; up to 60 characters.
+std::u16string FirstLine(std::u16string_view text);
+
+// What a file of this memo is called, without ".txt": its first line, made fit for a file name;
+// "Untitled" when there is none. Also fits for the folder of a category.
 std::u16string NameFor(std::u16string_view text);
+
+// Whether a file of this name, without its extension, was made for `name`: "Name" or "Name (2)".
+bool IsNameOrNumbered(std::u16string_view stem, std::u16string_view name);
+
+// The name, without its extension, for the PC's text of a memo that was changed on both sides:
+// "Name (conflict)", also for a file that is called that or "Name (conflict) (2)" already.
+std::u16string ConflictName(std::u16string_view stem);
 
 }  // namespace memos

@@ -86,12 +86,13 @@ records=$(sed -n '1s/.* \([0-9]*\) records$/\1/p' records)
 say 'The log'
 show_log
 
-# What a second sync does: one file changed, one added, one gone, and one memo changed on the
-# handheld's side.
+# What a second sync does: one memo changed on both sides, one on the handheld's, one file added, one
+# gone.
 mapfile -t added < <(show_log | sed -n 's/.*\tAdded: //p' | tr '\134' /)
 mapfile -t ids < <(sed -n 's/^[0-9]*\. id \([0-9]*\),.*/\1/p' records)
-say "Now ${added[0]} gets a line, one file is new${added[2]:+, ${added[1]} is deleted, and the handheld adds a line to record ${ids[2]}}"
+say "Now both sides add a line to ${added[0]}, one file is new${added[2]:+, ${added[1]} is deleted, and the handheld adds a line to record ${ids[2]}}"
 printf 'PS: one more line.\n' >> "$texts/${added[0]}"
+script edit.vbs "$(windows "$database")" "${ids[0]}" 'The handheld knows better.'
 printf 'Added by the demo\nThis file was not there at the first sync.\n' > "$texts/Added by the demo.txt"
 if [[ -n ${added[2]:-} ]]; then
   rm "$texts/${added[1]}"
@@ -102,12 +103,16 @@ lines=$(wc -l < "$(log)")
 run
 show_log "$((lines + 1))"
 
-say 'A third run, with nothing changed, leaves the database as it is'
+say 'A third run, with nothing changed, leaves the database and its index as they are'
+index=$(find data -name MemoDB.si)
+[[ -n $index ]] || fail 'no sync index'
 cp "$database" before.pdb
+cp "$index" before.si
 lines=$(wc -l < "$(log)")
 run
 cmp "$database" before.pdb || fail 'the database was written though nothing had changed'
+cmp "$index" before.si || fail 'the index was written though nothing had changed'
 show_log "$((lines + 1))"
 
 say 'Where things lie'
-printf '%s\n' "database  $database" "texts     $texts" "log       $(log)" "picture   $home/status.png"
+printf '%s\n' "database  $database" "index     $home/$index" "texts     $texts" "log       $(log)" "picture   $home/status.png"

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <fstream>
 
 #include "tests/memos/Latin1.h"
 
@@ -67,24 +67,46 @@ TEST_F(FolderTest, NewAndMovedFilesNeverTakeAnothersPlace) {
   EXPECT_EQ(folder_.Create(u"New", u"Title", "1"), u"Title.txt");
   EXPECT_EQ(folder_.Create(u"New", u"Title", "2"), u"Title (2).txt");
   Put("Title.txt", "3");
-  EXPECT_EQ(folder_.Move(Read(u"", u"Title.txt"), u"New"), u"Title (3).txt");
-  EXPECT_EQ(Listed(), (Names{"New/Title (2).txt", "New/Title (3).txt", "New/Title.txt"}));
+  MemoFile moved = Read(u"", u"Title.txt");
+  folder_.Move(moved, u"New", u"Title");
+  EXPECT_EQ(ToUtf8(PathOf(moved)), "New\\Title (3).txt");
+  EXPECT_EQ(folder_.Copy(moved, u"Title (3) (conflict)"), u"Title (3) (conflict).txt");
+  folder_.Move(moved, u"", u"Other");
+  EXPECT_EQ(Listed(), (Names{"/Other.txt", "New/Title (2).txt", "New/Title (3) (conflict).txt",
+                             "New/Title.txt"}));
   EXPECT_EQ(ReadBytes(root_ / "New" / "Title.txt"), "1");
+  EXPECT_EQ(ReadBytes(root_ / "New" / "Title (3) (conflict).txt"), "3");
+}
+
+TEST_F(FolderTest, AnEqualFileIsKeptOnlyOnce) {
+  for (const char* bytes : {"1", "2", "2", "1"}) folder_.Keep(u"Title", bytes);
+  EXPECT_EQ(Listed(), (Names{"/Title (2).txt", "/Title.txt"}));
+}
+
+TEST_F(FolderTest, SweepsUpBehindASyncThatWasKilledAndNothingElse) {
+  const fs::path left[] = {root_ / "~memos-sync.tmp", root_ / "Work" / "~memos-sync.tmp"};
+  for (const fs::path& path : left) std::ofstream(path) << "half a memo";
+  std::ofstream(root_ / "~memo.tmp") << "a user's";
+  folder_.Sweep();
+  for (const fs::path& path : left) EXPECT_FALSE(fs::exists(path)) << path;
+  EXPECT_TRUE(fs::exists(root_ / "~memo.tmp"));
 }
 
 TEST_F(FolderTest, AFileThatChangedMeanwhileIsLeftAlone) {
   Put("a.txt", "old");
-  const MemoFile file = Read(u"", u"a.txt");
+  MemoFile file = Read(u"", u"a.txt");
   Put("a.txt", "new");
-  fs::last_write_time(root_ / "a.txt", file.time + std::chrono::seconds(2));
   EXPECT_THROW(folder_.Replace(file, "x"), FileError);
-  EXPECT_THROW(folder_.Move(file, u"Work"), FileError);
+  EXPECT_THROW(folder_.Move(file, u"Work", u"a"), FileError);
+  EXPECT_THROW(folder_.Copy(file, u"b"), FileError);
   EXPECT_THROW(folder_.Delete(file), FileError);
   EXPECT_EQ(ReadBytes(root_ / "a.txt"), "new");
+  EXPECT_EQ(Listed(), Names{"/a.txt"});
 
-  folder_.Replace(Read(u"", u"a.txt"), "newer");
+  file = Read(u"", u"a.txt");
+  folder_.Replace(file, "newer");
   EXPECT_EQ(ReadBytes(root_ / "a.txt"), "newer");
-  folder_.Delete(Read(u"", u"a.txt"));
+  folder_.Delete(file);
   EXPECT_EQ(Listed(), Names{});
 }
 
@@ -92,7 +114,7 @@ TEST_F(FolderTest, AFailedWriteLeavesNothingBehind) {
   EXPECT_THROW(WriteBytes(root_ / "missing" / "a.txt", "x"), FileError);
   EXPECT_THROW(WriteBytes(root_ / "Work", "x"), FileError) << "a folder has the name";
   EXPECT_EQ(Listed(), Names{});
-  EXPECT_FALSE(fs::exists(root_ / "~Work"));
+  EXPECT_FALSE(fs::exists(root_ / "~memos-sync.tmp"));
 }
 
 }  // namespace

@@ -50,8 +50,14 @@ MemoRecord Deleted(long id, std::string memo, bool archived = false) {
   return record;
 }
 
-Synced Last(const MemoFile& file) {
-  return {HashOf(file.memo), file.category, file.folder, file.name};
+// What a sync that left these pairs behind has noted.
+History Last(const std::vector<std::pair<MemoFile, long>>& pairs) {
+  History history;
+  for (const auto& [file, id] : pairs) {
+    history.ids[PathOf(file)] = id;
+    history.memos[id] = {ChecksumOf(file.memo), file.category};
+  }
+  return history;
 }
 
 // "merge a.txt 7 = text @1": file, record, memo and category of a step, "-" for what is missing.
@@ -63,6 +69,7 @@ std::string Describe(const std::vector<Step>& steps) {
          << (step.file ? ToUtf8(step.file->name) : "-") << ' '
          << (step.record ? std::to_string(step.record->id) : "-");
     if (step.memo) text << " = " << *step.memo << " @" << step.category;
+    if (step.copy) text << " copy " << ToUtf8(step.copy->name);
   }
   return text.str();
 }
@@ -77,105 +84,136 @@ TEST(Plan, DecidesByWhatChangedSinceTheLastSync) {
     History history;
     const char* steps;
   } cases[] = {
-      {"nothing changed", {old}, {Record(7, "old")}, {{7, Last(old)}}, "merge a.txt 7 = old @0"},
+      {"nothing changed", {old}, {Record(7, "old")}, Last({{old, 7}}), "merge a.txt 7 = old @0"},
       {"new file", {old}, {}, {}, "merge a.txt - = old @0"},
       {"new record", {}, {Record(7, "old", 2)}, {}, "merge - 7 = old @2"},
       {"file changed",
        {File(u"a.txt", "new")},
        {Record(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt 7 = new @0"},
-      {"record changed", {old}, {Changed(7, "new")}, {{7, Last(old)}}, "merge a.txt 7 = new @0"},
+      {"record changed", {old}, {Changed(7, "new")}, Last({{old, 7}}), "merge a.txt 7 = new @0"},
       {"both changed alike",
        {File(u"a.txt", "new")},
        {Changed(7, "new")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt 7 = new @0"},
       {"both changed",
        {File(u"a.txt", "here")},
        {Changed(7, "there")},
-       {{7, Last(old)}},
-       "conflict a.txt 7 = there @0; merge a.txt - = here @0"},
-      {"file gone", {}, {Record(7, "old")}, {{7, Last(old)}}, "remove - 7"},
+       Last({{old, 7}}),
+       "conflict a.txt 7 = there @0"},
+      {"file gone", {}, {Record(7, "old")}, Last({{old, 7}}), "remove - 7"},
       {"file gone, record changed",
        {},
        {Changed(7, "new")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge - 7 = new @0"},
       {"file gone, record moved",
        {},
        {Record(7, "old", 3)},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge - 7 = old @3"},
-      {"record deleted", {old}, {Deleted(7, "old")}, {{7, Last(old)}}, "delete a.txt 7"},
-      {"record deleted, data too", {old}, {Deleted(7, "")}, {{7, Last(old)}}, "delete a.txt 7"},
+      {"record deleted", {old}, {Deleted(7, "old")}, Last({{old, 7}}), "delete a.txt 7"},
+      {"record deleted, data too", {old}, {Deleted(7, "")}, Last({{old, 7}}), "delete a.txt 7"},
       {"record deleted, file changed",
        {File(u"a.txt", "new")},
        {Deleted(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt - = new @0"},
       {"record deleted, never synced", {old}, {Deleted(7, "old")}, {}, "merge a.txt - = old @0"},
       {"record archived",
        {old},
        {Deleted(7, "old", true)},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "archive - 7 = old @0; delete a.txt 7"},
-      {"record and file gone", {}, {}, {{7, Last(old)}}, ""},
-      {"record gone without a trace", {old}, {}, {{7, Last(old)}}, "merge a.txt - = old @0"},
-      {"record emptied", {old}, {Changed(7, "")}, {{7, Last(old)}}, "merge a.txt 7 = old @0"},
-      {"record of another database",
-       {old},
-       {Record(7, "foreign")},
-       {{7, Last(old)}},
-       "merge a.txt - = old @0; merge - 7 = foreign @0"},
-      {"file gone, record of another database",
-       {},
-       {Record(7, "foreign")},
-       {{7, Last(old)}},
-       "merge - 7 = foreign @0"},
+      {"record and file gone", {}, {}, Last({{old, 7}}), ""},
+      {"record gone without a trace", {old}, {}, Last({{old, 7}}), "merge a.txt - = old @0"},
+      {"record emptied", {old}, {Changed(7, "")}, Last({{old, 7}}), "merge a.txt 7 = old @0"},
       {"empty record", {}, {Record(7, "")}, {}, ""},
-      {"record moved", {old}, {Record(7, "old", 2)}, {{7, Last(old)}}, "merge a.txt 7 = old @2"},
+      {"record moved", {old}, {Record(7, "old", 2)}, Last({{old, 7}}), "merge a.txt 7 = old @2"},
       {"record moved, file changed",
        {File(u"a.txt", "new")},
        {Record(7, "old", 2)},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt 7 = new @2"},
-      {"file moved", {old_in_1}, {Record(7, "old")}, {{7, Last(old)}}, "merge a.txt 7 = old @1"},
+      {"file moved", {old_in_1}, {Record(7, "old")}, Last({{old, 7}}), "merge a.txt 7 = old @1"},
       {"file and record moved",
        {old_in_1},
        {Record(7, "old", 2)},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt 7 = old @1"},
       {"file renamed",
        {File(u"b.txt", "old")},
        {Record(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge b.txt 7 = old @0"},
+      {"file renamed, record moved",
+       {File(u"b.txt", "old")},
+       {Changed(7, "old", 2)},
+       Last({{old, 7}}),
+       "merge b.txt 7 = old @2"},
+      {"file renamed, record changed",
+       {File(u"b.txt", "old")},
+       {Changed(7, "new")},
+       Last({{old, 7}}),
+       "merge b.txt 7 = new @0"},
+      {"file moved, record changed",
+       {old_in_1},
+       {Changed(7, "new")},
+       Last({{old, 7}}),
+       "merge a.txt 7 = new @1"},
+      {"file renamed, record deleted",
+       {File(u"b.txt", "old")},
+       {Deleted(7, "old")},
+       Last({{old, 7}}),
+       "merge b.txt - = old @0"},
       {"file renamed and changed below its title",
        {File(u"b.txt", "old\nmore")},
        {Record(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge b.txt 7 = old\nmore @0"},
       {"title changed in the file",
        {File(u"a.txt", "Other")},
        {Record(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "merge a.txt 7 = Other @0"},
+      {"two files that took each other's name",
+       {File(u"a.txt", "two"), File(u"b.txt", "one")},
+       {Record(7, "one"), Record(8, "two")},
+       Last({{File(u"a.txt", "one"), 7}, {File(u"b.txt", "two"), 8}}),
+       "merge a.txt 8 = two @0; merge b.txt 7 = one @0"},
+      {"killed after one file was renamed and another took its name",
+       {File(u"a.txt", "two"), File(u"b.txt", "ONE")},
+       {Changed(7, "ONE"), Changed(8, "two")},
+       Last({{File(u"a.txt", "one"), 7}}),
+       "merge a.txt 8 = two @0; merge b.txt 7 = ONE @0"},
+      {"killed after the copy of a conflict",
+       {File(u"a (conflict) (2).txt", "here"), File(u"a.txt", "here")},
+       {Changed(7, "there")},
+       Last({{old, 7}}),
+       "merge a (conflict) (2).txt - = here @0; "
+       "conflict a.txt 7 = there @0 copy a (conflict) (2).txt"},
+      {"an older conflict's copy is another memo",
+       {File(u"a (conflict).txt", "here"), File(u"a.txt", "here")},
+       {Changed(7, "there"), Record(8, "here")},
+       Last({{old, 7}, {File(u"a (conflict).txt", "here"), 8}}),
+       "merge a (conflict).txt 8 = here @0; conflict a.txt 7 = there @0"},
       {"file unreadable",
        {Problem(u"a.txt")},
        {Record(7, "old")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "skip a.txt 7"},
       {"file unreadable, record changed",
        {Problem(u"a.txt")},
        {Changed(7, "new")},
-       {{7, Last(old)}},
+       Last({{old, 7}}),
        "skip a.txt 7"},
       {"file unreadable and new", {Problem(u"a.txt")}, {}, {}, "skip a.txt -"},
       {"too long a memo that came from the handheld",
        {Problem(u"a.txt", "long")},
        {Record(7, "long")},
-       {{7, Last(File(u"a.txt", "long"))}},
+       Last({{File(u"a.txt", "long"), 7}}),
        "merge a.txt 7 = long @0"},
   };
   for (const auto& c : cases) {
@@ -203,7 +241,12 @@ TEST(Plan, WithoutAHistoryMatchesByTextThenByTitle) {
       {"same title, other text: nobody knows which is newer",
        {File(u"t.txt", "t\nhere")},
        {Record(7, "T\nthere")},
-       "conflict t.txt 7 = T\nthere @0; merge t.txt - = t\nhere @0"},
+       "conflict t.txt 7 = T\nthere @0"},
+      {"same title, killed after the copy",
+       {File(u"t (conflict).txt", "T\nhere"), File(u"t.txt", "T\nhere")},
+       {Record(7, "T\nthere")},
+       "merge t (conflict).txt - = T\nhere @0; "
+       "conflict t.txt 7 = T\nthere @0 copy t (conflict).txt"},
       {"same title, another category: two memos",
        {File(u"t.txt", "T\nhere", 1)},
        {Record(7, "T\nthere")},
@@ -227,30 +270,8 @@ TEST(Plan, RemovesLast) {
   const MemoFile gone = File(u"gone.txt", "gone"), dead = File(u"dead.txt", "dead");
   const Files files = {dead, File(u"new.txt", "new")};
   const Records records = {Record(1, "gone"), Deleted(2, "dead"), Record(3, "added")};
-  EXPECT_EQ(Describe(MakePlan(files, records, {{1, Last(gone)}, {2, Last(dead)}})),
+  EXPECT_EQ(Describe(MakePlan(files, records, Last({{gone, 1}, {dead, 2}}))),
             "merge new.txt - = new @0; merge - 3 = added @0; delete dead.txt 2; remove - 1");
-}
-
-TEST(History, ComesBackFromItsFileUnlessItIsOfAnotherDatabase) {
-  const History history = {{1, {HashOf("a"), 0, u"", u"a b.txt"}},
-                           {0xFFFFFF, {HashOf("b"), 0, u"Work", u"\u4E2D\u6587 (2).txt"}}};
-  const std::string text = WriteHistory(history, "stamp");
-  const History read = ReadHistory(text, "stamp");
-  ASSERT_EQ(read.size(), 2u);
-  EXPECT_EQ(read.at(1).name, u"a b.txt");
-  EXPECT_EQ(read.at(1).folder, u"");
-  EXPECT_EQ(read.at(0xFFFFFF).name, u"\u4E2D\u6587 (2).txt");
-  EXPECT_EQ(read.at(0xFFFFFF).folder, u"Work");
-  EXPECT_EQ(read.at(0xFFFFFF).hash, HashOf("b"));
-  EXPECT_TRUE(ReadHistory(text, "other stamp").empty());
-}
-
-TEST(History, ADamagedFileReadsAsEmpty) {
-  const std::string head = WriteHistory({}, "stamp");
-  for (const char* line : {"x", "1", "1 zz", "0 1 \\a.txt", "1 1 a.txt", "1 1 \\", "1 1 \\\xFF"}) {
-    EXPECT_TRUE(ReadHistory(head + "5 1 \\good.txt\n" + line + "\n", "stamp").empty()) << line;
-  }
-  EXPECT_TRUE(ReadHistory("", "stamp").empty());
 }
 
 }  // namespace

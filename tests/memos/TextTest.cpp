@@ -101,5 +101,21 @@ TEST(NameFor, MakesAFileNameOfTheFirstLine) {
   for (const auto& c : cases) EXPECT_EQ(ToUtf8(NameFor(c.text)), ToUtf8(c.name));
 }
 
+TEST(ConflictName, IsMarkedOnce) {
+  for (const char16_t* stem : {u"a", u"a (conflict)", u"a (conflict) (2)"}) {
+    EXPECT_EQ(ToUtf8(ConflictName(stem)), "a (conflict)");
+  }
+  EXPECT_EQ(ToUtf8(ConflictName(u"a (2)")), "a (2) (conflict)");
+}
+
+TEST(NameFor, IsFoundAgainWithANumber) {
+  for (const char16_t* stem : {u"Name", u"Name (2)", u"Name (10)"}) {
+    EXPECT_TRUE(IsNameOrNumbered(stem, u"Name")) << ToUtf8(stem);
+  }
+  for (const char16_t* stem : {u"", u"Nam", u"Name2", u"Name (x)", u"Name ()", u"Name (2) "}) {
+    EXPECT_FALSE(IsNameOrNumbered(stem, u"Name")) << ToUtf8(stem);
+  }
+}
+
 }  // namespace
 }  // namespace memos
