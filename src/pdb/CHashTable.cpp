@@ -49,7 +49,6 @@ void CHashTable::RemoveAll() {
   nodes_ = {};
   free_ = kNone;
   used_ = 0;
-  AddNodes(static_cast<size_t>(list_size_));
 }
 
 int32_t CHashTable::HashOf(std::u16string_view key) const {
@@ -133,7 +132,9 @@ std::vector<TaggedValue> CHashTable::Values() const {
 }
 
 int32_t CHashTable::TakeNode() {
-  if (free_ == kNone) AddNodes(static_cast<size_t>(chunk_));
+  // The first nodes come with the first entry: many tables never get one.
+  const bool first = nodes_.empty() && list_size_ > 0;
+  if (free_ == kNone) AddNodes(static_cast<size_t>(first ? list_size_ : chunk_));
   return std::exchange(free_, At(free_).next);
 }
 
