@@ -46,7 +46,7 @@ void CHashTable::SetSize(int32_t hashSize, int32_t listSize, int32_t chunk) {
 
 void CHashTable::RemoveAll() {
   buckets_ = std::vector<int32_t>(static_cast<size_t>(hash_size_), kNone);
-  nodes_ = {};
+  nodes_ = std::vector<Node>();
   free_ = kNone;
   used_ = 0;
 }
