@@ -11,7 +11,7 @@
 namespace pylon {
 
 // How the picture of a signature looks. The defaults give black on white, in a picture as wide as
-// the widest handheld screen and half as high.
+// the screen of a handheld with high resolution and half as high.
 struct SignaturePicture {
   static constexpr int32_t kDesignedWidth = 320;
   static constexpr int32_t kDesignedHeight = 160;

@@ -17,9 +17,9 @@ constexpr int64_t kUnsignedRange = int64_t{1} << 32;
 
 DateStamp FromPalmSeconds(int32_t seconds) {
   const auto value = static_cast<uint32_t>(seconds);
-  const auto day = static_cast<double>(kPalmDayZero + value / kSecondsPerDay);
+  const int64_t day = kPalmDayZero + value / kSecondsPerDay;
   const auto time = static_cast<double>(value % kSecondsPerDay);
-  return {day + time / static_cast<double>(kSecondsPerDay)};
+  return {static_cast<double>(day) + time / static_cast<double>(kSecondsPerDay)};
 }
 
 // To the nearest second: the fraction of a day is rarely exact. Dates before 1904 and from

@@ -34,7 +34,8 @@ class SignatureSurface {
  public:
   virtual ~SignatureSurface() = default;
 
-  // Starts a picture of one colour, 1 to 32,767 pixels a side. The other members need one.
+  // Starts a picture of one colour, of 1 to 32,767 pixels a side and 67,108,864 at most. The other
+  // members need one.
   virtual void Clear(int32_t width, int32_t height, int32_t color) = 0;
   virtual void DrawLines(std::span<const SignatureLine> lines, int32_t color) = 0;
   // From the top left corner, each line of the text on a line of its own and the background left

@@ -240,17 +240,22 @@ std::u16string DateText(double day, int64_t ticks, int digits) {
 
 std::optional<Date> ParseCalendarDate(std::u16string_view text) {
   const std::optional<Date> seconds = ParseDate(text.substr(0, kSecondsWidth));
-  if (!seconds || text.size() <= kSecondsWidth) return seconds;
-  Scanner scanner(text.substr(kSecondsWidth));
-  if (!scanner.Take(u".")) return std::nullopt;
-  const std::u16string_view fraction = scanner.TakeDigits();
-  if (fraction.empty() || fraction.size() > kSecondDigits || !scanner.AtEnd()) return std::nullopt;
+  if (!seconds) return std::nullopt;
   double ticks = std::round(TimeOfDay(*seconds) * kSecondsPerDay);
   double ticks_per_day = kSecondsPerDay;
-  for (const char16_t c : fraction) {
-    ticks = ticks * 10 + (c - u'0');
-    ticks_per_day *= 10;
+  if (text.size() > kSecondsWidth) {
+    Scanner scanner(text.substr(kSecondsWidth));
+    const bool has_point = scanner.Take(u".");
+    const std::u16string_view fraction = scanner.TakeDigits();
+    if (!has_point || fraction.empty() || fraction.size() > kSecondDigits || !scanner.AtEnd()) {
+      return std::nullopt;
+    }
+    for (const char16_t c : fraction) {
+      ticks = ticks * 10 + (c - u'0');
+      ticks_per_day *= 10;
+    }
   }
+  // By the same arithmetic as the text was chosen.
   return AtTime(std::trunc(*seconds), ticks, ticks_per_day);
 }
 
