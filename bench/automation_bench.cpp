@@ -38,15 +38,16 @@ void Measure(const char* what, int calls, const std::function<void()>& call) {
               nanoseconds.back());
 }
 
-com::Ptr<::_PDBByteStream> Create(DWORD context) {
-  com::Ptr<::_PDBByteStream> stream;
-  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr, context, IID__PDBByteStream,
-                                reinterpret_cast<void**>(stream.Receive())));
-  return stream;
+template <class T>
+com::Ptr<T> Create(REFCLSID id, DWORD context) {
+  com::Ptr<T> object;
+  com::Check(::CoCreateInstance(id, nullptr, context, __uuidof(T),
+                                reinterpret_cast<void**>(object.Receive())));
+  return object;
 }
 
 void MeasureStream(const char* where, DWORD context, int calls) {
-  const auto stream = Create(context);
+  const auto stream = Create<::_PDBByteStream>(CLSID_PDBByteStream, context);
   const std::string prefix = std::string(where) + ": ";
   long length = 0;
   long offset = 0;
@@ -60,6 +61,66 @@ void MeasureStream(const char* where, DWORD context, int calls) {
     com::Check(stream->put_ByteArray(*array.get()));
     com::Variant copy;
     com::Check(stream->get_ByteArray(copy.Receive()));
+  });
+}
+
+// As a component does it: a record with a field of each type, read from its stream, every field
+// asked for and set again, and written. The fields stand in the order of their types.
+void MeasureRecords() {
+  const auto definition =
+      Create<::_PDBAppforgeDefinition>(CLSID_PDBAppforgeDefinition, CLSCTX_INPROC_SERVER);
+  for (int type = ::eByteField; type <= ::eSignatureField; ++type) {
+    com::Check(definition->AddFieldName(nullptr, static_cast<::eFieldTypes>(type)));
+  }
+  const auto record = Create<::_PDBAppforgeRecord>(CLSID_PDBAppforgeRecord, CLSCTX_INPROC_SERVER);
+  com::Check(record->putref_AppforgeDefinition(definition.get()));
+  const com::Bstr text(u"Screws, 4 mm");
+  com::Check(record->put_StringValue(::eStringField, text.get()));
+  com::Check(record->put_StringValue(::eSignatureField, text.get()));
+  com::Check(record->put_DateValue(::eDateField, 45'000.75));
+  com::Check(record->put_DoubleValue(::eDoubleField, 1.0 / 3));
+  com::Ptr<::_PDBByteStream> stream;
+  com::Check(record->get_ByteStream(stream.Receive()));
+
+  constexpr int kRecords = 65'535;
+  Measure("65,535 records: read and write the bytes", kRecords, [&] {
+    com::Check(record->putref_ByteStream(stream.get()));
+    com::Ptr<::_PDBByteStream> written;
+    com::Check(record->get_ByteStream(written.Receive()));
+  });
+  Measure("65,535 records: and get and set each field", kRecords, [&] {
+    com::Check(record->putref_ByteStream(stream.get()));
+    unsigned char byte = 0;
+    short integer = 0;
+    long whole = 0;
+    float single = 0;
+    double real = 0;
+    DATE date = 0;
+    VARIANT_BOOL boolean = VARIANT_FALSE;
+    CURRENCY money = {};
+    com::Check(record->get_ByteValue(::eByteField, &byte));
+    com::Check(record->put_ByteValue(::eByteField, byte));
+    com::Check(record->get_IntegerValue(::eIntegerField, &integer));
+    com::Check(record->put_IntegerValue(::eIntegerField, integer));
+    com::Check(record->get_LongValue(::eLongField, &whole));
+    com::Check(record->put_LongValue(::eLongField, whole));
+    com::Check(record->get_SingleValue(::eFloatField, &single));
+    com::Check(record->put_SingleValue(::eFloatField, single));
+    com::Check(record->get_BooleanValue(::eBooleanField, &boolean));
+    com::Check(record->put_BooleanValue(::eBooleanField, boolean));
+    com::Check(record->get_DateValue(::eDateField, &date));
+    com::Check(record->put_DateValue(::eDateField, date));
+    com::Check(record->get_DoubleValue(::eDoubleField, &real));
+    com::Check(record->put_DoubleValue(::eDoubleField, real));
+    com::Check(record->get_CurrencyValue(::eCurrencyField, &money));
+    com::Check(record->put_CurrencyValue(::eCurrencyField, money));
+    for (const short field : {short{::eStringField}, short{::eSignatureField}}) {
+      com::Bstr copy;
+      com::Check(record->get_StringValue(field, copy.Receive()));
+      com::Check(record->put_StringValue(field, copy.get()));
+    }
+    com::Ptr<::_PDBByteStream> written;
+    com::Check(record->get_ByteStream(written.Receive()));
   });
 }
 
@@ -83,6 +144,7 @@ int Main() {
     Server server(u"Pylon.exe", AnsiCodePage::Windows1252(), clock, {});
     const ClassObjects classes(server, ClassObjects::Reach::kThisProcess);
     MeasureStream("in process", CLSCTX_INPROC_SERVER, 100'000);
+    MeasureRecords();
   }
   MeasureStream("out of process", CLSCTX_LOCAL_SERVER, 500);
   MeasureRun();

@@ -199,6 +199,31 @@ const PDBByteStream& StreamArgument::Given() {
   return local_;
 }
 
+const PDBByteStream& StreamArgument::GivenToRead() {
+  TakeSettings();
+  return Given();
+}
+
+PDBByteStream& StreamArgument::ToRewrite() {
+  TakeSettings();
+  return ToFill();
+}
+
+void StreamArgument::TakeSettings() {
+  if (native_ || !*argument_) return;
+  const auto stream = com::Ptr<::_PDBByteStream>::Share(*argument_);
+  const auto check = [&](HRESULT result) { com::Check(result, stream.get(), IID__PDBByteStream); };
+  ::eDatabaseForType database_for{};
+  VARIANT_BOOL swaps = VARIANT_FALSE;
+  VARIANT_BOOL utf8 = VARIANT_FALSE;
+  check(stream->get_DatabaseFor(&database_for));
+  check(stream->get_GlobalByteSwap(&swaps));
+  check(stream->get_UTF8Strings(&utf8));
+  local_.SetDatabaseFor(static_cast<eDatabaseForType>(database_for));
+  local_.SetGlobalByteSwap(swaps != VARIANT_FALSE);
+  local_.SetUTF8Strings(utf8 != VARIANT_FALSE);
+}
+
 void StreamArgument::Return() {
   if (native_) return;
   if (!*argument_) {

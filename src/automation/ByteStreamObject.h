@@ -88,12 +88,18 @@ class StreamArgument {
 
   // What is to be written.
   const PDBByteStream& Given();
+  // What is to be taken apart: the stream's own settings count.
+  const PDBByteStream& GivenToRead();
   // What a read fills; Return() then hands it to the caller, who gets a new stream when it gave
   // none.
   PDBByteStream& ToFill() noexcept { return native_ ? native_->stream() : local_; }
+  // The same with the stream's own settings.
+  PDBByteStream& ToRewrite();
   void Return();
 
  private:
+  void TakeSettings();
+
   Server& server_;
   ::_PDBByteStream** argument_;
   com::Ptr<NativeStream> native_;

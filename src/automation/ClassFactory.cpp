@@ -1,7 +1,11 @@
 #include "automation/ClassFactory.h"
 
+#include "automation/AppSettingsObject.h"
 #include "automation/ByteStreamObject.h"
 #include "automation/DatabaseObject.h"
+#include "automation/DefinitionObject.h"
+#include "automation/RecordObject.h"
+#include "automation/SignatureObject.h"
 #include "automation/UtilsObject.h"
 
 namespace pylon {
@@ -59,6 +63,10 @@ std::span<const CreatableClass> CreatableClasses() {
       {ByteStreamObject::kClass, Create<ByteStreamObject>},
       {UtilsObject::kClass, Create<UtilsObject>},
       {DatabaseObject::kClass, Create<DatabaseObject>},
+      {DefinitionObject::kClass, Create<DefinitionObject>},
+      {RecordObject::kClass, Create<RecordObject>},
+      {SignatureObject::kClass, Create<SignatureObject>},
+      {AppSettingsObject::kClass, Create<AppSettingsObject>},
   };
   return kClasses;
 }

@@ -13,7 +13,6 @@ struct CreatableClass {
   com::Ptr<IUnknown> (*create)(Server& server);
 };
 
-// PDBByteStream, PDBUtils and PDBDatabasePC.
 std::span<const CreatableClass> CreatableClasses();
 
 // The class objects of the process, registered with COM for as long as this lives.

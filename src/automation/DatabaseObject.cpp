@@ -190,7 +190,9 @@ STDMETHODIMP DatabaseObject::ModifyDateTime(DATE* result) noexcept {
 STDMETHODIMP DatabaseObject::get_SyncIndex(::_CSyncIndex** value) noexcept {
   return Get(value, [&] {
     auto index = database_->SyncIndex();
-    if (!index_) index_ = com::Make<SyncIndexObject>(server(), std::move(index));
+    if (!index_ || !index_->Is(*index)) {
+      index_ = com::Make<SyncIndexObject>(server(), std::move(index));
+    }
     return com::Ptr<::_CSyncIndex>::Share(index_.get()).Detach();
   });
 }

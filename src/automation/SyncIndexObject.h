@@ -15,6 +15,8 @@ class SyncIndexObject final : public Object<SyncIndexObject, ::_CSyncIndex> {
   SyncIndexObject(Server& server, std::shared_ptr<pylon::CSyncIndex> index)
       : Object(server), index_(std::move(index)) {}
 
+  bool Is(const pylon::CSyncIndex& index) const noexcept { return index_.get() == &index; }
+
   STDMETHODIMP get_SyncIndexExists(VARIANT_BOOL* value) noexcept override;
   STDMETHODIMP get_Changed(VARIANT_BOOL* value) noexcept override;
   STDMETHODIMP get_UniqueId(BSTR PrimaryKey, long* value) noexcept override;

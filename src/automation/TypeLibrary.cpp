@@ -343,7 +343,9 @@ const DispatchTable::Function* DispatchTable::Find(DISPID member, WORD flags) co
   // A language may not tell a method without arguments from a property that is read.
   constexpr WORD kReading = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
   if (flags & kReading) flags |= kReading;
-  if (flags & DISPATCH_PROPERTYPUTREF) flags |= DISPATCH_PROPERTYPUT;
+  // And languages without a Set statement assign objects as they do values.
+  constexpr WORD kAssigning = DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF;
+  if (flags & kAssigning) flags |= kAssigning;
   for (const Function& function : functions_) {
     if (function.member == member && (function.kind & flags)) return &function;
   }

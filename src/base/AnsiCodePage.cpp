@@ -35,8 +35,7 @@ std::u16string AnsiCodePage::Decode(ByteSpan bytes) const {
   return text;
 }
 
-std::optional<uint8_t> AnsiCodePage::TryEncode(char16_t c) const noexcept {
-  if (c < 0x80 && decode_[c] == c) return static_cast<uint8_t>(c);
+std::optional<uint8_t> AnsiCodePage::FindByte(char16_t c) const noexcept {
   const auto found = encode_.find(c);
   if (found == encode_.end()) return std::nullopt;
   return found->second;

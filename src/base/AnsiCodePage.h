@@ -29,12 +29,17 @@ class AnsiCodePage {
   char16_t Decode(uint8_t byte) const noexcept { return decode_[byte]; }
   std::u16string Decode(ByteSpan bytes) const;
 
-  std::optional<uint8_t> TryEncode(char16_t c) const noexcept;
+  std::optional<uint8_t> TryEncode(char16_t c) const noexcept {
+    if (c < 0x80 && decode_[c] == c) return static_cast<uint8_t>(c);
+    return FindByte(c);
+  }
   uint8_t Encode(char16_t c) const noexcept { return TryEncode(c).value_or(uint8_t{'?'}); }
   Bytes Encode(std::u16string_view text) const;
   bool Holds(std::u16string_view text) const noexcept;  // every character has a byte
 
  private:
+  std::optional<uint8_t> FindByte(char16_t c) const noexcept;
+
   Table decode_;
   std::unordered_map<char16_t, uint8_t> encode_;  // the lowest byte of each character
 };

@@ -46,10 +46,9 @@ void CHashTable::SetSize(int32_t hashSize, int32_t listSize, int32_t chunk) {
 
 void CHashTable::RemoveAll() {
   buckets_ = std::vector<int32_t>(static_cast<size_t>(hash_size_), kNone);
-  nodes_ = {};
+  nodes_ = std::vector<Node>();
   free_ = kNone;
   used_ = 0;
-  AddNodes(static_cast<size_t>(list_size_));
 }
 
 int32_t CHashTable::HashOf(std::u16string_view key) const {
@@ -133,7 +132,9 @@ std::vector<TaggedValue> CHashTable::Values() const {
 }
 
 int32_t CHashTable::TakeNode() {
-  if (free_ == kNone) AddNodes(static_cast<size_t>(chunk_));
+  // The first nodes come with the first entry: many tables never get one.
+  const bool first = nodes_.empty() && list_size_ > 0;
+  if (free_ == kNone) AddNodes(static_cast<size_t>(first ? list_size_ : chunk_));
   return std::exchange(free_, At(free_).next);
 }
 

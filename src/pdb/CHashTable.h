@@ -17,7 +17,8 @@ namespace pylon {
 // and it is weak: digits vary in four bits of a byte, so with 1,024 buckets numbers as text reach
 // 64 of them. Buckets therefore grow, to primes that spread such hashes, when a chain of different
 // hashes gets long, and not only when entries outnumber them. Keys whose words are the same in
-// another order share one hash and stay in one chain.
+// another order share one hash and stay in one chain, as do all that repeat their words: a table of
+// nothing but such keys is a list.
 //
 // Every member that takes a key raises error 1001, "Invalid key", for an empty one.
 class CHashTable {

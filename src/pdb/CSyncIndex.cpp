@@ -56,20 +56,58 @@ bool ParseEntry(const PDBByteStream& stream, const AnsiCodePage& code_page, int3
 }  // namespace
 
 CSyncIndex::CSyncIndex(Surroundings surroundings)
-    : with_(std::move(surroundings)), entries_(with_.code_page) {
-  if (!with_.log) with_.log = std::make_shared<NullLog>();
+    : with_(std::move(surroundings)), has_log_(with_.log != nullptr), entries_(with_.code_page) {
+  if (!has_log_) with_.log = std::make_shared<NullLog>();
 }
 
 CSyncIndex::~CSyncIndex() = default;
 
 // ---- The file
 
+std::u16string CSyncIndex::BaseFolder(std::u16string_view folder) const {
+  if (!with_.base_folder.empty()) folder = with_.base_folder;
+  return std::u16string(folder.ends_with(u'\\') ? folder.substr(0, folder.size() - 1) : folder);
+}
+
 void CSyncIndex::SetDatabase(std::u16string_view folder, std::u16string_view name) {
-  next_place_ = {std::u16string(with_.base_folder.empty() ? folder : with_.base_folder),
-                 std::u16string(name)};
-  if (state_ != State::kUnread) return;
-  folder_ = next_place_.folder;
-  name_ = next_place_.name;
+  folder_ = BaseFolder(folder);
+  name_ = name;
+}
+
+bool CSyncIndex::IsFor(std::u16string_view folder, std::u16string_view name) const {
+  return folder_ == BaseFolder(folder) && name_ == name;
+}
+
+void CSyncIndex::MoveTo(std::u16string_view folder, std::u16string_view name, OldFile old_file) {
+  if (IsFor(folder, name)) return;
+  Load();
+  const bool anything = had_file_ || changed_;
+  if (had_file_ && old_file == OldFile::kGoes && obsolete_.empty()) obsolete_ = Path();
+  if (database_) database_->Abandon();
+  database_.reset();
+  SetDatabase(folder, name);
+  if (anything) {
+    changed_ = true;
+    had_file_ = SyncIndexExists();
+  } else {
+    Release();
+  }
+}
+
+void CSyncIndex::StartAfresh() {
+  Discard();
+  had_file_ = changed_ = SyncIndexExists();
+  state_ = State::kInMemory;
+}
+
+void CSyncIndex::Discard() {
+  if (state_ == State::kReading) {
+    close_wanted_ = true;
+    return;
+  }
+  changed_ = false;
+  obsolete_.clear();
+  Release();
 }
 
 std::u16string CSyncIndex::Path() const {
@@ -110,21 +148,22 @@ void CSyncIndex::RequireKey(std::u16string_view key) const {
                               u" characters; 32767 is the most");
   }
   if (!with_.code_page.Holds(key)) {
-    throw AutomationError(kInvalidKey, {},
-                          u"Invalid key: \"" + std::u16string(key) +
-                              u"\" has a character that the system's code page lacks");
+    throw AutomationError(
+        kInvalidKey, {},
+        u"Invalid key: \"" + std::u16string(key) +
+            u"\" has a character that is no single byte in the system's code page");
   }
 }
 
 int32_t CSyncIndex::UniqueId(std::u16string_view PrimaryKey) {
-  NeedEntries();
+  Load();
   const auto* const id = std::get_if<int32_t>(&entries_.Item(PrimaryKey));
   return id ? *id : 0;
 }
 
 void CSyncIndex::Add(std::u16string_view PrimaryKey, int32_t UniqueId) {
   RequireKey(PrimaryKey);
-  NeedEntries();
+  Load();
   const auto* const id = std::get_if<int32_t>(&entries_.Item(PrimaryKey));
   if (id && *id == UniqueId) return;
   if (!id && entries_.Count() == kMaxEntries) {
@@ -136,12 +175,12 @@ void CSyncIndex::Add(std::u16string_view PrimaryKey, int32_t UniqueId) {
 }
 
 void CSyncIndex::Remove(std::u16string_view PrimaryKey) {
-  NeedEntries();
+  Load();
   if (entries_.Remove(PrimaryKey)) changed_ = true;
 }
 
 void CSyncIndex::Clear() {
-  NeedEntries();
+  Load();
   if (entries_.Count() == 0) return;
   entries_.RemoveAll();
   changed_ = true;
@@ -149,7 +188,7 @@ void CSyncIndex::Clear() {
 
 // ---- Reading
 
-void CSyncIndex::NeedEntries() {
+void CSyncIndex::Load() {
   if (state_ == State::kInMemory) return;
   if (state_ == State::kReading) {
     throw AutomationError(ErrorNumber::kInvalidArgument,
@@ -162,12 +201,19 @@ void CSyncIndex::NeedEntries() {
     }
   } reading{state_};
   state_ = State::kReading;
+  close_wanted_ = false;
   Read();
+  if (close_wanted_) {
+    Release();
+    throw AutomationError(ErrorNumber::kInvalidArgument,
+                          u"The sync index " + Path() + u" was closed while it was read");
+  }
   state_ = State::kInMemory;
 }
 
 void CSyncIndex::Read() {
-  if (!SyncIndexExists()) return;
+  had_file_ = SyncIndexExists();
+  if (!had_file_) return;
   const auto said = std::make_shared<LastLine>();
   std::unique_ptr<PDBDatabasePC> database = Database(said);
   CHashTable entries(with_.code_page);
@@ -195,10 +241,11 @@ void CSyncIndex::Read() {
     return;
   }
   database->Abandon();
-  const std::u16string aside = SetAside();
-  if (aside.empty()) throw Failure(kReadStep, damage + u"; it can't be set aside");
-  with_.log->UpdateLog(std::u16string(kReadStep) + damage + u"; it is kept as " + aside +
-                       u", and the sync goes on with an empty index");
+  had_file_ = false;
+  const std::u16string outcome = damage + u"; it is kept as " + SetAside(damage) +
+                                 u", and the sync goes on with an empty index";
+  if (!has_log_) throw Failure(kReadStep, outcome);
+  with_.log->UpdateLog(std::u16string(kReadStep) + outcome);
 }
 
 // Why the file is no index; empty when it is one.
@@ -225,32 +272,40 @@ std::u16string CSyncIndex::ReadEntries(PDBDatabasePC& database, CHashTable& entr
   return {};
 }
 
-// The name that the damaged file has then; empty when it could not be renamed.
-std::u16string CSyncIndex::SetAside() const {
+// Returns the name that the damaged file has then.
+std::u16string CSyncIndex::SetAside(std::u16string_view damage) const {
   const std::unique_ptr<IPCFile> file = File();
   const std::u16string name = file->FileName() + std::u16string(kDamaged);
-  for (int n = 1; n < 1000; ++n) {
-    const std::u16string free_name = n == 1 ? name : name + ToText(n);
-    const std::unique_ptr<IPCFile> taken = File();
-    taken->SetFullFileName(free_name);
-    if (taken->FileExists()) continue;
-    return file->RenameFile(free_name) ? free_name : std::u16string();
-  }
-  return {};
+  std::u16string free_name = name;
+  const auto is_taken = [&] {
+    const std::unique_ptr<IPCFile> other = File();
+    other->SetFullFileName(free_name);
+    return other->FileExists();
+  };
+  for (int n = 2; is_taken(); ++n) free_name = name + ToText(n);
+  if (file->RenameFile(free_name)) return free_name;
+  std::u16string reason;
+  int32_t number = 0;
+  file->ReadErrorHandler(reason, number);
+  throw Failure(kReadStep, std::u16string(damage) + u"; it can't be set aside (" + reason + u")");
 }
 
 // ---- Writing
 
 void CSyncIndex::CloseIndex() {
   if (state_ == State::kReading) {
-    throw AutomationError(ErrorNumber::kInvalidArgument,
-                          u"The sync index " + Path() + u" is being read");
+    close_wanted_ = true;
+    return;
   }
   if (changed_) Write();
   Release();
 }
 
 void CSyncIndex::Write() {
+  if (!had_file_ && SyncIndexExists()) {
+    throw Failure(kWriteStep,
+                  u"Database " + Path() + u": somebody else has written it since it was not there");
+  }
   if (database_) database_->Abandon();
   database_ = Database(with_.log);
   try {
@@ -277,6 +332,17 @@ void CSyncIndex::Write() {
     throw Failure(kWriteStep, error.description());
   }
   changed_ = false;
+  const std::u16string obsolete = std::exchange(obsolete_, {});
+  if (obsolete.empty() || obsolete == Path()) return;
+  const std::unique_ptr<IPCFile> old = File();
+  old->SetFullFileName(obsolete);
+  if (old->FileExists() && !old->DeleteFile()) {
+    std::u16string reason;
+    int32_t number = 0;
+    old->ReadErrorHandler(reason, number);
+    with_.log->UpdateLog(std::u16string(kWriteStep) + u"Database " + old->FullFileName() +
+                         u": the index under the old name can't be deleted (" + reason + u")");
+  }
 }
 
 void CSyncIndex::Release() {
@@ -284,8 +350,7 @@ void CSyncIndex::Release() {
   database_.reset();
   entries_.RemoveAll();
   state_ = State::kUnread;
-  folder_ = next_place_.folder;
-  name_ = next_place_.name;
+  had_file_ = false;
 }
 
 }  // namespace pylon

@@ -31,10 +31,11 @@ class PDBDatabasePC;
 // A damaged file is set aside as "name.si.damaged", or with a number behind that when there is one
 // already; the log says so and the index is empty. One that can't be read, because somebody else
 // has it open or the disk fails, raises error 57 instead: an index that looked empty would make a
-// conduit add again what is there.
+// conduit add again what is there. Without a log the damage is raised as error 57, once.
 //
-// Keys have 1 to 32,767 characters, all in the ANSI code page; others raise error 1001. They count
-// with their case. Reading yields to the message loop; a member called during it raises error 5.
+// Keys have 1 to 32,767 characters, each one byte in the ANSI code page; others raise error 1001.
+// They count with their case. Reading yields to the message loop; a member called during it raises
+// error 5, but for closing, which makes the call that reads fail with that error.
 class CSyncIndex {
  public:
   struct Surroundings {
@@ -52,9 +53,17 @@ class CSyncIndex {
   explicit CSyncIndex(Surroundings surroundings);
   ~CSyncIndex();
 
-  // Not for components: which database the index belongs to. Takes effect the next time that the
-  // file is read; until then entries in memory stay with the one that they were read for.
+  // Not for components. The index belongs to one database, which is named before anything else.
   void SetDatabase(std::u16string_view folder, std::u16string_view name);
+  bool IsFor(std::u16string_view folder, std::u16string_view name) const;
+  bool HasLog() const { return has_log_; }
+  void Load();  // reads the file if it isn't in memory
+  // The database has another name or folder now, and what is in memory goes with it, to be written
+  // there; the old file stays, or is deleted after that.
+  enum class OldFile { kStays, kGoes };
+  void MoveTo(std::u16string_view folder, std::u16string_view name, OldFile old_file);
+  void StartAfresh();  // empty, whatever the file says
+  void Discard();      // forgets changes and releases the file
 
   bool SyncIndexExists() const;  // the file
   // Whether entries differ from the file's. Storing the id that a key has already changes nothing,
@@ -74,27 +83,28 @@ class CSyncIndex {
  private:
   enum class State { kUnread, kReading, kInMemory };
 
+  std::u16string BaseFolder(std::u16string_view folder) const;
   std::u16string Path() const;
   std::unique_ptr<IPCFile> File() const;
   std::unique_ptr<PDBDatabasePC> Database(std::shared_ptr<LogSink> log) const;
   AutomationError Failure(std::u16string_view step, std::u16string_view reason) const;
   void RequireKey(std::u16string_view key) const;
 
-  void NeedEntries();
   void Read();
   std::u16string ReadEntries(PDBDatabasePC& database, CHashTable& entries) const;
-  std::u16string SetAside() const;
+  std::u16string SetAside(std::u16string_view damage) const;
   void Write();
   void Release();
 
   Surroundings with_;  // the log is not null
+  bool has_log_;
   std::u16string folder_;
   std::u16string name_;
-  struct Place {
-    std::u16string folder, name;
-  } next_place_;
   State state_ = State::kUnread;
+  bool close_wanted_ = false;  // while it is read
   bool changed_ = false;
+  bool had_file_ = false;    // when it was read
+  std::u16string obsolete_;  // the file under an old name, to be deleted
   CHashTable entries_;
   std::unique_ptr<PDBDatabasePC> database_;  // the file, open from reading on
 };

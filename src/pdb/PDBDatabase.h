@@ -38,7 +38,8 @@ class PDBDatabase {
   // False, and a line in the log, when there is no such database or it is damaged. One that is
   // open already stays as it is, unsaved changes included, with the cursor at the first record.
   virtual bool OpenDatabase() = 0;
-  virtual void CloseDatabase() = 0;  // saves changes; after an error it is still open and changed
+  // Saves changes; after an error it is still open and changed, but for one of SyncIndex.
+  virtual void CloseDatabase() = 0;
   virtual void RemoveDatabase() = 0;
   virtual bool CreateDatabase() = 0;  // empty, also where one exists: it is replaced at the close
 
@@ -80,9 +81,11 @@ class PDBDatabase {
                       const PDBByteStream& oByteStream) = 0;
   virtual Date CreateDateTime() const = 0;
   virtual Date ModifyDateTime() const = 0;
-  // The same object every time. Closing the database closes it too, after the records are saved; a
-  // failure of that is no failure of the close: the log tells it and the index stays changed. Error
-  // 5 when it is first asked for on a database that is not open, error 445 where none is kept.
+  // The same object as long as this is the same database. Closing closes it too, after the records
+  // are saved; a failure of that is no failure of the close: the log tells it and the index stays
+  // changed. Where nobody keeps a log it is error 57, with the records saved and the database
+  // closed. Error 5 when it is first asked for on a database that is not open, error 445 where none
+  // is kept.
   virtual std::shared_ptr<CSyncIndex> SyncIndex() = 0;
 };
 

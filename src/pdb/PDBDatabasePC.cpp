@@ -141,10 +141,12 @@ void PDBDatabasePC::SetPDBFilePath(std::u16string_view path) {
   if (state_ == State::kSaving) RequireOpen();
   if (state_ == State::kOpen) {
     if (path == PDBFilePath()) return;
+    LoadIndexToMove();
     Detach();
     dirty_ = true;
   }
   file_->SetFullFileName(path);
+  MoveIndex(CSyncIndex::OldFile::kStays);
 }
 
 template <class Text>
@@ -162,7 +164,9 @@ void PDBDatabasePC::SetText(Text& field, std::u16string_view text, const char16_
 
 std::u16string PDBDatabasePC::PDBDatabaseName() const { return header_.name.Text(*code_page_); }
 void PDBDatabasePC::SetPDBDatabaseName(std::u16string_view name) {
+  if (name != PDBDatabaseName()) LoadIndexToMove();
   SetText(header_.name, name, u"database name");
+  MoveIndex(CSyncIndex::OldFile::kGoes);
 }
 
 std::u16string PDBDatabasePC::CreatorId() const { return header_.creator.Text(*code_page_); }
@@ -232,7 +236,7 @@ bool PDBDatabasePC::OpenDatabase() {
   file_size_ = static_cast<uint32_t>(file_size);
   state_ = State::kOpen;
   cursor_ = 1;
-  PlaceIndex();
+  TakeIndex();
   return true;
 }
 
@@ -326,7 +330,9 @@ bool PDBDatabasePC::CreateDatabase() {
                   u"system's code page");
   }
   const int32_t now = utils_.DateToPalmLong(clock_->Now());
+  const bool is_new = !file_->FileExists();
   Abandon();
+  is_new_ = is_new;
 
   PDBHeader header;
   header.name.SetText(name, *code_page_);
@@ -338,7 +344,7 @@ bool PDBDatabasePC::CreateDatabase() {
   state_ = State::kOpen;
   dirty_ = true;
   cursor_ = 1;
-  PlaceIndex();
+  TakeIndex();
   return true;
 }
 
@@ -673,35 +679,69 @@ void PDBDatabasePC::CloseDatabase() {
   if (state_ == State::kSaving) RequireOpen();
   if (state_ == State::kOpen) {
     if (dirty_) Save();
-    Abandon();
+    Close();
   }
   CloseIndex();
+  is_new_ = false;
 }
 
 // ---- The sync index
 
 std::shared_ptr<CSyncIndex> PDBDatabasePC::SyncIndex() {
-  if (!index_) {
-    if (!indexes_) throw AutomationError(ErrorNumber::kActionNotSupported);
-    RequireOpen();
-    index_ = indexes_();
-  }
-  if (state_ == State::kOpen) PlaceIndex();
+  if (!indexes_) throw AutomationError(ErrorNumber::kActionNotSupported);
+  if (!index_) RequireOpen();
+  if (state_ == State::kOpen) Index();
   return index_;
 }
 
-void PDBDatabasePC::PlaceIndex() const {
-  if (index_) index_->SetDatabase(file_->FilePath(), PDBDatabaseName());
+std::u16string PDBDatabasePC::IndexName() const {
+  std::u16string name = PDBDatabaseName();
+  return name.empty() ? file_->FileNameNoExt() : name;
 }
 
-void PDBDatabasePC::CloseIndex() noexcept {
+// The index of the database as it is called now.
+CSyncIndex& PDBDatabasePC::Index() {
+  if (!index_) {
+    std::shared_ptr<CSyncIndex> index = indexes_();
+    index->SetDatabase(file_->FilePath(), IndexName());
+    if (is_new_) index->StartAfresh();
+    index_ = std::move(index);
+  }
+  return *index_;
+}
+
+// After opening and creating. The object may have been another database before: the index of that
+// one stays with those who hold it.
+void PDBDatabasePC::TakeIndex() {
   if (!index_) return;
+  if (!index_->IsFor(file_->FilePath(), IndexName())) {
+    CloseIndex();
+    index_.reset();
+  } else if (is_new_) {
+    index_->StartAfresh();
+  }
+}
+
+// Before the name or the folder changes, while the index can still be found.
+void PDBDatabasePC::LoadIndexToMove() {
+  if (state_ != State::kOpen || !indexes_) return;
+  if (index_ || Index().SyncIndexExists()) index_->Load();
+}
+
+void PDBDatabasePC::MoveIndex(CSyncIndex::OldFile old_file) {
+  if (state_ == State::kOpen && index_) {
+    index_->MoveTo(file_->FilePath(), IndexName(), old_file);
+  }
+}
+
+void PDBDatabasePC::CloseIndex() {
   try {
-    index_->CloseIndex();
+    // One of a database of that name that is gone.
+    if (is_new_ && indexes_) Index();
+    if (index_) index_->CloseIndex();
   } catch (const AutomationError&) {
-    // The index has told the log, and it keeps its changes for the next close.
-  } catch (const std::exception& error) {
-    Refuse(u"its sync index can't be closed: " + FromUtf8(error.what()));
+    // The index keeps its changes for the next close.
+    if (!index_->HasLog()) throw;
   }
 }
 
@@ -731,6 +771,12 @@ bool PDBDatabasePC::Rename(std::u16string_view new_file_name) {
 }
 
 void PDBDatabasePC::Abandon() {
+  Close();
+  is_new_ = false;
+  if (index_) index_->Discard();
+}
+
+void PDBDatabasePC::Close() {
   file_->CloseFile();
   Forget();
 }

@@ -32,7 +32,10 @@ namespace pylon {
 // An object that is destroyed while open is not saved; PDBFileSystemPC closes what it opened.
 //
 // Owns its file object; borrows code page and clock. The code page must outlive the database.
-// Without `indexes` it keeps no sync index.
+//
+// Without `indexes` it keeps no sync index. The index goes with the database's name, and without a
+// run with its folder too. A database that is created where there was no file starts with an empty
+// one.
 class PDBDatabasePC final : public PDBDatabase {
  public:
   PDBDatabasePC(std::unique_ptr<IPCFile> file, const AnsiCodePage& code_page, const Clock& clock,
@@ -106,7 +109,7 @@ class PDBDatabasePC final : public PDBDatabase {
   // included. False, with a line in the log, when the name is taken or the file can't be renamed.
   // Error 57 when an open database can't be read.
   bool Rename(std::u16string_view new_file_name);
-  // Closes without saving.
+  // Closes without saving, neither records nor sync index.
   void Abandon();
 
  private:
@@ -157,8 +160,13 @@ class PDBDatabasePC final : public PDBDatabase {
   void RestartIds();
   uint32_t HandOutId();
 
-  void PlaceIndex() const;
-  void CloseIndex() noexcept;
+  std::u16string IndexName() const;
+  CSyncIndex& Index();
+  void TakeIndex();
+  void LoadIndexToMove();
+  void MoveIndex(CSyncIndex::OldFile old_file);
+  void CloseIndex();
+  void Close();
   Layout PlanLayout() const;
   void Save();
   size_t WriteTo(IPCFile& file, const Layout& layout);
@@ -174,6 +182,8 @@ class PDBDatabasePC final : public PDBDatabase {
   PDBUtils utils_;
   SyncIndexFactory indexes_;
   std::shared_ptr<CSyncIndex> index_;  // made when first asked for
+  bool is_new_ =
+      false;  // created where there was no file: an index that there is speaks of another
   eDatabaseForType database_for_ = dftPalmHotSync;
 
   State state_ = State::kClosed;

@@ -130,16 +130,20 @@ bool PDBFileSystemPC::MoveDatabase(std::u16string_view FromFileName,
   if (taken) return Refuse(from, u"it can't be moved to \"" + to + u"\", which exists");
   try {
     if (!database->Rename(FileNameOf(to))) return false;
+    if (target != databases_.end()) {
+      // Closed, but its index may have been read since.
+      target->database->CloseDatabase();
+      databases_.erase(target);
+    }
+    if (const auto moved = Find(from); moved != databases_.end()) moved->name = to;
+    if (database->IsOpen() && database->PDBDatabaseName() == from &&
+        PalmName::Holds(to, *code_page_)) {
+      database->SetPDBDatabaseName(to);
+    }
   } catch (const AutomationError& error) {
     log_->UpdateLog(error.description());
     return false;
   }
-  if (database->IsOpen() && database->PDBDatabaseName() == from &&
-      PalmName::Holds(to, *code_page_)) {
-    database->SetPDBDatabaseName(to);
-  }
-  std::erase_if(databases_, [&](const Named& entry) { return entry.name == to; });
-  if (const auto moved = Find(from); moved != databases_.end()) moved->name = to;
   return true;
 }
 
@@ -176,8 +180,9 @@ void PDBFileSystemPC::Close() noexcept {
       entry.database->CloseDatabase();
     } catch (const AutomationError& error) {
       log_->UpdateLog(error.description());
-    } catch (const std::exception& error) {
-      Refuse(entry.name, FromUtf8(error.what()));
+    } catch (...) {
+      // Nothing that needs memory: it may be what is missing.
+      log_->UpdateLog(u"A database could not be closed.");
     }
   }
 }

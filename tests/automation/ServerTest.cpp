@@ -12,61 +12,26 @@
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "tests/automation/Processes.h"
+#include "tests/automation/ServerFixture.h"
 #include "tests/support/MemoryFile.h"
 
 namespace pylon {
 namespace {
 
+using testing::CreateOutside;
+using testing::kLibraryKey;
 using testing::Process;
+using testing::Program;
 using testing::Quoted;
+using testing::RunProgram;
+using testing::ServerTest;
 using testing::TemporaryFolder;
-
-std::filesystem::path Program() { return std::filesystem::absolute("Pylon.exe"); }
-
-constexpr wchar_t kLibraryKey[] =
-    L"Software\\Classes\\TypeLib\\{b68ac2a1-6b80-4982-9ca3-c1fd9b2a8e6f}";
 
 bool KeyExists(const wchar_t* path, REGSAM view = 0) {
   RegistryKey key;
   return ::RegOpenKeyExW(HKEY_LOCAL_MACHINE, path, 0, KEY_READ | view, key.Receive()) ==
          ERROR_SUCCESS;
 }
-
-DWORD RunProgram(const std::u16string& arguments) {
-  Process process(Quoted(Program()) + u" " + arguments);
-  return process.Wait().value_or(99);
-}
-
-template <class T>
-com::Ptr<T> CreateOutside(REFCLSID id) {
-  com::Ptr<T> object;
-  com::Check(::CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER, __uuidof(T),
-                                reinterpret_cast<void**>(object.Receive())));
-  return object;
-}
-
-class ServerTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() {
-    ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr));
-    // A run that was killed may have left the registration of a program that is gone.
-    (void)::RegDeleteTreeW(HKEY_LOCAL_MACHINE, kLibraryKey);
-    ASSERT_EQ(RunProgram(u"/regserver"), 0U);
-  }
-  static void TearDownTestSuite() { ::OleUninitialize(); }
-
-  std::string RunScript(const char* name, const std::string& text) {
-    const auto script = folder_.path() / name;
-    std::ofstream(script, std::ios::binary) << text;
-    const auto output = folder_.path() / "output.txt";
-    Process process(u"cscript.exe //nologo " + Quoted(script) + u" " + Quoted(folder_.path()), {},
-                    output);
-    EXPECT_TRUE(process.Wait().has_value());
-    return testing::ReadFile(output);
-  }
-
-  TemporaryFolder folder_;
-};
 
 TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
   constexpr wchar_t kClass[] =
@@ -97,7 +62,7 @@ TEST_F(ServerTest, RegistrationIsMadeRenewedAndRemoved) {
 }
 
 TEST_F(ServerTest, ACopyRemovesNothingOfAnother) {
-  const auto copy = folder_.path() / "Pylon.exe";
+  const auto copy = folder().path() / "Pylon.exe";
   std::filesystem::copy_file(Program(), copy);
   const auto run = [&](const char16_t* arguments) {
     return Process(Quoted(copy) + arguments).Wait().value_or(99);
@@ -169,7 +134,7 @@ TEST_F(ServerTest, EarlyBoundCallsCrossTheProcesses) {
 
 TEST_F(ServerTest, ADatabaseIsWrittenAndReadThroughMarshalling) {
   const auto database = CreateOutside<::_PDBDatabasePC>(CLSID_PDBDatabasePC);
-  const com::Bstr path((folder_.path() / u"\u0416.pdb").u16string());
+  const com::Bstr path((folder().path() / u"\u0416.pdb").u16string());
   const com::Bstr name(u"Notes");
   VARIANT_BOOL done = VARIANT_FALSE;
   ASSERT_HRESULT_SUCCEEDED(database->put_PDBFilePath(path.get()));

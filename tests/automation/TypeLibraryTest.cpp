@@ -149,12 +149,40 @@ TEST_F(TypeLibraryTest, MembersStandInTheOrderOfTheirSlots) {
                                                   "SyncDateTime", "GetSettings", "SaveSettings"}));
   EXPECT_EQ(Names(Members(u"_CConduitInfo")),
             (Strings{"AppId", "AppFolder", "SyncDateTime", "GetSettings", "SaveSettings"}));
+  EXPECT_EQ(Names(Members(u"_CSyncIndex")), (Strings{"SyncIndexExists", "Changed", "UniqueId",
+                                                     "Add", "Remove", "Clear", "CloseIndex"}));
+  EXPECT_EQ(
+      Names(Members(u"_PDBAppforgeDefinition")),
+      (Strings{"AppInfoBlock", "SortInfoBlock", "IsAppforgeData", "FieldCount", "AddFieldName",
+               "ClearFieldName", "FieldName", "FieldType", "SortFieldCount", "SortFieldIndex"}));
+  EXPECT_EQ(
+      Names(Members(u"_PDBAppforgeRecord")),
+      (Strings{"AppforgeDefinition", "ByteStream", "Clear", "DataLength", "HasValue", "Value",
+               "ByteValue", "BooleanValue", "IntegerValue", "LongValue", "DoubleValue",
+               "CurrencyValue", "SingleValue", "DateValue", "StringValue", "SignatureValue"}));
+  EXPECT_EQ(Names(Members(u"_AppforgeSignature")),
+            (Strings{"Signature", "Stamp", "Clear", "CreateBMP"}));
+  EXPECT_EQ(Names(Members(u"_AppforgeAppSettings")),
+            (Strings{"GetSettings", "SaveSettings", "DeleteSettings"}));
 }
 
+constexpr const char16_t* kInterfaces[] = {u"ISyncNotify",
+                                           u"_oSyncInfo",
+                                           u"PDBFileSystem",
+                                           u"PDBDatabase",
+                                           u"_PDBDatabasePC",
+                                           u"_PDBByteStream",
+                                           u"_PDBUtils",
+                                           u"_CDevice",
+                                           u"_CConduitInfo",
+                                           u"_CSyncIndex",
+                                           u"_PDBAppforgeDefinition",
+                                           u"_PDBAppforgeRecord",
+                                           u"_AppforgeSignature",
+                                           u"_AppforgeAppSettings"};
+
 TEST_F(TypeLibraryTest, NoTwoMembersOfAKindShareAnId) {
-  for (const char16_t* name :
-       {u"ISyncNotify", u"_oSyncInfo", u"PDBFileSystem", u"PDBDatabase", u"_PDBDatabasePC",
-        u"_PDBByteStream", u"_PDBUtils", u"_CDevice", u"_CConduitInfo", u"_CSyncIndex"}) {
+  for (const char16_t* name : kInterfaces) {
     SCOPED_TRACE(ToUtf8(name));
     std::set<std::pair<DISPID, int>> seen;
     for (const Member& member : Members(name)) {
@@ -181,9 +209,7 @@ TEST_F(TypeLibraryTest, EveryValueIsOfATypeThatScriptsKnow) {
   const std::set<VARTYPE> known = {VT_UI1,  VT_I2,   VT_I4,   VT_R4,      VT_R8,   VT_CY,
                                    VT_DATE, VT_BSTR, VT_BOOL, VT_VARIANT, VT_VOID, VT_DISPATCH};
   std::set<VARTYPE> used;
-  for (const char16_t* name :
-       {u"ISyncNotify", u"_oSyncInfo", u"PDBFileSystem", u"PDBDatabase", u"_PDBDatabasePC",
-        u"_PDBByteStream", u"_PDBUtils", u"_CDevice", u"_CConduitInfo", u"_CSyncIndex"}) {
+  for (const char16_t* name : kInterfaces) {
     const auto info = Find(name);
     constexpr UINT kIUnknownAndIDispatch = 7;
     FUNCDESC* function = nullptr;
@@ -252,9 +278,11 @@ TEST_F(TypeLibraryTest, ClassesThatClientsMayNotCreateSaySo) {
   const struct {
     const char16_t* name;
     bool creatable;
-  } cases[] = {{u"PDBByteStream", true}, {u"PDBUtils", true}, {u"PDBDatabasePC", true},
-               {u"oSyncInfo", false},    {u"CDevice", false}, {u"CConduitInfo", false},
-               {u"CSyncIndex", false}};
+  } cases[] = {
+      {u"PDBByteStream", true},         {u"PDBUtils", true},          {u"PDBDatabasePC", true},
+      {u"PDBAppforgeDefinition", true}, {u"PDBAppforgeRecord", true}, {u"AppforgeSignature", true},
+      {u"AppforgeAppSettings", true},   {u"oSyncInfo", false},        {u"CDevice", false},
+      {u"CConduitInfo", false},         {u"CSyncIndex", false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(ToUtf8(c.name));
     const auto info = Find(c.name);

@@ -278,13 +278,48 @@ TEST_F(SyncIndex, CallsDuringReadingAreRefused) {
   const auto index = Index();
   index->Add(u"a", 1);
   index->CloseIndex();
-  loop_->on_yield = [&] {
-    EXPECT_EQ(ErrorOf([&] { index->UniqueId(u"a"); }), 5);
-    EXPECT_EQ(ErrorOf([&] { index->CloseIndex(); }), 5);
-    index->SetDatabase(u"C:\\save", u"Other");
-  };
+  loop_->on_yield = [&] { EXPECT_EQ(ErrorOf([&] { index->UniqueId(u"a"); }), 5); };
   EXPECT_EQ(index->UniqueId(u"a"), 1);
-  EXPECT_EQ(loop_->yields, 1);
+  index->CloseIndex();
+
+  loop_->on_yield = [&] { index->CloseIndex(); };
+  EXPECT_EQ(ErrorOf([&] { index->Add(u"b", 1); }), 5) << "closed meanwhile";
+  EXPECT_FALSE(index->Changed());
+  EXPECT_THAT(folder_.open, IsEmpty());
+  loop_->on_yield = {};
+  EXPECT_EQ(index->UniqueId(u"a"), 1);
+}
+
+TEST_F(SyncIndex, DoesNotOverwriteAFileThatCameLater) {
+  const auto first = Index();
+  const auto second = Index();
+  first->Add(u"a", 1);
+  second->Add(u"b", 2);
+  first->CloseIndex();
+  EXPECT_EQ(ErrorOf([&] { second->CloseIndex(); }), 57);
+  EXPECT_THAT(log_->lines, ElementsAre(StartsWith("WriteSyncIndex ")));
+  EXPECT_EQ(Index()->UniqueId(u"a"), 1);
+}
+
+TEST_F(SyncIndex, TellsTheCallerWhereThereIsNoLog) {
+  log_ = nullptr;
+  file() = Ascii("no index");
+  auto index = Index();
+  EXPECT_THAT(ErrorTextOf([&] { index->Add(u"a", 1); }), StartsWith("57 ReadSyncIndex "));
+  index->Add(u"a", 1);
+  index->CloseIndex();
+  EXPECT_EQ(Index()->UniqueId(u"a"), 1);
+
+  PDBDatabasePC database(folder_.Factory()(), AnsiCodePage::Windows1252(), clock_, nullptr,
+                         [this] { return NewIndex(); });
+  database.SetPDBFilePath(u"C:\\save\\Stock.pdb");
+  ASSERT_TRUE(database.CreateDatabase());
+  database.SyncIndex()->Add(u"b", 1);
+  folder_.FailNth(FileOperation::kWrite, 2);
+  EXPECT_EQ(ErrorOf([&] { database.CloseDatabase(); }), 57);
+  EXPECT_FALSE(database.IsOpen());
+  database.CloseDatabase();
+  EXPECT_EQ(Index()->UniqueId(u"b"), 1);
 }
 
 // ---- As a part of a database
@@ -336,18 +371,125 @@ TEST_F(DatabaseWithIndex, TheEndOfTheFileSystemWritesIt) {
   EXPECT_EQ(Index()->UniqueId(u"x"), 1);
 }
 
-TEST_F(DatabaseWithIndex, FollowsTheNameOfTheDatabase) {
-  const auto database = Create(u"Stock");
-  const auto index = database->SyncIndex();
-  index->Add(u"x", 1);
-  database->CloseDatabase();
-  ASSERT_TRUE(database->OpenDatabase());
-  database->SetPDBDatabaseName(u"Old:Stock");
-  EXPECT_EQ(database->SyncIndex()->UniqueId(u"x"), 0);
-  index->Add(u"x", 2);
-  database->CloseDatabase();
-  EXPECT_TRUE(folder_.files.contains(u"C:\\data\\My PC\\Old_Stock.si"));
-  EXPECT_EQ(Index()->UniqueId(u"x"), 1);
+TEST_F(DatabaseWithIndex, GoesWithTheNameOfTheDatabase) {
+  struct Case {
+    const char* what;
+    bool in_memory;
+    std::function<void(PDBDatabase&)> rename;
+  };
+  const Case kCases[] = {
+      {"named anew", true, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
+      {"named anew, unread", false, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
+      {"there and back", true,
+       [](PDBDatabase& d) {
+         d.SetPDBDatabaseName(u"X");
+         d.SetPDBDatabaseName(u"Stock");
+         d.SetPDBDatabaseName(u"Old:Stock");
+       }},
+      {"moved", true, [&](PDBDatabase& d) {
+         EXPECT_TRUE(system_.MoveDatabase(u"Stock", u"Old"));
+         d.SetPDBDatabaseName(u"Old:Stock");
+       }}};
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    folder_.files.clear();
+    {
+      const auto database = Create(u"Stock");
+      database->SyncIndex()->Add(u"x", 1);
+      database->CloseDatabase();
+      ASSERT_TRUE(database->OpenDatabase());
+      const auto index = database->SyncIndex();
+      if (c.in_memory) index->Add(u"y", 2);
+      c.rename(*database);
+      EXPECT_EQ(database->SyncIndex(), index);
+      database->CloseDatabase();
+    }
+    EXPECT_FALSE(Exists());
+    const auto renamed = NewIndex();
+    renamed->SetDatabase({}, u"Old:Stock");
+    EXPECT_TRUE(folder_.files.contains(u"C:\\data\\My PC\\Old_Stock.si"));
+    EXPECT_EQ(renamed->UniqueId(u"x"), 1);
+    EXPECT_EQ(renamed->UniqueId(u"y"), c.in_memory ? 2 : 0);
+    renamed->CloseIndex();
+    EXPECT_TRUE(system_.DeleteDatabase(u"Old") || system_.DeleteDatabase(u"Stock"));
+  }
+}
+
+TEST_F(DatabaseWithIndex, ANewDatabaseOfTheNameStartsWithNone) {
+  const auto fill = [&] {
+    const auto database = Create(u"Stock");
+    database->SyncIndex()->Add(u"x", 1);
+    database->CloseDatabase();
+  };
+  struct Case {
+    const char* what;
+    std::function<void()> act;
+    bool kept;
+  };
+  const Case kCases[] = {
+      {"replaced by a new one", [&] { Create(u"Stock")->CloseDatabase(); }, true},
+      {"deleted, and a new one",
+       [&] {
+         std::shared_ptr<PDBDatabase> database;
+         ASSERT_TRUE(system_.OpenDatabase(u"Stock", database));
+         database->SyncIndex()->Add(u"lost with it", 1);
+         ASSERT_TRUE(system_.DeleteDatabase(u"Stock"));
+         EXPECT_THAT(folder_.open, IsEmpty());
+         Create(u"Stock")->CloseDatabase();
+       },
+       false},
+      {"file gone, and a new one that asks",
+       [&] {
+         folder_.files.erase(u"C:\\save\\Stock.pdb");
+         const auto database = Create(u"Stock");
+         EXPECT_EQ(database->SyncIndex()->UniqueId(u"x"), 0);
+         database->CloseDatabase();
+       },
+       false},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(c.what);
+    fill();
+    c.act();
+    const auto index = Index();
+    EXPECT_EQ(index->UniqueId(u"x"), c.kept ? 1 : 0);
+    EXPECT_EQ(index->UniqueId(u"lost with it"), 0);
+    index->CloseIndex();
+  }
+}
+
+TEST_F(DatabaseWithIndex, AnObjectThatBecomesAnotherDatabaseGetsTheOthersIndex) {
+  PDBDatabasePC database(folder_.Factory()(), AnsiCodePage::Windows1252(), clock_, log_,
+                         [this] { return NewIndex({}); });
+  const auto be = [&](const char16_t* path, const char16_t* name) {
+    database.SetPDBFilePath(path);
+    database.SetPDBDatabaseName(name);
+    ASSERT_TRUE(database.CreateDatabase());
+  };
+  be(u"D:\\a\\A.pdb", u"A");
+  const auto index = database.SyncIndex();
+  index->Add(u"x", 77);
+  database.CloseDatabase();
+  EXPECT_EQ(index->UniqueId(u"x"), 77);
+  be(u"D:\\a\\B.pdb", u"B");
+  EXPECT_EQ(database.SyncIndex()->UniqueId(u"x"), 0);
+  database.SyncIndex()->Add(u"y", 3);
+  // Saved under another path as well: the index goes there, that of the old file stays.
+  database.CloseDatabase();
+  ASSERT_TRUE(database.OpenDatabase());
+  database.SetPDBFilePath(u"D:\\b\\B.pdb");
+  database.SyncIndex()->Add(u"z", 4);
+  database.CloseDatabase();
+  const auto entry = [&](const char16_t* folder, const char16_t* name, const char16_t* key) {
+    const auto other = NewIndex({});
+    other->SetDatabase(folder, name);
+    return other->UniqueId(key);
+  };
+  EXPECT_EQ(index->UniqueId(u"x"), 77);
+  EXPECT_EQ(entry(u"D:\\a", u"B", u"y"), 3);
+  EXPECT_EQ(entry(u"D:\\a", u"B", u"z"), 0);
+  EXPECT_EQ(entry(u"D:\\b\\", u"B", u"y"), 3);
+  EXPECT_EQ(entry(u"D:\\b", u"B", u"z"), 4);
 }
 
 TEST_F(DatabaseWithIndex, LiesBesideADatabaseOfNoRun) {

@@ -9,8 +9,8 @@ namespace pylon {
 namespace {
 
 using testing::Ascii;
-using testing::BytesOfPage;
 using testing::DatabaseFile;
+using testing::DumpsOfPage;
 using testing::Put;
 using testing::StreamOf;
 using testing::ToHex;
@@ -25,7 +25,7 @@ TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
   Put(*database, 0, {0, 1, eDirty, Ascii(std::string("Milk", 5))});
   Put(*database, 0, {0, 2, eDelete | eArchive, Ascii(std::string("Bread", 6))});
   database->CloseDatabase();
-  EXPECT_EQ(ToHex(BytesOfPage(PYLON_DOCS_DIR "/pdb-format.md")), ToHex(file.bytes()));
+  EXPECT_EQ(ToHex(DumpsOfPage(PYLON_DOCS_DIR "/pdb-format.md").at(0)), ToHex(file.bytes()));
 }
 
 TEST(SyncIndexDocument, TheWorkedExampleIsWhatAnIndexWrites) {
@@ -41,7 +41,7 @@ TEST(SyncIndexDocument, TheWorkedExampleIsWhatAnIndexWrites) {
   index.Add(u"A-100", 1);
   index.Add(u"Caf\u00E9", 0x123456);
   index.CloseIndex();
-  EXPECT_EQ(ToHex(BytesOfPage(PYLON_DOCS_DIR "/sync-index.md")),
+  EXPECT_EQ(ToHex(DumpsOfPage(PYLON_DOCS_DIR "/sync-index.md").at(0)),
             ToHex(file.folder.files[u"C:\\data\\PC\\Stock.si"]));
 }
 
