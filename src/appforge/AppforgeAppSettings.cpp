@@ -150,11 +150,12 @@ class AppforgeAppSettings::Table {
   }
   void SetValue(std::u16string_view value) {
     OfRecord([&] {
-      if (HasNul(value) || !code_page_.Holds(value)) {
-        throw BadArgument(u"The value has a character that the handheld can't keep.");
-      }
       record_.SetStringValue(kValue, std::u16string(value));
       record_.Encode(stream_);
+      if (!ReadsBackAs(value)) {
+        throw BadArgument(
+            u"The value is too long, or has a character that the handheld can't keep.");
+      }
     });
     database_.Update(index_, unique_id_, category_, attributes_, stream_);
   }
@@ -162,6 +163,19 @@ class AppforgeAppSettings::Table {
   void Leave() { visit_.Leave(); }
 
  private:
+  // Not every text survives the handheld's strings, and a record that can't be read would hide all
+  // settings behind it.
+  bool ReadsBackAs(std::u16string_view value) const {
+    PDBAppforgeRecord record(code_page_);
+    record.SetAppforgeDefinition(definition_);
+    try {
+      record.Decode(stream_);
+      return record.StringValue(kValue) == value;
+    } catch (const AutomationError&) {
+      return false;
+    }
+  }
+
   // Adds to an error which record it is about.
   template <class Action>
   std::invoke_result_t<Action> OfRecord(Action&& action) const {

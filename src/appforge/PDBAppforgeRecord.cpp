@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "base/AutomationError.h"
+#include "base/Text.h"
 
 namespace pylon {
 namespace {
@@ -115,7 +116,8 @@ FieldValue DecodeField(int32_t type, const PDBByteStream& stream, int32_t& offse
   }
 }
 
-void EncodeField(int32_t type, FieldValue& value, PDBByteStream& stream, int32_t& offset) {
+void EncodeField(int32_t index, int32_t type, FieldValue& value, PDBByteStream& stream,
+                 int32_t& offset) {
   const bool is_number = FieldWidth(type) > 0 && !IsTextField(type) && type != eBooleanField;
   if (is_number && value.empty()) value = FieldValue(0);
   std::u16string made;
@@ -137,8 +139,15 @@ void EncodeField(int32_t type, FieldValue& value, PDBByteStream& stream, int32_t
     case eCurrencyField:
       return stream.CurrencyToByte(value.ToCurrency().scaled, offset, true);
     case eStringField:
-    case eSignatureField:
-      return stream.StringToByte(value.TextIn(made), offset);
+    case eSignatureField: {
+      const std::u16string_view text = value.TextIn(made);
+      // It would end there, and all fields behind it would lie elsewhere.
+      if (text.find(u'\0') != text.npos) {
+        throw AutomationError(ErrorNumber::kInvalidArgument,
+                              u"Field " + ToText(index) + u" has a text with a NUL in it");
+      }
+      return stream.StringToByte(text, offset);
+    }
     default:
       return;
   }
@@ -189,7 +198,7 @@ void PDBAppforgeRecord::Encode(PDBByteStream& oByteStream) {
   const int16_t count = definition_->FieldCount();
   int32_t offset = 0;
   for (int32_t i = 1; i <= count; ++i) {
-    EncodeField(definition_->FieldType(static_cast<int16_t>(i)), At(i), oByteStream, offset);
+    EncodeField(i, definition_->FieldType(static_cast<int16_t>(i)), At(i), oByteStream, offset);
   }
   if (offset < length) {
     // Zeros behind shorter texts, not what the stream held before.

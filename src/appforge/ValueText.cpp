@@ -344,8 +344,8 @@ Currency ParseCurrency(std::u16string_view text) {
 }
 
 DateStamp ParseDateStamp(std::u16string_view text) {
-  if (const std::optional<Date> date = ParseCalendarDate(Trim(text))) return {*date};
-  const Date date = ParseDouble(text).Number();
+  const std::optional<Date> calendar_date = ParseCalendarDate(Trim(text));
+  const Date date = calendar_date ? *calendar_date : ParseDouble(text).Number();
   ToDateParts(std::trunc(date));  // error 6 outside the calendar
   return {date == 0 ? 0 : date};  // no -0
 }

@@ -239,7 +239,8 @@ void StreamArgument::Return() {
     return;
   }
   const com::Variant value = com::FromBytes(array->bytes);
-  if (const auto content = stream.As<::_PDBStreamContent>()) {
+  // Without a byte there is no spare one either.
+  if (const auto content = stream.As<::_PDBStreamContent>(); content && !array->bytes.empty()) {
     com::Check(content->Fill(*value.get()), content.get(), IID__PDBStreamContent);
   } else {
     com::Check(stream->put_ByteArray(*value.get()), stream.get(), IID__PDBByteStream);

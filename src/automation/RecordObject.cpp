@@ -16,13 +16,11 @@ STDMETHODIMP RecordObject::putref_AppforgeDefinition(::_PDBAppforgeDefinition* v
   return Do([&] {
     auto given = com::Ptr<::_PDBAppforgeDefinition>::Share(value);
     const auto native = given.As<NativeDefinition>();
-    auto copy = given && !native
-                    ? std::make_shared<pylon::PDBAppforgeDefinition>(server().code_page())
-                    : nullptr;
+    // Asked before anything changes: another process may fail to answer, or call back meanwhile.
+    auto copy = given && !native ? CopyOf(*given.get()) : nullptr;
+    record_.SetAppforgeDefinition(native ? native->definition() : copy);
+    copy_ = std::move(copy);
     std::swap(definition_, given);
-    copy_ = copy;
-    ReadForeignFields();
-    record_.SetAppforgeDefinition(native ? native->definition() : std::move(copy));
   });
 }
 STDMETHODIMP RecordObject::get_ByteStream(::_PDBByteStream** value) noexcept {
@@ -139,24 +137,29 @@ STDMETHODIMP RecordObject::putref_SignatureValue(short Index,
   });
 }
 
-// Reads the fields of a definition that can only be asked one by one.
+// The fields of a definition that can only be asked for them one by one.
+std::shared_ptr<pylon::PDBAppforgeDefinition> RecordObject::CopyOf(
+    ::_PDBAppforgeDefinition& definition) {
+  const auto check = [&](HRESULT result) {
+    com::Check(result, &definition, IID__PDBAppforgeDefinition);
+  };
+  auto copy = std::make_shared<pylon::PDBAppforgeDefinition>(server().code_page());
+  short count = 0;
+  check(definition.get_FieldCount(&count));
+  for (int i = 1; i <= count; ++i) {
+    ::eFieldTypes type = ::eInvalidField;
+    check(definition.get_FieldType(static_cast<short>(i), &type));
+    copy->AddFieldName({}, type);
+  }
+  return copy;
+}
+
+// Its fields may have changed since.
 void RecordObject::ReadForeignFields() {
   if (!copy_) return;
   const auto definition = definition_;
   const auto copy = copy_;
-  const auto check = [&](HRESULT result) {
-    com::Check(result, definition.get(), IID__PDBAppforgeDefinition);
-  };
-  short count = 0;
-  check(definition->get_FieldCount(&count));
-  std::vector<::eFieldTypes> types;
-  for (int i = 1; i <= count; ++i) {
-    ::eFieldTypes type = ::eInvalidField;
-    check(definition->get_FieldType(static_cast<short>(i), &type));
-    types.push_back(type);
-  }
-  copy->ClearFieldName();
-  for (const ::eFieldTypes type : types) copy->AddFieldName({}, type);
+  *copy = *CopyOf(*definition.get());
 }
 
 }  // namespace pylon

@@ -45,6 +45,7 @@ class RecordObject final : public Object<RecordObject, ::_PDBAppforgeRecord> {
   STDMETHODIMP putref_SignatureValue(short Index, ::_AppforgeSignature* value) noexcept override;
 
  private:
+  std::shared_ptr<pylon::PDBAppforgeDefinition> CopyOf(::_PDBAppforgeDefinition& definition);
   void ReadForeignFields();
 
   pylon::PDBAppforgeRecord record_;

@@ -201,7 +201,9 @@ TEST_F(AppSettings, OfTheHandheldAreChangedAndNotAdded) {
     EXPECT_EQ(settings.GetSettings(u"Memo", u"", u"Font"), value);
   }
   const auto before = folder_.files;
-  for (const std::u16string& value : {std::u16string(u"a\0b", 3), std::u16string(u"\u4F60")}) {
+  const std::u16string kLost[] = {
+      {u'a', 0, u'b'}, u"\u4F60", u"it\u2019s", u"a\u2013b", std::u16string(32'767, u'\u00E9')};
+  for (const std::u16string& value : kLost) {
     EXPECT_EQ(ErrorOf([&] { settings.SaveSettings(u"Memo", u"", u"Font", value); }), 5);
   }
   settings.SaveSettings(u"Memo", u"", u"Color", u"red");

@@ -226,6 +226,7 @@ TEST(ValueText, WhatDoesNotConvert) {
       {u"2958466", date},
       {u"inf", date},
       {u"-657435", date},
+      {u"9999-12-31 23:59:59.999999999", date},
   };
   for (const auto& c : too_large) {
     EXPECT_EQ(ErrorOf([&] { c.parse(c.text); }), 6) << ToUtf8(c.text);

@@ -130,6 +130,9 @@ TEST_F(AppforgeObjects, ErrorsAreBasics) {
   EXPECT_EQ(record->get_IntegerValue(2, &number), Basic(13));
   com::Ptr<::_PDBByteStream> stream;
   EXPECT_EQ(record->get_ByteStream(stream.Receive()), Basic(13));
+  ASSERT_HRESULT_SUCCEEDED(record->Clear());
+  ASSERT_HRESULT_SUCCEEDED(record->put_StringValue(5, com::Bstr({u"a\0b", 3}).get()));
+  EXPECT_EQ(record->get_ByteStream(stream.Receive()), Basic(5)) << "a NUL in a text";
   EXPECT_EQ(definition->get_FieldType(0, nullptr), E_POINTER);
   com::Bstr name;
   EXPECT_EQ(definition->get_FieldName(0, name.Receive()), Basic(9));
@@ -145,8 +148,10 @@ TEST_F(AppforgeObjects, WhatIsNoValueClearsTheField) {
   V_DISPATCH(object.get()) = com::Ptr(definition).Detach();
   com::Variant null;
   V_VT(null.get()) = VT_NULL;
-  for (const VARIANT& nothing :
-       {*com::Variant().get(), *null.get(), *object.get(), *com::FromBytes(Bytes(3)).get()}) {
+  com::Variant empty;
+  com::Variant array = com::FromBytes(Bytes(3));
+  for (const com::Variant* each : {&empty, &null, &object, &array}) {
+    const VARIANT& nothing = *each->get();
     SCOPED_TRACE(V_VT(&nothing));
     ASSERT_HRESULT_SUCCEEDED(record->put_LongValue(3, 5));
     ASSERT_HRESULT_SUCCEEDED(record->put_Value(3, nothing));
@@ -186,6 +191,9 @@ TEST_F(AppforgeObjects, ARecordWorksOnObjectsOfAnotherProcess) {
     ASSERT_HRESULT_SUCCEEDED(each->Clear());
     EXPECT_HRESULT_SUCCEEDED(each->put_LongValue(11, 1));
   }
+  ASSERT_HRESULT_SUCCEEDED(definition->ClearFieldName());
+  ASSERT_HRESULT_SUCCEEDED(record->Clear());
+  EXPECT_HRESULT_SUCCEEDED(record->get_ByteStream(written.Receive())) << "a record of no bytes";
 }
 
 TEST_F(AppforgeObjects, ABasicScriptKeepsATable) {
