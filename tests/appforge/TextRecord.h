@@ -223,6 +223,7 @@ class TextRecord {
         return stream.SingleToByte(ParseSingle(text).Number(), offset, true);
       case 5:
       case 10:
+        if (text.find(u'\0') != text.npos) throw InvalidArgument();
         return stream.StringToByte(text, offset);
       case 6:
         return stream.SetByte(text == u"1" ? 255 : 0, offset);
