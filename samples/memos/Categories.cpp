@@ -49,21 +49,34 @@ std::optional<int> Categories::Find(std::u16string_view folder) const {
   return std::nullopt;
 }
 
-std::optional<int> Categories::Add(std::u16string_view folder) {
+void Categories::SetSyncMark(unsigned char mark) {
+  app_info_[kMark] = static_cast<char>(mark);
+  changed_ = true;
+}
+
+Categories::Added Categories::Add(std::u16string_view folder, const std::set<int>& in_use) {
   const auto name = system_->Encode(folder);
-  // A name that would come back as another one would never be found again.
-  if (system_->FoldCase(NameFor(folder)) != system_->FoldCase(folder)) return std::nullopt;
-  if (!name || name->empty() || name->size() > kMaxName) return std::nullopt;
-  for (int i = 1; i < kCount; ++i) {
-    if (!Name(i).empty()) continue;
-    const std::string_view ids = std::string_view(app_info_).substr(kIds, kCount);
-    unsigned char id = kFirstId;
-    while (ids.find(static_cast<char>(id)) != std::string_view::npos) ++id;
-    app_info_[kIds + static_cast<size_t>(i)] = static_cast<char>(id);
-    SetName(i, *name);
-    return i;
+  if (!name) return {{}, u"the handheld's code page lacks characters of its folder's name"};
+  if (name->size() > kMaxName) {
+    return {{}, u"its folder's name has more than the 15 bytes of a category's"};
   }
-  return std::nullopt;
+  // A name that would come back as another one would never be found again.
+  if (name->empty() || system_->FoldCase(NameFor(folder)) != system_->FoldCase(folder)) {
+    return {{}, u"its folder's name can't be that of a category"};
+  }
+  int place = 1;
+  while (place < kCount && !Name(place).empty()) ++place;
+  if (place == kCount) {
+    for (place = 1; place < kCount && in_use.contains(place);) ++place;
+  }
+  if (place == kCount) return {{}, u"its folder can't become a category: all 15 are in use"};
+
+  const std::string_view ids = std::string_view(app_info_).substr(kIds, kCount);
+  unsigned char id = kFirstId;
+  while (ids.find(static_cast<char>(id)) != std::string_view::npos) ++id;
+  app_info_[kIds + static_cast<size_t>(place)] = static_cast<char>(id);
+  SetName(place, *name);
+  return {place, {}};
 }
 
 }  // namespace memos

@@ -18,9 +18,11 @@ constexpr std::uintmax_t kMaxFile = 64 * 1024;
 // takes a file of somebody else.
 constexpr std::u16string_view kTemporary = u"~memos-sync.tmp";
 
-bool IsPassedOver(const std::u16string& name) {
-  return name.starts_with(u'.') || name.starts_with(u'~') || name.ends_with(u".tmp") ||
-         name == u"desktop.ini" || name == u"Thumbs.db";
+bool IsPassedOver(const fs::directory_entry& entry) {
+  const std::u16string name = entry.path().filename().u16string();
+  if (name.starts_with(u'.') || name.starts_with(u'~')) return true;
+  if (entry.is_directory()) return false;
+  return name.ends_with(u".tmp") || name == u"desktop.ini" || name == u"Thumbs.db";
 }
 
 [[noreturn]] void Fail(std::u16string_view what, std::error_code error) {
@@ -48,26 +50,45 @@ void Folder::Sweep() const {
   }
 }
 
-std::vector<MemoFile> Folder::List(std::vector<std::u16string>& left_out) const {
+std::vector<MemoFile> Folder::List(std::vector<fs::path>& left_out) const {
   std::vector<MemoFile> files;
   auto entry = fs::recursive_directory_iterator(root_);
   for (; entry != fs::recursive_directory_iterator(); ++entry) {
     const std::u16string name = entry->path().filename().u16string();
     const bool in_sub_folder = entry.depth() > 0;
     const auto folder = in_sub_folder ? entry->path().parent_path().filename() : fs::path();
-    if (IsPassedOver(name)) {
+    if (IsPassedOver(*entry)) {
       entry.disable_recursion_pending();
     } else if (!entry->is_directory()) {
       MemoFile& file = files.emplace_back();
       file.folder = folder.u16string();
       file.name = name;
     } else if (in_sub_folder) {
-      left_out.push_back(folder.u16string() + u"\\" + name);
+      left_out.push_back(folder / name);
       entry.disable_recursion_pending();
     }
   }
   std::ranges::sort(files, {},
                     [](const MemoFile& file) { return std::tie(file.folder, file.name); });
+  return files;
+}
+
+std::vector<MemoFile> Folder::ListLeftOut(const std::vector<fs::path>& left_out) const {
+  std::vector<MemoFile> files;
+  for (const fs::path& folder : left_out) {
+    const auto options = fs::directory_options::skip_permission_denied;
+    auto entry = fs::recursive_directory_iterator(root_ / folder, options);
+    for (; entry != fs::recursive_directory_iterator(); ++entry) {
+      if (IsPassedOver(*entry)) {
+        entry.disable_recursion_pending();
+      } else if (!entry->is_directory()) {
+        MemoFile& file = files.emplace_back();
+        file.folder = entry->path().parent_path().lexically_relative(root_).u16string();
+        file.name = entry->path().filename().u16string();
+        file.place = MemoFile::Place::kTooDeep;
+      }
+    }
+  }
   return files;
 }
 
@@ -90,24 +111,28 @@ void Folder::Read(MemoFile& file, const SystemText& system) const try {
 }
 
 std::u16string Folder::Create(const std::u16string& folder, const std::u16string& title,
-                              std::string_view bytes) const {
+                              std::string_view bytes) {
   const fs::path path = FreePath(folder, title, u".txt");
   WriteBytes(path, bytes);
   return path.filename().u16string();
 }
 
-std::u16string Folder::Keep(const std::u16string& title, std::string_view bytes) const {
+std::u16string Folder::Keep(const std::u16string& title, std::string_view bytes) {
+  Kept& kept = kept_[title];
   std::error_code error;
-  for (int n = 1;; ++n) {
-    const fs::path path = Numbered(root_, title, u".txt", n);
-    if (!fs::exists(path, error)) return Create({}, title, bytes);
-    if (fs::file_size(path, error) == bytes.size() && ReadBytes(path) == bytes) {
-      return path.filename().u16string();
+  for (;; ++kept.next) {
+    const fs::path path = Numbered(root_, title, u".txt", kept.next);
+    if (!fs::exists(path, error)) break;
+    if (fs::is_regular_file(path, error)) {
+      kept.names.emplace(HashOf(ReadBytes(path)), path.filename().u16string());
     }
   }
+  const auto same = kept.names.find(HashOf(bytes));
+  if (same != kept.names.end() && ReadBytes(root_ / same->second) == bytes) return same->second;
+  return Create({}, title, bytes);
 }
 
-std::u16string Folder::Copy(const MemoFile& file, const std::u16string& stem) const {
+std::u16string Folder::Copy(const MemoFile& file, const std::u16string& stem) {
   const std::string bytes = ReadBytes(PathTo(file));
   if (HashOf(bytes) != file.content) throw FileError{u"it changed during the sync"};
   const fs::path path = FreePath(file.folder, stem, fs::path(file.name).extension());
@@ -121,8 +146,7 @@ void Folder::Replace(MemoFile& file, std::string_view bytes) const {
   file.content = HashOf(bytes);
 }
 
-void Folder::Move(MemoFile& file, const std::u16string& to_folder,
-                  const std::u16string& stem) const {
+void Folder::Move(MemoFile& file, const std::u16string& to_folder, const std::u16string& stem) {
   RequireUnchanged(file);
   const fs::path target = FreePath(to_folder, stem, fs::path(file.name).extension());
   std::error_code error;
@@ -142,21 +166,36 @@ void Folder::Delete(const MemoFile& file) const {
 fs::path Folder::PathTo(const MemoFile& file) const { return root_ / file.folder / file.name; }
 
 fs::path Folder::FreePath(const std::u16string& folder, const std::u16string& stem,
-                          const fs::path& extension) const {
+                          const fs::path& extension) {
   const fs::path parent = root_ / folder;
   std::error_code error;
   fs::create_directories(parent, error);
   if (error) Fail(u"its folder can't be made", error);
-  int n = 1;
+  int& n = next_.emplace(Numbered(parent, stem, extension, 1), 1).first->second;
   while (fs::exists(Numbered(parent, stem, extension, n), error)) ++n;
   return Numbered(parent, stem, extension, n);
 }
 
 // By its bytes: a file's time may be too coarse to tell.
+bool Folder::IsUnchanged(const MemoFile& file) const {
+  return HashOf(ReadBytes(PathTo(file))) == file.content;
+}
+
 void Folder::RequireUnchanged(const MemoFile& file) const {
-  if (HashOf(ReadBytes(PathTo(file))) != file.content) {
-    throw FileError{u"it changed during the sync"};
+  if (!IsUnchanged(file)) throw FileError{u"it changed during the sync"};
+}
+
+fs::path FolderPath(const fs::path& base, const std::u16string& setting) {
+  const fs::path path = (base / setting).lexically_normal();
+  return path.has_filename() || !path.has_relative_path() ? path : path.parent_path();
+}
+
+bool Contains(const fs::path& outer, fs::path inner) {
+  for (std::error_code error; !inner.empty(); inner = inner.parent_path()) {
+    if (fs::equivalent(outer, inner, error)) return true;
+    if (inner == inner.parent_path()) break;
   }
+  return false;
 }
 
 std::string ReadBytes(const fs::path& path) {

@@ -7,6 +7,7 @@ namespace {
 
 constexpr std::uint32_t kChecksumBits = 28;
 constexpr std::uint32_t kCategoryBits = 4;
+constexpr std::uint32_t kMarkBits = 8;
 
 }  // namespace
 
@@ -24,19 +25,23 @@ std::uint32_t ChecksumOf(std::string_view memo) {
   return checksum == 0 ? 1 : checksum;
 }
 
-std::u16string KeyOf(std::u16string_view path, const SystemText& system) {
-  if (system.Encode(path)) return std::u16string(path);
-  std::u16string key;
-  for (const char16_t c : path) {
+std::u16string Escaped(std::u16string_view text, const SystemText& system) {
+  if (system.Encode(text)) return std::u16string(text);
+  std::u16string result;
+  for (const char16_t c : text) {
     if (system.Encode({&c, 1})) {
-      key += c;
+      result += c;
     } else {
-      char escaped[8];
-      std::snprintf(escaped, sizeof escaped, "?%04X", static_cast<unsigned>(c));
-      key += *FromUtf8(escaped);
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "?%04X", static_cast<unsigned>(c));
+      result += *FromUtf8(escape);
     }
   }
-  return key;
+  return result;
+}
+
+std::u16string KeyOf(std::u16string_view path, const SystemText& system) {
+  return Escaped(system.FoldCase(path), system);
 }
 
 std::u16string KeyOf(long id) { return u":" + *FromUtf8(std::to_string(id)); }
@@ -44,6 +49,10 @@ std::u16string KeyOf(long id) { return u":" + *FromUtf8(std::to_string(id)); }
 std::int32_t ToEntry(const Synced& synced) {
   return static_cast<std::int32_t>(synced.checksum << kCategoryBits |
                                    static_cast<std::uint32_t>(synced.category));
+}
+
+std::int32_t ToEntry(std::string_view stamp, unsigned char mark) {
+  return static_cast<std::int32_t>(ChecksumOf(stamp) << kMarkBits | mark);
 }
 
 std::optional<Synced> FromEntry(std::int32_t entry) {

@@ -9,43 +9,36 @@ constexpr std::u16string_view kStampKey = u":";
 
 }  // namespace
 
-MemoIndex::MemoIndex(PDBDatabase& database, std::string_view stamp, const SystemText& system)
-    : stamp_(ToEntry({ChecksumOf(stamp)})), system_(&system) {
+MemoIndex::MemoIndex(PDBDatabase& database, std::string stamp, const SystemText& system)
+    : stamp_(std::move(stamp)), system_(&system) {
   com::Check(database.get_SyncIndex(&index_));
 }
 
-History MemoIndex::Read(const std::vector<MemoFile>& files,
-                        const std::vector<MemoRecord>& records) {
-  History history;
-  if (Entry(kStampKey) != stamp_) return history;
+History MemoIndex::Read(const std::vector<MemoFile>& files, const std::vector<MemoRecord>& records,
+                        unsigned char mark) {
+  const std::int32_t stamp = Entry(kStampKey);
+  const auto saved_mark = static_cast<unsigned char>(stamp);
+  if (stamp != ToEntry(stamp_, saved_mark)) return {};
+  History saved;
   for (const MemoRecord& record : records) {
-    const auto synced = FromEntry(Entry(KeyOf(record.id)));
-    if (!synced) continue;
-    const bool may_differ = record.dirty || record.deleted;
-    if (may_differ || ChecksumOf(record.memo) == synced->checksum) {
-      history.memos.emplace(record.id, *synced);
-    } else {
-      outdated_ = true;
+    if (const auto synced = FromEntry(Entry(KeyOf(record.id)))) {
+      saved.memos.emplace(record.id, *synced);
     }
   }
   for (const MemoFile& file : files) {
     const std::u16string path = PathOf(file);
-    const std::int32_t id = Entry(KeyOf(path, *system_));
-    if (id == 0) continue;
-    if (history.memos.contains(id)) {
-      history.ids.emplace(path, id);
-    } else {
-      outdated_ = true;
-    }
+    if (const std::int32_t id = Entry(KeyOf(path, *system_)); id != 0) saved.ids.emplace(path, id);
   }
+  History history = Believable(saved, records, mark == saved_mark);
+  outdated_ = history != saved || mark != saved_mark;
   found_ = history;
   return history;
 }
 
-void MemoIndex::Write(const History& history) {
+void MemoIndex::Write(const History& history, unsigned char mark) {
   if (history == found_ && !outdated_) return;
   com::Check(index_->Clear());
-  Add(kStampKey, stamp_);
+  Add(kStampKey, ToEntry(stamp_, mark));
   for (const auto& [path, id] : history.ids) Add(KeyOf(path, *system_), id);
   for (const auto& [id, synced] : history.memos) Add(KeyOf(id), ToEntry(synced));
 }

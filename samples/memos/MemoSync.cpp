@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cmath>
 #include <cwchar>
+#include <iterator>
+#include <random>
+#include <set>
 #include <utility>
 
 namespace memos {
@@ -16,18 +19,11 @@ using com::Error;
 constexpr std::u16string_view kDatabase = u"MemoDB";
 constexpr std::u16string_view kCreator = u"memo";
 constexpr std::u16string_view kSection = u"Memos";
+constexpr std::u16string_view kDefaultFolder = u"Memos";
 constexpr std::u16string_view kArchive = u"Archive";
 constexpr ULONGLONG kShowEvery = 50;  // milliseconds
 
 std::u16string Number(long long value) { return *FromUtf8(std::to_string(value)); }
-
-bool Contains(const fs::path& outer, fs::path inner) {
-  for (std::error_code error; !inner.empty(); inner = inner.parent_path()) {
-    if (fs::equivalent(outer, inner, error)) return true;
-    if (inner == inner.parent_path()) break;
-  }
-  return false;
-}
 
 }  // namespace
 
@@ -67,7 +63,9 @@ void MemoSync::Run() {
 // ---- Reading
 
 void MemoSync::FindFolder() {
-  folder_path_ = app_folder_ / Setting(u"Folder", u"Memos");
+  std::u16string setting = Setting(u"Folder", kDefaultFolder);
+  if (setting.empty()) setting = kDefaultFolder;
+  folder_path_ = FolderPath(app_folder_, setting);
   const std::u16string folder = folder_path_.u16string();
   std::error_code error;
   // A folder that is away must not look like one whose files were all deleted.
@@ -77,11 +75,12 @@ void MemoSync::FindFolder() {
                                         u"Memos of " +
                                         (app_folder_ / u"AppStore.ini").u16string() + u".");
   }
-  if (Contains(folder_path_, app_folder_)) {
+  if (Contains(folder_path_, FolderPath(app_folder_, {}))) {
     throw Error(com::kPathAccess,
                 u"The folder of the memos must not hold the conduit's own files: " + folder);
   }
   folder_.emplace(folder_path_);
+  archive_.emplace(app_folder_ / kArchive);
   pause_ = std::max(std::wcstol(com::Wide(Setting(u"Pause", u"0")), nullptr, 10), 0L);
 }
 
@@ -132,6 +131,7 @@ void MemoSync::ReadRecords() {
     record.attributes = attributes;
     record.dirty = (attributes & eDirty) != 0;
     record.deleted = (attributes & eDelete) != 0;
+    record.secret = (attributes & eSecret) != 0;
     record.archived = record.deleted && (attributes & eArchive) != 0;
     record.memo = MemoOfRecord(bytes.bytes().substr(0, static_cast<size_t>(length)));
     record.title = system_.FoldCase(NameFor(system_.Decode(record.memo)));
@@ -151,23 +151,22 @@ std::string MemoSync::ReadAppInfo() {
 
 void MemoSync::ListFolder() {
   folder_->Sweep();
-  Folder(app_folder_ / kArchive).Sweep();
-  std::vector<std::u16string> left_out;
+  archive_->Sweep();
   try {
-    files_ = folder_->List(left_out);
+    files_ = folder_->List(left_out_);
   } catch (const fs::filesystem_error& error) {
     throw Error(com::kPathAccess, u"The folder of the memos can't be read: " +
                                       error.path1().u16string() + u": " +
                                       system_.Decode(error.code().message()));
   }
-  for (const std::u16string& folder : left_out) {
-    Log(u"Left out: " + folder + u" (only one level of folders becomes categories)");
+  for (const fs::path& folder : left_out_) {
+    Log(u"Left out: " + folder.u16string() + u" (only one level of folders becomes categories)");
   }
 }
 
 void MemoSync::ReadIndex() {
   index_.emplace(*database_.get(), Stamp(), system_);
-  history_ = index_->Read(files_, records_);
+  history_ = index_->Read(files_, records_, categories_->SyncMark());
   if (files_.empty() && !history_.memos.empty()) {
     Log(u"The folder of the memos is empty: what the database holds is written to it.");
     history_ = {};
@@ -175,24 +174,47 @@ void MemoSync::ReadIndex() {
 }
 
 void MemoSync::ReadFolder() {
+  // A memo whose file has vanished may have been moved too deep.
+  if (history_.memos.size() > history_.ids.size()) {
+    std::ranges::move(folder_->ListLeftOut(left_out_), std::back_inserter(files_));
+  }
   Phase(u"Reading the text files", files_.size());
+  std::set<int> in_use;
+  for (const MemoRecord& record : records_) in_use.insert(record.category);
+  std::vector<MemoFile*> without;
   for (MemoFile& file : files_) {
     const std::u16string path = PathOf(file);
     Progress(path);
     folder_->Read(file, system_);
-    // A file that lies where it did has not left its category, whatever that is called now.
-    if (const auto known = history_.ids.find(path); known != history_.ids.end()) {
-      file.category = history_.memos.at(known->second).category;
+    if (file.place == MemoFile::Place::kTooDeep) {
+      if (file.problem.empty()) file.problem = u"only one level of folders becomes categories";
       continue;
     }
-    auto category = categories_->Find(file.folder);
-    if (!category && file.problem.empty()) category = categories_->Add(file.folder);
-    if (!category && file.problem.empty()) {
-      file.memo.clear();
-      file.problem =
-          u"its folder can't become a category: there are 15, with names of up to 15 bytes";
+    // A file that lies where it did has not left its category, whatever that is called now.
+    const auto known = history_.ids.find(path);
+    const auto category = known != history_.ids.end() ? history_.memos.at(known->second).category
+                                                      : categories_->Find(file.folder);
+    if (category) {
+      file.category = *category;
+      in_use.insert(*category);
+    } else if (file.problem.empty()) {
+      without.push_back(&file);
     }
-    file.category = category.value_or(0);
+  }
+  // Once all categories are known that are in use.
+  for (MemoFile* const file : without) {
+    auto category = categories_->Find(file->folder);
+    if (!category) {
+      auto added = categories_->Add(file->folder, in_use);
+      category = added.category;
+      file->problem = std::move(added.problem);
+    }
+    if (category) {
+      file->category = *category;
+      in_use.insert(*category);
+    } else {
+      file->place = MemoFile::Place::kNoCategory;
+    }
   }
 }
 
@@ -261,7 +283,7 @@ void MemoSync::Remove(const MemoRecord& record) {
 
 void MemoSync::Archive(const MemoRecord& record) {
   const std::u16string text = system_.Decode(record.memo);
-  Folder(app_folder_ / kArchive).Keep(NameFor(text), WriteFileText(record.memo, system_));
+  archive_->Keep(NameFor(text), WriteFileText(record.memo, system_));
   Log(u"Archived: " + FirstLine(text));
   MemoRecord archived = record;
   archived.attributes &= ~eArchive;  // once is enough, should this sync be cancelled
@@ -269,7 +291,12 @@ void MemoSync::Archive(const MemoRecord& record) {
 }
 
 void MemoSync::Merge(const Step& step) {
-  MemoRecord record = step.record ? *step.record : MemoRecord{};
+  MemoRecord record;
+  if (step.record) {
+    record = *step.record;
+  } else if (step.secret) {
+    record.attributes = eSecret;
+  }
   if (history_.memos.size() >= History::kMaxMemos && !history_.memos.contains(record.id)) {
     throw FileError{u"the sync index has room for " + Number(History::kMaxMemos) + u" memos"};
   }
@@ -333,13 +360,23 @@ void MemoSync::Conflict(const Step& step) {
   MemoFile copy = *step.file;
   copy.name = step.copy ? step.copy->name
                         : folder_->Copy(copy, ConflictName(fs::path(copy.name).stem().u16string()));
+  try {
+    Merge(step);
+  } catch (const FileError&) {
+    // A file that stays locked would else get one copy more by each sync.
+    try {
+      if (!step.copy && folder_->IsUnchanged(*step.file)) folder_->Delete(copy);
+    } catch (const FileError&) {
+      // The next sync takes the copy for its own.
+    }
+    throw;
+  }
   ++count_.conflicts;
   Log(u"Conflict: \"" + FirstLine(system_.Decode(*step.memo)) +
       u"\" was changed on both sides; the handheld's text goes to " + PathOf(*step.file) +
       u", the PC's to " + PathOf(copy));
-  Merge(step);
   if (!step.copy) {
-    Merge({Step::Action::kMerge, &copy, nullptr, &copy.memo, copy.category});
+    Merge({Step::Action::kMerge, &copy, nullptr, &copy.memo, copy.category, nullptr, step.secret});
   }
 }
 
@@ -382,13 +419,20 @@ void MemoSync::ClearMarks() {
 }
 
 void MemoSync::Save() {
+  if (!index_->KnowsRecords(history_)) {
+    std::random_device random;
+    const unsigned char old = categories_->SyncMark();
+    unsigned char mark = old;
+    while (mark == old || mark == 0) mark = static_cast<unsigned char>(random());
+    categories_->SetSyncMark(mark);
+  }
   if (categories_->changed()) {
     // A block has no spare byte: the array is taken whole.
     const com::ByteArray bytes(categories_->app_info());
     Check(stream_->put_ByteArray(bytes.get()));
     Check(database_->WriteAppInfoBlock(&stream_));
   }
-  index_->Write(history_);
+  index_->Write(history_, categories_->SyncMark());
   Check(database_->CloseDatabase());
 }
 
@@ -425,6 +469,9 @@ void MemoSync::StopIfCancelled() const {
   if (cancelled) throw Error(com::kUserInterrupt, u"The sync was cancelled.");
 }
 
-void MemoSync::Log(std::u16string_view text) const { Check(sync_->UpdateLog(Bstr(text))); }
+// The log is written in the code page.
+void MemoSync::Log(std::u16string_view text) const {
+  Check(sync_->UpdateLog(Bstr(Escaped(text, system_))));
+}
 
 }  // namespace memos

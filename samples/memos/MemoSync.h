@@ -75,6 +75,8 @@ class MemoSync {
   long steps_to_show_ = 0;  // since then
 
   std::optional<Folder> folder_;
+  std::optional<Folder> archive_;
+  std::vector<std::filesystem::path> left_out_;
   std::optional<Categories> categories_;
   std::vector<MemoFile> files_;
   std::vector<MemoRecord> records_;

@@ -22,15 +22,35 @@ class Planner {
   }
 
   std::vector<Step> Run() {
-    // Equal texts go before equal paths: files that were renamed to each other's names are found
-    // where they are now.
-    PairByPath(Texts::kOneUnchanged);
-    PairBy([](const auto& side) { return std::pair(side.category, side.memo); });
-    PairBy([](const auto& side) { return std::pair(0, side.memo); });
-    PairByPath(Texts::kAny);
-    PairRenamed();
+    const auto is_usable = [](const MemoFile& file) { return file.problem.empty(); };
+    const auto category_and_text = [](const auto& side) {
+      return std::pair(side.category, side.memo);
+    };
+    const auto text = [](const auto& side) { return side.memo; };
+    const auto is_known = [&](const MemoFile& file) {
+      return file.problem.empty() && history_.ids.contains(PathOf(file));
+    };
+
+    PairByPath(Unchanged::kFile);
+    // Files that were renamed to each other's names are found where they are now.
+    PairBy(category_and_text, is_known);
+    PairBy(text, is_known);
+    // A changed file stays the memo that it was, even if there is a copy of its old text.
+    PairByPath(Unchanged::kRecord);
+    PairBy(category_and_text, is_usable);
+    PairBy(text, is_usable);
+    PairRenamed(is_usable);
+    PairByPath(Unchanged::kNone);
+
+    // What can't become a memo is still there: the memo of that text has not lost its file.
+    const auto has_problem = [](const MemoFile& file) {
+      return !file.problem.empty() && !file.memo.empty();
+    };
+    PairBy(text, has_problem);
+    PairRenamed(has_problem);
+
     PairBy([](const auto& side) { return std::pair(side.category, side.title); },
-           [](const MemoFile& file) { return !IsCopy(file); });
+           [](const MemoFile& file) { return file.problem.empty() && !IsCopy(file); });
 
     for (const MemoFile& file : files_) DecideFile(file, PartnerOf(file));
     for (const MemoRecord& record : records_) DecideRecord(record);
@@ -41,28 +61,27 @@ class Planner {
   }
 
  private:
-  enum class Texts { kOneUnchanged, kAny };
+  enum class Unchanged { kFile, kRecord, kNone };  // who has to be, unless both have the same text
 
-  void PairByPath(Texts texts) {
+  void PairByPath(Unchanged unchanged) {
     for (const MemoFile& file : files_) {
       if (record_of_.contains(&file)) continue;
       const auto known = history_.ids.find(PathOf(file));
       if (known == history_.ids.end()) continue;
-      const auto record = by_id_.find(known->second);
-      if (record == by_id_.end() || file_of_.contains(record->second)) continue;
-      const Synced* const last = LastTime(*record->second);
+      const auto found = by_id_.find(known->second);
+      if (found == by_id_.end() || file_of_.contains(found->second)) continue;
+      const MemoRecord& record = *found->second;
+      const Synced* const last = LastTime(record);
       if (!last) continue;
-      if (texts == Texts::kAny || file.memo == record->second->memo || Holds(file, *last)) {
-        Pair(file, *record->second);
+      if (file.memo == record.memo || unchanged == Unchanged::kNone ||
+          (unchanged == Unchanged::kFile ? Holds(file, *last)
+                                         : !record.deleted && Holds(record, *last))) {
+        Pair(file, record);
       }
     }
   }
 
   // Pairs what is left and has the same key; of several, in their order.
-  template <class KeyOf>
-  void PairBy(KeyOf key_of) {
-    PairBy(key_of, [](const MemoFile&) { return true; });
-  }
   template <class KeyOf, class Filter>
   void PairBy(KeyOf key_of, Filter may_pair) {
     using Key = decltype(key_of(records_.front()));
@@ -77,14 +96,15 @@ class Planner {
 
   // Pairs a file that has the text of the last sync, elsewhere, with the record whose text is no
   // longer that.
-  void PairRenamed() {
+  template <class Filter>
+  void PairRenamed(Filter may_pair) {
     std::multimap<std::uint32_t, const MemoRecord*> free;
     for (const MemoRecord& record : records_) {
       const Synced* const last = LastTime(record);
       if (last && IsFree(record)) free.emplace(last->checksum, &record);
     }
     for (const MemoFile& file : files_) {
-      if (IsFree(file)) Take(free, ChecksumOf(file.memo), file);
+      if (IsFree(file) && may_pair(file)) Take(free, ChecksumOf(file.memo), file);
     }
   }
 
@@ -101,9 +121,7 @@ class Planner {
     file_of_[&record] = &file;
   }
 
-  bool IsFree(const MemoFile& file) const {
-    return file.problem.empty() && !record_of_.contains(&file);
-  }
+  bool IsFree(const MemoFile& file) const { return !record_of_.contains(&file); }
   bool IsFree(const MemoRecord& record) const {
     return !record.deleted && !file_of_.contains(&record);
   }
@@ -124,9 +142,17 @@ class Planner {
   }
 
   void DecideFile(const MemoFile& file, const MemoRecord* record) {
+    if (file.place != MemoFile::Place::kCategory) {
+      // The folders that are too deep are named as a whole.
+      if (record || file.place == MemoFile::Place::kNoCategory) {
+        steps_.push_back({Action::kSkip, &file, record});
+      }
+      return;
+    }
     const Synced* const last = record ? LastTime(*record) : nullptr;
     const bool file_unchanged = last && Holds(file, *last);
 
+    const bool secret = record && record->secret;
     if (record && record->deleted) {
       if (file_unchanged) {
         steps_.push_back({Action::kDelete, &file, record});
@@ -142,9 +168,9 @@ class Planner {
       steps_.push_back({Action::kSkip, &file, record});
     } else if (record && !record->memo.empty() && !(last && Holds(*record, *last))) {
       steps_.push_back({Action::kConflict, &file, record, &record->memo,
-                        CategoryFor(&file, record, last), CopyOf(file)});
+                        CategoryFor(&file, record, last), CopyOf(file), secret});
     } else {
-      Merge(&file, record, file.memo, last);
+      Merge(&file, record, file.memo, last, secret);
     }
   }
 
@@ -166,8 +192,9 @@ class Planner {
   }
 
   void Merge(const MemoFile* file, const MemoRecord* record, const std::string& memo,
-             const Synced* last) {
-    steps_.push_back({Action::kMerge, file, record, &memo, CategoryFor(file, record, last)});
+             const Synced* last, bool secret = false) {
+    steps_.push_back(
+        {Action::kMerge, file, record, &memo, CategoryFor(file, record, last), nullptr, secret});
   }
 
   // The side that left the category of the last sync has moved the memo; the file if both did.
@@ -181,8 +208,8 @@ class Planner {
     const std::u16string wanted = ConflictName(name.stem().u16string());
     const auto found = std::ranges::find_if(files_, [&](const MemoFile& other) {
       const std::filesystem::path other_name(other.name);
-      return other.memo == file.memo && other.folder == file.folder && IsFree(other) &&
-             other_name.extension() == name.extension() &&
+      return other.memo == file.memo && other.folder == file.folder && other.problem.empty() &&
+             IsFree(other) && other_name.extension() == name.extension() &&
              IsNameOrNumbered(other_name.stem().u16string(), wanted);
     });
     return found == files_.end() ? nullptr : &*found;
@@ -207,6 +234,28 @@ class Planner {
 
 std::u16string PathOf(const MemoFile& file) {
   return file.folder.empty() ? file.name : file.folder + u"\\" + file.name;
+}
+
+History Believable(const History& saved, const std::vector<MemoRecord>& records, bool same_state) {
+  const auto entry_of = [&](const MemoRecord& record) { return saved.memos.find(record.id); };
+  for (const MemoRecord& record : records) {
+    const auto entry = entry_of(record);
+    if (entry == saved.memos.end() || record.dirty || record.deleted) continue;
+    same_state = same_state && ChecksumOf(record.memo) == entry->second.checksum;
+  }
+  History history;
+  for (const MemoRecord& record : records) {
+    const auto entry = entry_of(record);
+    if (entry == saved.memos.end()) continue;
+    const bool may_differ = record.dirty || record.deleted;
+    if (may_differ ? same_state : ChecksumOf(record.memo) == entry->second.checksum) {
+      history.memos.insert(*entry);
+    }
+  }
+  for (const auto& [path, id] : saved.ids) {
+    if (history.memos.contains(id)) history.ids.emplace(path, id);
+  }
+  return history;
 }
 
 std::vector<Step> MakePlan(const std::vector<MemoFile>& files,

@@ -11,8 +11,13 @@
 namespace memos {
 
 struct MemoFile {
-  std::u16string folder;  // "" or the name of the sub-folder
+  // A file that has no category is not synced, but it is there: if it holds the text of a memo,
+  // that is not gone.
+  enum class Place { kCategory, kNoCategory, kTooDeep };
+
+  std::u16string folder;  // "" or the name of the sub-folder; a path if it is too deep
   std::u16string name;
+  Place place = Place::kCategory;
   int category = 0;  // of a file that lies where it did: as synced last, else the folder's
   std::string memo;
   std::u16string title;       // NameFor the memo's text, case folded
@@ -30,6 +35,7 @@ struct MemoRecord {
   bool dirty = false;     // changed on the handheld since its last sync
   bool deleted = false;   // on the handheld
   bool archived = false;  // deleted, but a copy is wanted on the PC
+  bool secret = false;
   std::string memo;
   std::u16string title;  // as in MemoFile
 };
@@ -52,7 +58,17 @@ struct Step {
   // Of a conflict: a file that holds the same memo and the mark already, as a sync leaves that was
   // killed at this step. It is new, so that it has a step of its own.
   const MemoFile* copy = nullptr;
+  bool secret = false;  // of the record that this step makes
 };
+
+// What of an index's entries for these records, and for the files that are there, is true.
+//
+// An entry of a record that has another text, though the handheld did not change it, belongs to
+// another state of the database: an older backup of it, or another one, or the sync was killed
+// before it could save the index. Then no entry counts whose record is marked as changed or
+// deleted: what it was changed from is not what the index speaks of. `same_state`: the database's
+// sync mark is the index's.
+History Believable(const History& saved, const std::vector<MemoRecord>& records, bool same_state);
 
 // The steps point into `files` and `records`. Records are removed and files deleted last.
 std::vector<Step> MakePlan(const std::vector<MemoFile>& files,

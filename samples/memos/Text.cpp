@@ -15,6 +15,7 @@ const Utf8& Utf8Facet() { return std::use_facet<Utf8>(std::locale::classic()); }
 
 constexpr std::u16string_view kBlanks = u" \t\r\n";
 constexpr size_t kMaxName = 60;
+constexpr size_t kMaxStem = 200;  // leaves room for marks, number and extension: a name has 255
 constexpr std::u16string_view kConflictMark = u" (conflict)";
 
 std::u16string FromUtf16(std::string_view bytes, size_t low) {
@@ -119,11 +120,13 @@ FileText ReadFileText(std::string_view bytes, const SystemText& system) {
     }
   }
   if (text->find(u'\0') != std::u16string::npos) return {{}, u"it is not text: it has zero bytes"};
-  if (text->find_first_not_of(kBlanks) == std::u16string::npos) return {{}, u"it is empty"};
 
   const std::u16string lines = WithLf(*text);
   auto memo = system.Encode(lines);
   if (!memo) return {{}, Missing(lines, system)};
+  if (lines.find_first_not_of(kBlanks) == std::u16string::npos) {
+    return {std::move(*memo), u"it is empty"};
+  }
   if (memo->size() <= kMaxMemo) return {std::move(*memo), {}};
   auto problem = u"it is too long: " + *FromUtf8(std::to_string(memo->size())) +
                  u" bytes, a memo has up to " + *FromUtf8(std::to_string(kMaxMemo));
@@ -190,6 +193,10 @@ std::u16string ConflictName(std::u16string_view stem) {
   const size_t mark = stem.rfind(kConflictMark);
   if (mark != std::u16string_view::npos && IsNameOrNumbered(stem.substr(mark), kConflictMark)) {
     stem = stem.substr(0, mark);
+  }
+  if (stem.size() > kMaxStem) {
+    stem = stem.substr(0, kMaxStem);
+    if (stem.back() >= 0xD800 && stem.back() < 0xDC00) stem.remove_suffix(1);
   }
   return std::u16string(stem) + std::u16string(kConflictMark);
 }

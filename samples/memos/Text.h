@@ -31,7 +31,7 @@ struct FileText {
   std::u16string problem;  // why the file can't become a memo; empty when it can
 };
 // Reads a file: UTF-8 or UTF-16 by its byte-order mark, else UTF-8 if it is valid, else the code
-// page. A text that is merely too long has both its memo and the problem.
+// page. A text that is merely too long or blank has both its memo and the problem.
 FileText ReadFileText(std::string_view bytes, const SystemText& system);
 
 // A file: UTF-8 without a mark, CR LF.

@@ -12,8 +12,8 @@ const Latin1 kSystem;
 TEST(Categories, AFreshBlockHasTheStandardForm) {
   Categories categories({}, kSystem);
   EXPECT_EQ(categories.Find(u""), 0);
-  EXPECT_EQ(categories.Add(u"Work"), 1);
-  EXPECT_EQ(categories.Add(u"B\u00FCcher"), 2);
+  EXPECT_EQ(categories.Add(u"Work", {}).category, 1);
+  EXPECT_EQ(categories.Add(u"B\u00FCcher", {}).category, 2);
 
   const std::string& block = categories.app_info();
   EXPECT_TRUE(categories.changed());
@@ -37,15 +37,17 @@ TEST(Categories, WhatABlockHoldsStays) {
   EXPECT_EQ(untouched.Folder(5), u"Category 5");
 
   Categories categories(given, kSystem);
-  EXPECT_EQ(categories.Add(u"New"), 2);
+  EXPECT_EQ(categories.Add(u"New", {}).category, 2);
   given.replace(34, 3, "New");
   given[260] = '\x80';
+  categories.SetSyncMark(7);
+  given[275] = '\x07';
   EXPECT_EQ(categories.app_info(), given);
 }
 
 TEST(Categories, AreFoundByTheirFolderInAnyCase) {
   Categories categories({}, kSystem);
-  ASSERT_TRUE(categories.Add(u"\u00C4pfel"));
+  ASSERT_TRUE(categories.Add(u"\u00C4pfel", {}).category);
   EXPECT_EQ(categories.Find(u"\u00E4PFEL"), 1);
   EXPECT_EQ(categories.Find(u"unfiled"), 0);
   EXPECT_EQ(categories.Find(u"Birnen"), std::nullopt);
@@ -53,13 +55,20 @@ TEST(Categories, AreFoundByTheirFolderInAnyCase) {
 
 TEST(Categories, AFolderThatDoesNotFitIsNone) {
   Categories categories({}, kSystem);
-  EXPECT_EQ(categories.Add(u"sixteen letters!"), std::nullopt);
-  EXPECT_EQ(categories.Add(u"\u4E2D\u6587"), std::nullopt);
-  EXPECT_EQ(categories.Add(u" blank"), std::nullopt) << "comes back without its blank";
-  for (int i = 1; i < Categories::kCount; ++i) {
-    EXPECT_EQ(categories.Add(std::u16string(1, static_cast<char16_t>(u'a' + i))), i);
+  for (const char16_t* folder : {u"sixteen letters!", u"\u4E2D\u6587", u" blank"}) {
+    const auto added = categories.Add(folder, {});
+    EXPECT_EQ(added.category, std::nullopt) << ToUtf8(folder);
+    EXPECT_NE(added.problem, u"");
   }
-  EXPECT_EQ(categories.Add(u"one more"), std::nullopt);
+  std::set<int> in_use;
+  for (int i = 1; i < Categories::kCount; ++i) {
+    EXPECT_EQ(categories.Add(std::u16string(1, static_cast<char16_t>(u'a' + i)), {}).category, i);
+    in_use.insert(i);
+  }
+  EXPECT_NE(categories.Add(u"one more", in_use).problem, u"");
+  in_use.erase(7);
+  EXPECT_EQ(categories.Add(u"one more", in_use).category, 7);
+  EXPECT_EQ(categories.Find(u"one more"), 7);
 }
 
 }  // namespace

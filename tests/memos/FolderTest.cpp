@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <set>
 
 #include "tests/memos/Latin1.h"
 
@@ -28,7 +29,7 @@ class FolderTest : public testing::Test {
     return file;
   }
   std::vector<std::string> Listed() {
-    std::vector<std::u16string> left_out;
+    std::vector<fs::path> left_out;
     std::vector<std::string> names;
     for (const MemoFile& file : folder_.List(left_out)) {
       names.push_back(ToUtf8(file.folder + u"/" + file.name));
@@ -37,7 +38,7 @@ class FolderTest : public testing::Test {
   }
 
   const fs::path root_ = fs::temp_directory_path() / "pylon-memos-folder-test";
-  const Folder folder_{root_};
+  Folder folder_{root_};
 };
 
 using Names = std::vector<std::string>;
@@ -46,11 +47,24 @@ TEST_F(FolderTest, ListsItsFilesAndThoseOneLevelDown) {
   for (const char* name : {"b.txt", "a.md", ".hidden", "~a.md", "x.tmp", "desktop.ini"})
     Put(name, "x");
   Put(fs::path(u"Work") / u"\u4E2D.txt", "x");
+  for (const char* folder : {"y.tmp", ".git", "~old"}) {
+    fs::create_directory(root_ / folder);
+    Put(fs::path(folder) / "in.txt", "x");
+  }
   Put("Work/Old/c.txt", "x");
-  EXPECT_EQ(Listed(), (Names{"/a.md", "/b.txt", "Work/\xE4\xB8\xAD.txt"}));
-  std::vector<std::u16string> left_out;
+  fs::create_directory(root_ / "Work" / "Old" / "Older");
+  Put("Work/Old/Older/d.txt", "x");
+  EXPECT_EQ(Listed(), (Names{"/a.md", "/b.txt", "Work/\xE4\xB8\xAD.txt", "y.tmp/in.txt"}));
+  std::vector<fs::path> left_out;
   folder_.List(left_out);
-  EXPECT_EQ(left_out, std::vector<std::u16string>{u"Work\\Old"});
+  EXPECT_EQ(left_out, std::vector<fs::path>{fs::path("Work") / "Old"});
+  std::set<std::string> deep;
+  for (const MemoFile& file : folder_.ListLeftOut(left_out)) {
+    EXPECT_EQ(file.place, MemoFile::Place::kTooDeep);
+    EXPECT_EQ(ReadBytes(root_ / file.folder / file.name), "x");
+    deep.insert(ToUtf8(file.name));
+  }
+  EXPECT_EQ(deep, (std::set<std::string>{"c.txt", "d.txt"}));
   EXPECT_THROW(Folder(root_ / "missing").List(left_out), fs::filesystem_error);
 }
 
@@ -80,7 +94,32 @@ TEST_F(FolderTest, NewAndMovedFilesNeverTakeAnothersPlace) {
 
 TEST_F(FolderTest, AnEqualFileIsKeptOnlyOnce) {
   for (const char* bytes : {"1", "2", "2", "1"}) folder_.Keep(u"Title", bytes);
+  EXPECT_EQ(Folder(root_).Keep(u"Title", "2"), u"Title (2).txt");
   EXPECT_EQ(Listed(), (Names{"/Title (2).txt", "/Title.txt"}));
+}
+
+TEST_F(FolderTest, ASettingNamesAFolderInOneSpelling) {
+  const struct {
+    std::u16string setting;
+    fs::path path;
+    bool contains_base;
+  } cases[] = {
+      {u"Work", root_ / "Work", false},
+      {u"Work/", root_ / "Work", false},
+      {u"./Work", root_ / "Work", false},
+      {u"Work/Old/..", root_ / "Work", false},
+      {u"", root_, true},
+      {u".", root_, true},
+      {u"Work/..", root_, true},
+      {root_.u16string() + u"/", root_, true},
+      {u"..", root_.parent_path(), true},
+      {root_.root_path().u16string(), root_.root_path(), true},
+  };
+  for (const auto& c : cases) {
+    const fs::path path = FolderPath(root_, c.setting);
+    EXPECT_EQ(path, c.path.lexically_normal()) << ToUtf8(c.setting);
+    EXPECT_EQ(Contains(path, FolderPath(root_, {})), c.contains_base) << ToUtf8(c.setting);
+  }
 }
 
 TEST_F(FolderTest, SweepsUpBehindASyncThatWasKilledAndNothingElse) {

@@ -50,6 +50,12 @@ MemoRecord Deleted(long id, std::string memo, bool archived = false) {
   return record;
 }
 
+MemoFile Misplaced(const char16_t* name, std::string memo, MemoFile::Place place) {
+  MemoFile file = Problem(name, std::move(memo));
+  file.place = place;
+  return file;
+}
+
 // What a sync that left these pairs behind has noted.
 History Last(const std::vector<std::pair<MemoFile, long>>& pairs) {
   History history;
@@ -70,6 +76,7 @@ std::string Describe(const std::vector<Step>& steps) {
          << (step.record ? std::to_string(step.record->id) : "-");
     if (step.memo) text << " = " << *step.memo << " @" << step.category;
     if (step.copy) text << " copy " << ToUtf8(step.copy->name);
+    if (step.secret) text << " secret";
   }
   return text.str();
 }
@@ -77,6 +84,9 @@ std::string Describe(const std::vector<Step>& steps) {
 TEST(Plan, DecidesByWhatChangedSinceTheLastSync) {
   const MemoFile old = File(u"a.txt", "old");
   const MemoFile old_in_1 = File(u"a.txt", "old", 1);
+  constexpr auto kNoCategory = MemoFile::Place::kNoCategory, kTooDeep = MemoFile::Place::kTooDeep;
+  MemoRecord secret = Changed(7, "there"), secret_deleted = Deleted(7, "old");
+  secret.secret = secret_deleted.secret = true;
   const struct {
     const char* name;
     Files files;
@@ -215,6 +225,57 @@ TEST(Plan, DecidesByWhatChangedSinceTheLastSync) {
        {Record(7, "long")},
        Last({{File(u"a.txt", "long"), 7}}),
        "merge a.txt 7 = long @0"},
+      {"the same, renamed",
+       {Problem(u"b.txt", "long")},
+       {Record(7, "long")},
+       Last({{File(u"a.txt", "long"), 7}}),
+       "merge b.txt 7 = long @0"},
+      {"moved to a folder that can't be a category",
+       {Misplaced(u"b.txt", "old", kNoCategory), Misplaced(u"c.txt", "two", kNoCategory)},
+       {Record(7, "old"), Changed(8, "new")},
+       Last({{old, 7}, {File(u"c.txt", "two", 1), 8}}),
+       "skip b.txt 7; skip c.txt 8"},
+      {"new in a folder that can't be a category",
+       {Misplaced(u"b.txt", "new", kNoCategory), Misplaced(u"c.txt", "new", kTooDeep)},
+       {},
+       {},
+       "skip b.txt -"},
+      {"moved too deep, a copy is not",
+       {File(u"b.txt", "old"), Misplaced(u"d.txt", "old", kTooDeep),
+        Misplaced(u"c.txt", "two", kTooDeep)},
+       {Record(7, "old"), Record(8, "two")},
+       Last({{old, 7}, {File(u"c.txt", "two"), 8}}),
+       "merge b.txt 7 = old @0; skip c.txt 8"},
+      {"file changed, a copy has its old text",
+       {File(u"a.txt", "new"), File(u"z.txt", "old")},
+       {Record(7, "old")},
+       Last({{old, 7}}),
+       "merge a.txt 7 = new @0; merge z.txt - = old @0"},
+      {"two files that took each other's name, records changed",
+       {File(u"a.txt", "two"), File(u"b.txt", "one")},
+       {Changed(7, "one!"), Changed(8, "two!")},
+       Last({{File(u"a.txt", "one"), 7}, {File(u"b.txt", "two"), 8}}),
+       "merge a.txt 8 = two! @0; merge b.txt 7 = one! @0"},
+      {"what a secret record leaves is secret: copy",
+       {File(u"a.txt", "here")},
+       {secret},
+       Last({{old, 7}}),
+       "conflict a.txt 7 = there @0 secret"},
+      {"added again",
+       {File(u"a.txt", "here")},
+       {secret_deleted},
+       Last({{old, 7}}),
+       "merge a.txt - = here @0 secret"},
+      {"blanked on the handheld",
+       {Problem(u"a.txt", " \n")},
+       {Record(7, " \n")},
+       Last({{File(u"a.txt", " \n"), 7}}),
+       "merge a.txt 7 =  \n @0"},
+      {"no longer blank",
+       {Problem(u"a.txt", " \n")},
+       {Changed(7, "new")},
+       Last({{File(u"a.txt", " \n"), 7}}),
+       "merge a.txt 7 = new @0"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -263,6 +324,34 @@ TEST(Plan, WithoutAHistoryMatchesByTextThenByTitle) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(Describe(MakePlan(c.files, c.records, {})), c.steps);
+  }
+}
+
+// An entry that is believed in error lets an old text replace a newer one.
+TEST(Plan, BelievesAnIndexOnlyOfTheSameStateOfTheDatabase) {
+  const History saved = Last({{File(u"a.txt", "a"), 1}, {File(u"b.txt", "b"), 2}});
+  const struct {
+    const char* name;
+    Records records;
+    bool same_mark;
+    std::vector<long> believed;
+  } cases[] = {
+      {"the one that was saved", {Record(1, "a"), Record(2, "b")}, true, {1, 2}},
+      {"changed since", {Changed(1, "x"), Deleted(2, "")}, true, {1, 2}},
+      {"older backup", {Record(1, "a"), Record(2, "b0")}, true, {1}},
+      {"older backup, changed since", {Changed(1, "x"), Record(2, "b0")}, true, {}},
+      {"older backup, deleted since", {Record(2, "b0"), Deleted(1, "")}, true, {}},
+      {"another mark", {Record(1, "a"), Changed(2, "x")}, false, {1}},
+      {"another mark, all changed", {Changed(1, "x"), Deleted(2, "")}, false, {}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    const History history = Believable(saved, c.records, c.same_mark);
+    std::vector<long> memos, ids;
+    for (const auto& [id, synced] : history.memos) memos.push_back(id);
+    for (const auto& [path, id] : history.ids) ids.push_back(id);
+    EXPECT_EQ(memos, c.believed);
+    EXPECT_EQ(ids, c.believed);
   }
 }
 

@@ -58,6 +58,8 @@ TEST(FileText, WhatCannotBecomeAMemoSaysWhy) {
     const FileText text = ReadFileText(c.file, Latin1());
     EXPECT_NE(text.problem.find(c.reason), std::u16string::npos) << ToUtf8(text.problem);
   }
+  // A memo that was blanked on the handheld has such a file, and is not in its way later.
+  EXPECT_EQ(ReadFileText(" \r\n", Latin1()).memo, " \n");
 }
 
 TEST(FileText, AMemoComesBackAsItWas) {
@@ -106,6 +108,9 @@ TEST(ConflictName, IsMarkedOnce) {
     EXPECT_EQ(ToUtf8(ConflictName(stem)), "a (conflict)");
   }
   EXPECT_EQ(ToUtf8(ConflictName(u"a (2)")), "a (2) (conflict)");
+  const std::u16string shortened = ConflictName(std::u16string(250, u'n'));
+  EXPECT_LT(shortened.size(), 230U);
+  EXPECT_EQ(ConflictName(shortened), shortened);
 }
 
 TEST(NameFor, IsFoundAgainWithANumber) {
