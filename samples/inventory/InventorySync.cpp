@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 
 #include "Columns.h"
@@ -49,8 +50,8 @@ InventorySync::InventorySync(_oSyncInfo* sync) : sync_(sync) {
 
 void InventorySync::Run() {
   const auto fail = [&](unsigned number, const TableError& error) {
-    throw Error(BasicError(number),
-                path_.u16string() + u": " + error.reason + u". Nothing was changed.");
+    throw Error(BasicError(number), path_.u16string() + u": " + error.reason +
+                                        u". File and database are as they were.");
   };
   try {
     Sync();
@@ -156,7 +157,8 @@ void InventorySync::StartFile() {
 void InventorySync::ReadRows() {
   Phase(u"Reading the file", csv_.size());
   for (size_t at = header_ + 1; at < csv_.size(); ++at) {
-    if (csv_[at].cells.empty()) continue;
+    // Blank, or nothing but commas, as spreadsheets write it.
+    if (std::ranges::all_of(csv_[at].cells, &std::u16string::empty)) continue;
     TableRow& row = rows_.emplace_back();
     row.at = at;
     row.line = csv_[at].line;
@@ -269,17 +271,16 @@ void InventorySync::Keep(std::u16string_view word, const std::vector<std::u16str
   if (rows.empty()) return;
   const fs::path path = Beside(word);
   FileText kept{u"", file_.marked};
+  std::unordered_set<std::u16string> known;
   try {
     if (const auto bytes = ReadBytes(path)) kept = ReadFileText(*bytes, code_page_);
+    for (CsvRow& row : ParseCsv(kept.text)) known.insert(std::move(row.raw));
   } catch (const TableError& error) {
     throw FileError{{u"rows must be added to " + path.u16string() + u", but " + error.reason}};
   }
   if (!kept.text.empty() && !kept.text.ends_with(u'\n')) kept.text += u"\r\n";
   const auto add = [&](const std::u16string& row) {
-    const std::u16string line = row + u"\r\n";
-    if (!kept.text.starts_with(line) && kept.text.find(u"\n" + line) == std::u16string::npos) {
-      kept.text += line;
-    }
+    if (known.insert(row).second) kept.text += row + u"\r\n";
   };
   add(csv_[header_].raw);
   std::ranges::for_each(rows, add);

@@ -95,9 +95,9 @@ class Planner {
   // Of a record without a row.
   void DecideRecord(const TableRecord& record, bool all_told) {
     if (!record.problem.empty()) return Add(Action::kSkip, nullptr, &record);
-    if (record.deleted) return Add(Action::kSame, nullptr, &record);
     const bool had_row = history_.checksums.contains(record.id);
     if (had_row && !all_told) return Add(Action::kSkip, nullptr, &record);
+    if (record.deleted) return Add(Action::kSame, nullptr, &record);
     Add(IsUnchanged(record, LastOf(record.key)) ? Action::kRemoveRecord : Action::kToRow, nullptr,
         &record);
   }
@@ -160,6 +160,13 @@ History ReadHistory(const std::vector<TableRow>& rows, const std::vector<TableRe
       history.checksums.emplace(record.id, checksum);
     } else {
       outdated = true;
+    }
+  }
+  // This is not the database that was saved last, but an older one, say: what the handheld changed
+  // in it can't be told from what it lacks.
+  if (outdated) {
+    for (const TableRecord& record : records) {
+      if (record.dirty || record.deleted) history.checksums.erase(record.id);
     }
   }
   const auto read = [&](const std::u16string& key) {

@@ -60,7 +60,8 @@ void RefuseDoubles(std::vector<TableRecord>& records, const History& history);
 //
 // Left out is what can't be true: a record that has other bytes than its entry says, though the
 // handheld did not change it, belongs to another database, or was saved by a sync that was killed
-// before it could save the index. `outdated` tells of entries that were left out.
+// before it could save the index. Then the entries of records that the handheld changed or deleted
+// are left out as well, since its changes can't be told. `outdated` tells of entries left out.
 History ReadHistory(const std::vector<TableRow>& rows, const std::vector<TableRecord>& records,
                     const std::function<std::int32_t(const std::u16string&)>& entry,
                     const Holds& holds, bool& outdated);

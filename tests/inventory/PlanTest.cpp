@@ -117,6 +117,7 @@ TEST(Plan, DecidesByWhatChangedSinceTheLastSync) {
        "same A 8; same B 7"},
       {"bad row", {BadRow(u"A")}, {Changed(7, u"A", "new")}, "skip A 7"},
       {"bad row, record deleted", {BadRow(u"A")}, {Deleted(7)}, "skip A 7"},
+      {"row without a key, record deleted", {BadRow(u"")}, {Deleted(7)}, "skip ? -; skip - 7"},
       {"bad new row", {BadRow(u"C")}, {}, "skip C -"},
       {"a row without a key keeps records whose rows are gone",
        {BadRow(u"")},
@@ -167,9 +168,12 @@ TEST(Plan, BelievesOnlyEntriesThatTheRecordsBearOut) {
   const auto holds = [](char16_t) { return true; };
   bool outdated = false;
   const History history = ReadHistory(rows, records, entry, holds, outdated);
-  EXPECT_EQ(history, (History{{{u"A", 7}, {u"C", 9}},
-                              {{7, ChecksumOf("A old")}, {9, ChecksumOf("C old")}, {10, 77}}}));
-  EXPECT_TRUE(outdated) << "B is left out";
+  EXPECT_EQ(history, (History{{{u"A", 7}}, {{7, ChecksumOf("A old")}}}))
+      << "B contradicts its entry, so what was changed counts for nothing either";
+  EXPECT_TRUE(outdated);
+  EXPECT_EQ(ReadHistory(rows, {records[0], records[2], records[3]}, entry, holds, outdated),
+            (History{{{u"A", 7}, {u"C", 9}},
+                     {{7, ChecksumOf("A old")}, {9, ChecksumOf("C old")}, {10, 77}}}));
   ReadHistory({rows[0]}, {records[0]}, entry, holds, outdated);
   EXPECT_FALSE(outdated);
 }

@@ -376,7 +376,8 @@ TEST_F(InventoryTest, ABadCellIsNamedAndItsRowLeftAlone) {
 TEST_F(InventoryTest, WhatIsWrongAltogetherIsToldBeforeAnythingIsWritten) {
   EXPECT_THAT(Refused(), HasSubstr("Inventory.csv is missing. Make it;"));
   Write("\r\n");
-  EXPECT_THAT(Refused(), HasSubstr("it has no header in its first line. Nothing was changed."));
+  EXPECT_THAT(Refused(),
+              HasSubstr("it has no header in its first line. File and database are as they were."));
   Write("\xC3\x89:string,\xCE\xA9:long\r\n");
   EXPECT_THAT(Refused(), HasSubstr("a database can't keep this name: column 2"));
   EXPECT_FALSE(fs::exists(database()));
