@@ -7,6 +7,9 @@
 
 namespace pylon {
 
+// What a file says of a copy that Cancel has stopped.
+inline constexpr std::u16string_view kCopyCancelled = u"The user has cancelled the copy.";
+
 // Whom the waits for a device report to, and who may stop them: the status window, through its own
 // floor. Sizes and offsets are in bytes.
 //

@@ -121,7 +121,7 @@ bool cFilePPC::OpenFile(std::u16string_view stFileName, std::u16string_view sRea
                        sReadWrite.empty();
   // The end of a run saves what is still open, once more after the user has ended that.
   if (writing && stopped_up_ && progress_->IsStopped()) {
-    return Fail(u"OpenFile", file_error::kCancelled, u"The user has cancelled the copy.");
+    return Fail(u"OpenFile", file_error::kCancelled, kCopyCancelled);
   }
   // Not "W", which would empty the device's file before the new contents are known.
   const std::u16string_view device_mode = EqualsIgnoringCase(sReadWrite, u"W") ? u"RW" : sReadWrite;
@@ -173,7 +173,7 @@ bool cFilePPC::CopyDown() {
     offset += count;
     progress_->Advance(offset);
     if (progress_->IsStopped()) {
-      return Fail(u"OpenFile", file_error::kCancelled, u"The user has cancelled the copy.");
+      return Fail(u"OpenFile", file_error::kCancelled, kCopyCancelled);
     }
   }
   return true;
@@ -220,7 +220,7 @@ bool cFilePPC::CopyUp() {
     progress_->Advance(offset);
     if (offset < size && !stopped_before && progress_->IsStopped()) {
       stopped_up_ = true;
-      return Fail(u"CloseFile", file_error::kCancelled, u"The user has cancelled the copy.");
+      return Fail(u"CloseFile", file_error::kCancelled, kCopyCancelled);
     }
   }
   if (created_ != 0) device_->SetCreateDateTime(created_);

@@ -16,6 +16,7 @@
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "conduits/cConduitList.h"
+#include "files/DeviceProgress.h"
 #include "files/ProgramFiles.h"
 #include "files/RapiConnection.h"
 #include "files/cFileIO.h"
@@ -272,11 +273,18 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   }
   server_->SetRun(nullptr, nullptr);
   status.reset();
-  if (cancelled && !finished) return kCancelled;
-  // A component may have taken what didn't arrive for success, or for some failure of its own.
-  if (device->IsLost() && error.find(RapiConnection::kClosedText) == std::u16string::npos) {
-    error += (error.empty() ? u"" : u"\r\n") + std::u16string(RapiConnection::kClosedText);
-  }
+  // What was changed and is not where it belongs is told in any case. Cancel means that of a copy
+  // which it stopped itself.
+  std::u16string unsaved = driver.Unsaved();
+  if (cancelled && unsaved.find(kCopyCancelled) != std::u16string::npos) unsaved.clear();
+  if (cancelled && !finished && unsaved.empty() && !device->IsLost()) return kCancelled;
+  // A component may have taken it for success, or for some failure of its own.
+  const auto add = [&error](std::u16string_view text) {
+    if (text.empty() || error.find(text) != std::u16string::npos) return;
+    error += (error.empty() ? u"" : u"\r\n") + std::u16string(text);
+  };
+  add(unsaved);
+  if (device->IsLost()) add(RapiConnection::kClosedText);
   if (error.empty()) return kDone;
   ShowMessage(error);
   return kFailed;

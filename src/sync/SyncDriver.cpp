@@ -219,7 +219,8 @@ std::u16string SyncDriver::ChooseDevice(int16_t index, std::u16string_view app_i
   session_.file_system = std::make_shared<PDBFileSystemPC>(
       DeviceFolder(index, app_id), DeviceFiles(), dftActiveSync, with_.code_page, with_.clock,
       with_.log, SyncIndexes(pc_folder));
-  return {};
+  // Gone already: the component would work on a folder that it can't see.
+  return with_.device->IsLost() ? RapiConnection::kClosedText : u"";
 }
 
 void SyncDriver::ReadDeviceTime() {
@@ -283,6 +284,11 @@ void SyncDriver::SyncFinish() noexcept {
   } catch (const std::exception&) {
     with_.log->UpdateLog(u"SynchronizeClose failed.");
   }
+  if (!session_.file_system->CloseDatabases(unsaved_)) {
+    with_.log->UpdateLog(u"Sync Failed: what was changed could not be saved.");
+    SyncStop();
+    return;
+  }
   with_.log->UpdateLog(u"Sync Finished");
   const Date now = with_.clock.Now();
   if (!session_.device->SetSyncDateTime(now)) {
@@ -302,7 +308,7 @@ void SyncDriver::SyncStop() noexcept {
   const std::shared_ptr<CLog> log = std::exchange(with_.log, nullptr);
   ended.component.reset();
   info_->Detach();
-  if (ended.file_system) ended.file_system->Close();
+  if (ended.file_system) ended.file_system->End(unsaved_);
   if (ended.file_panel) ended.file_panel->Detach();
   with_.device->End();
   log->Close();

@@ -54,8 +54,12 @@ class SyncDriver {
 
   bool BeginSync(std::u16string_view AppId, int16_t DatabaseType,
                  std::u16string& ErrorMessage) noexcept;
-  void SyncFinish() noexcept;  // after a true BeginSync
-  void SyncStop() noexcept;    // releases everything the sync holds; twice does nothing
+  // After a true BeginSync. Saves what the component left open first, and a sync whose databases
+  // can't be saved has failed: the dates of the last sync stay.
+  void SyncFinish() noexcept;
+  void SyncStop() noexcept;  // releases everything the sync holds; twice does nothing
+  // Why a database could not be saved at the end; empty when all were.
+  const std::u16string& Unsaved() const noexcept { return unsaved_; }
 
   // Lives as long as the driver; its CancelSync can be read after SyncStop too.
   const std::shared_ptr<oSyncInfo>& SyncInfo() const noexcept { return info_; }
@@ -92,6 +96,7 @@ class SyncDriver {
   std::shared_ptr<oSyncInfo> info_;
   StatusHeading heading_;  // as shown
   Session session_;
+  std::u16string unsaved_;
 };
 
 }  // namespace pylon

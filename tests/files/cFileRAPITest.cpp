@@ -238,7 +238,7 @@ TEST(cRegRAPI, ReadsTheDevicesName) {
     const char* ident;
     const char16_t* name;
   } kCases[] = {
-      {"Name=Mary's iPAQ\r\n", u"Mary's iPAQ"},
+      {"Name=Lab's Pocket\r\n", u"Lab's Pocket"},
       {"Name=\"\"\r\n", u""},
       {"Name=dword:0000002a\r\n", u"42"},
       {"Name=dword:ffffffff\r\n", u"-1"},
