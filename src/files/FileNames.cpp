@@ -87,6 +87,16 @@ std::vector<std::u16string> FolderLevels(std::u16string_view path) {
   return levels;
 }
 
+std::u16string DevicePath(std::u16string_view path) {
+  std::u16string device_path;
+  while (!path.empty()) {
+    const std::u16string_view part = path.substr(0, path.find_first_of(kSeparators));
+    path.remove_prefix(std::min(part.size() + 1, path.size()));
+    if (!part.empty()) (device_path += u'\\') += part;
+  }
+  return device_path.empty() ? u"\\" : device_path;
+}
+
 std::u16string FolderName(std::u16string_view text) {
   std::u16string name(text);
   std::ranges::replace_if(name, IsForbidden, u'_');

@@ -31,6 +31,10 @@ bool IsRelative(std::u16string_view path);
 // drive and the server and share of a UNC name exist already or can't be created.
 std::vector<std::u16string> FolderLevels(std::u16string_view path);
 
+// A path on a handheld, which has one root and no current folder: a separator in front, single ones
+// between, none at the end. Windows CE would take doubled ones for a network name.
+std::u16string DevicePath(std::u16string_view path);
+
 // Makes one component of a path out of any text, such as a device's name: what Windows forbids in
 // a name becomes '_', and a name that would be a DOS device gets one in front. A text that is a
 // good name stays as it is.

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "pdb/PDBDatabase.h"
@@ -25,9 +26,16 @@ class PDBFileSystem {
   virtual int32_t DatabaseCount() const = 0;
   virtual std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const = 0;  // 1-based; else error 9
 
-  // Ends the file system: saves and closes what is open. A failure goes to the log. Afterwards
-  // every member answers False or 0.
-  virtual void Close() noexcept = 0;
+  // Saves and closes what is open. False when something could not be saved: that stays open, the
+  // log tells it, and `failure` has the first reason.
+  virtual bool CloseDatabases(std::u16string& failure) noexcept = 0;
+  // Does the same and ends the file system: afterwards every member answers False or 0, and what
+  // could not be saved is gone.
+  virtual bool End(std::u16string& failure) noexcept = 0;
+  void Close() noexcept {
+    std::u16string in_the_log;
+    End(in_the_log);
+  }
 };
 
 }  // namespace pylon

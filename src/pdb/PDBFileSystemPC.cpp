@@ -12,6 +12,7 @@ namespace pylon {
 namespace {
 
 constexpr std::u16string_view kExtension = u".pdb";
+constexpr std::u16string_view kNoMemory = u"A database could not be closed: out of memory";
 constexpr size_t kMaxDatabases = std::numeric_limits<int16_t>::max();
 
 std::u16string FileNameOf(std::u16string_view name) {
@@ -172,19 +173,41 @@ std::shared_ptr<PDBDatabase> PDBFileSystemPC::Database(int32_t iIndex) const {
   return databases_[static_cast<size_t>(iIndex) - 1].database;
 }
 
-void PDBFileSystemPC::Close() noexcept {
+bool PDBFileSystemPC::CloseDatabases(std::u16string& failure) noexcept {
+  try {
+    // A copy: closing a device's file may let other work in, and the list change.
+    return CloseAll(std::vector<Named>(databases_), failure);
+  } catch (const std::bad_alloc&) {
+    log_->UpdateLog(kNoMemory);
+    return false;
+  }
+}
+
+bool PDBFileSystemPC::End(std::u16string& failure) noexcept {
   closed_ = true;
-  // Taken out first: closing a device's file may let other work in.
-  for (const Named& entry : std::exchange(databases_, {})) {
+  return CloseAll(std::exchange(databases_, {}), failure);
+}
+
+bool PDBFileSystemPC::CloseAll(const std::vector<Named>& databases,
+                               std::u16string& failure) noexcept {
+  bool all = true;
+  for (const Named& entry : databases) {
     try {
       entry.database->CloseDatabase();
     } catch (const AutomationError& error) {
+      all = false;
       log_->UpdateLog(error.description());
+      try {
+        if (failure.empty()) failure = error.description();
+      } catch (const std::bad_alloc&) {
+        // The log has it.
+      }
     } catch (...) {
-      // Nothing that needs memory: it may be what is missing.
-      log_->UpdateLog(u"A database could not be closed.");
+      all = false;
+      log_->UpdateLog(kNoMemory);
     }
   }
+  return all;
 }
 
 }  // namespace pylon

@@ -51,7 +51,8 @@ class PDBFileSystemPC final : public PDBFileSystem {
   bool DeleteDatabase(std::u16string_view FileName) override;
   int32_t DatabaseCount() const override { return static_cast<int32_t>(databases_.size()); }
   std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const override;
-  void Close() noexcept override;
+  bool CloseDatabases(std::u16string& failure) noexcept override;
+  bool End(std::u16string& failure) noexcept override;
 
   // Whether the text can name a database here.
   static bool IsDatabaseName(std::u16string_view name);
@@ -62,6 +63,7 @@ class PDBFileSystemPC final : public PDBFileSystem {
     std::shared_ptr<PDBDatabasePC> database;
   };
 
+  bool CloseAll(const std::vector<Named>& databases, std::u16string& failure) noexcept;
   bool Accepts(std::u16string_view name) const;
   bool Refuse(std::u16string_view name, std::u16string_view reason) const;
   std::vector<Named>::iterator Find(std::u16string_view name);

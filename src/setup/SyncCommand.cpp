@@ -1,13 +1,31 @@
 #include "setup/SyncCommand.h"
 
 namespace pylon {
+namespace {
+
+bool IsWord(std::u16string_view text) {
+  return !text.empty() && text.front() != u'-' && text.front() != u'/';
+}
+
+}  // namespace
 
 std::optional<std::u16string> SyncArguments(std::u16string_view app_id) {
-  if (app_id.empty() || app_id.front() == u'-' || app_id.front() == u'/' ||
-      app_id.find(u'"') != std::u16string_view::npos) {
-    return std::nullopt;
-  }
+  if (!IsWord(app_id) || app_id.find(u'"') != app_id.npos) return std::nullopt;
   return u"-AppId \"" + std::u16string(app_id) + u"\" -Database 4";
+}
+
+std::u16string ConnectArguments(std::u16string_view app_id) {
+  return u"-Appid " + std::u16string(app_id) + u" -Database 5";
+}
+
+bool CanConnect(std::u16string_view app_id) {
+  if (app_id.find(u'"') != app_id.npos) return false;
+  for (;;) {
+    const size_t blank = app_id.find(u' ');
+    if (!IsWord(app_id.substr(0, blank))) return false;
+    if (blank == app_id.npos) return true;
+    app_id.remove_prefix(blank + 1);
+  }
 }
 
 }  // namespace pylon

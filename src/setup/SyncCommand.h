@@ -10,4 +10,12 @@ namespace pylon {
 // argument text can carry: an empty one, one with a double quote, one that begins like a switch.
 std::optional<std::u16string> SyncArguments(std::u16string_view app_id);
 
+// The arguments with which ActiveSync starts a sync of a conduit. The AppId stands there without
+// quotes, as ActiveSync's other entries have it, so not every AppId can be told from them again.
+std::u16string ConnectArguments(std::u16string_view app_id);
+
+// Whether they name that conduit: its words begin with neither '-' nor '/', have no double quote
+// and are separated by single blanks.
+bool CanConnect(std::u16string_view app_id);
+
 }  // namespace pylon

@@ -10,6 +10,7 @@
 #include "base/Text.h"
 #include "conduits/cConduitList.h"
 #include "files/ProgramFiles.h"
+#include "setup/StartProcess.h"
 #include "setup/SyncCommand.h"
 #include "sync/ConduitIcon.h"
 
@@ -35,20 +36,6 @@ constexpr char16_t kUnreadable[] =
     u"The settings file could not be read, so no conduits are listed:\r\n\r\n";
 constexpr char16_t kReadAgain[] =
     u"\r\n\r\nClose the program that uses it, or see to it that you may read it; then press F5.";
-constexpr char16_t kNoAppId[] =
-    u"No Application ID Supplied.\r\n"
-    u"Pylon -AppId {application id} -install\r\n"
-    u"Pylon -AppId {application id} -uninstall";
-constexpr char16_t kNoInstallConduit[] =
-    u"This version of Pylon does not install conduits for HotSync or ActiveSync yet. Nothing was "
-    u"installed for '";
-constexpr char16_t kNoUninstallConduit[] =
-    u"This version of Pylon does not install conduits for HotSync or ActiveSync yet, so there is "
-    u"nothing to remove for '";
-constexpr char16_t kNoInstallApplication[] =
-    u"This version of Pylon does not install handheld applications yet. Install the application of "
-    u"'";
-constexpr char16_t kWithHandheldTools[] = u"' with the software that came with the handheld.";
 constexpr char16_t kCannotStart[] =
     u"This conduit can't be started by its application id, which is empty, holds a double quote or "
     u"begins with '-' or '/'. Change the name of its section in the settings file.";
@@ -77,22 +64,6 @@ uint64_t WriteTime(const std::u16string& file) noexcept {
   WIN32_FILE_ATTRIBUTE_DATA data = {};
   if (!::GetFileAttributesExW(Wide(file), GetFileExInfoStandard, &data)) return 0;
   return uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
-}
-
-// Starts this very program as a process of its own; 0 or the system's error.
-DWORD StartPylon(const std::u16string& arguments) {
-  const std::u16string program = ProgramPath();
-  std::u16string command = u"\"" + program + u"\" " + arguments;
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  PROCESS_INFORMATION process = {};
-  if (!::CreateProcessW(Wide(program), reinterpret_cast<wchar_t*>(command.data()), nullptr, nullptr,
-                        FALSE, 0, nullptr, nullptr, &startup, &process)) {
-    return ::GetLastError();
-  }
-  ::CloseHandle(process.hThread);  // it runs on its own from here
-  ::CloseHandle(process.hProcess);
-  return 0;
 }
 
 // Raises a flag and shows the busy cursor as long as it lives.
@@ -140,35 +111,6 @@ bool frmSetup::TranslateDialogMessage(MSG& message) {
     return true;
   }
   return ::IsDialogMessageW(handle(), &message) != FALSE;
-}
-
-bool frmSetup::InstallConduit(std::u16string_view AppId, std::u16string& message) {
-  if (KnowsApp(AppId, message)) message = kNoInstallConduit + std::u16string(AppId) + u"'.";
-  return false;
-}
-
-bool frmSetup::UninstallConduit(std::u16string_view AppId, std::u16string& message) {
-  if (KnowsApp(AppId, message)) message = kNoUninstallConduit + std::u16string(AppId) + u"'.";
-  return false;
-}
-
-bool frmSetup::InstallApplication(std::u16string_view AppId, std::u16string& message) {
-  if (KnowsApp(AppId, message)) {
-    message = kNoInstallApplication + std::u16string(AppId) + kWithHandheldTools;
-  }
-  return false;
-}
-
-bool frmSetup::KnowsApp(std::u16string_view AppId, std::u16string& message) const {
-  if (AppId.empty()) {
-    message = kNoAppId;
-    return false;
-  }
-  if (conduits_.FindAppId(AppId) == 0) {
-    message = u"This Application '" + std::u16string(AppId) + u"' is not registered with Pyln.";
-    return false;
-  }
-  return true;
 }
 
 LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
@@ -295,7 +237,8 @@ void frmSetup::OnSync() {
     ShowError(kCannotStart);
     return;
   }
-  if (const DWORD code = StartPylon(*arguments)) {
+  const std::u16string program = ProgramPath();
+  if (const DWORD code = StartProcess(program, u"\"" + program + u"\" " + *arguments)) {
     ShowError(u"The sync could not be started: " + SystemReason(code));
   }
 }

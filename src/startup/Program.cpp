@@ -2,6 +2,7 @@
 
 #include <objbase.h>
 
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
 #include <optional>
@@ -15,8 +16,12 @@
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "conduits/cConduitList.h"
+#include "files/DeviceProgress.h"
 #include "files/ProgramFiles.h"
+#include "files/RapiConnection.h"
 #include "files/cFileIO.h"
+#include "setup/ConduitInstaller.h"
+#include "setup/cActiveSync.h"
 #include "setup/frmSetup.h"
 #include "startup/cCommandLine.h"
 #include "sync/SyncDriver.h"
@@ -39,8 +44,8 @@ class Apartment {
   Apartment& operator=(const Apartment&) = delete;
 };
 
-void ShowMessage(const std::u16string& text) {
-  ::MessageBoxW(nullptr, Wide(text), kTitle, MB_OK | MB_ICONWARNING | MB_SETFOREGROUND);
+void ShowMessage(const std::u16string& text, UINT icon = MB_ICONWARNING) {
+  ::MessageBoxW(nullptr, Wide(text), kTitle, MB_OK | icon | MB_SETFOREGROUND);
 }
 
 // What a Basic program reports when nobody has caught an error.
@@ -54,6 +59,16 @@ std::u16string AbsolutePath(const std::u16string& path) {
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   return path.empty() || error ? path : absolute.u16string();
+}
+
+// An AppId with blanks reaches us without quotes from ActiveSync, and the parser joins its words by
+// its own separator.
+std::u16string AppIdIn(const cCommandLine& switches) {
+  std::u16string app_id = switches.SwitchValue(u"appid");
+  if (switches.CommandLine().find(cCommandLine::kSeparator) == std::u16string::npos) {
+    std::replace(app_id.begin(), app_id.end(), cCommandLine::kSeparator, u' ');
+  }
+  return app_id;
 }
 
 // A whole number of 16 bits, as the `database` switch takes it; errors 13 and 6.
@@ -193,7 +208,7 @@ int Program::RunAlone(std::u16string_view arguments) {
   switches.AddSwitch(u"database", true);
   switches.AddSwitch(u"save", true);
   switches.SetCommandLine(arguments);
-  const std::u16string app_id = switches.SwitchValue(u"appid");
+  const std::u16string app_id = AppIdIn(switches);
 
   // Before the first component is made: it may create our classes while it describes itself.
   const ClassObjects classes(*server_, ClassObjects::Reach::kThisProcess);
@@ -204,12 +219,14 @@ int Program::RunAlone(std::u16string_view arguments) {
 
   ComComponentFactory components(*server_);
   cConduitList conduits(folder_, components, code_page_);
-  frmSetup setup(conduits);
+  cActiveSync active_sync(path_, code_page_);
+  ConduitInstaller installer(conduits, active_sync);
+  frmSetup setup(conduits, installer);
   std::u16string message;
   bool done = true;
   if (switches.HasSwitch(u"install")) {
     done = setup.InstallConduit(app_id, message);
-    if (done) done = setup.InstallApplication(app_id, message);
+    done = setup.InstallApplication(app_id, message) && done;
   } else if (switches.HasSwitch(u"uninstall")) {
     done = setup.UninstallConduit(app_id, message);
   } else {
@@ -223,7 +240,7 @@ int Program::RunAlone(std::u16string_view arguments) {
     }
     return kDone;
   }
-  if (!done) ShowMessage(message);
+  if (!message.empty()) ShowMessage(message, MB_ICONINFORMATION);
   return done ? kDone : kFailed;
 }
 
@@ -238,8 +255,9 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   std::optional<frmStatus> status(std::in_place);
   status->Create();
   const auto log = std::make_shared<CLog>(folder_, code_page_, clock_, &log_window);
+  const auto device = std::make_shared<RapiConnection>();
   SyncDriver driver({folder_, save_folder, code_page_, clock_, server_->files(), components,
-                     *status, std::move(conduits), log});
+                     *status, std::move(conduits), log, device});
   server_->SetRun(driver.SyncInfo(), log);
   status->on_cancel = [&driver] { driver.SyncInfo()->SetCancelSync(true); };
 
@@ -255,8 +273,19 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   }
   server_->SetRun(nullptr, nullptr);
   status.reset();
-  if (finished) return kDone;
-  if (cancelled) return kCancelled;
+  // What was changed and is not where it belongs is told in any case. Cancel means that of a copy
+  // which it stopped itself.
+  std::u16string unsaved = driver.Unsaved();
+  if (cancelled && unsaved.find(kCopyCancelled) != std::u16string::npos) unsaved.clear();
+  if (cancelled && !finished && unsaved.empty() && !device->IsLost()) return kCancelled;
+  // A component may have taken it for success, or for some failure of its own.
+  const auto add = [&error](std::u16string_view text) {
+    if (text.empty() || error.find(text) != std::u16string::npos) return;
+    error += (error.empty() ? u"" : u"\r\n") + std::u16string(text);
+  };
+  add(unsaved);
+  if (device->IsLost()) add(RapiConnection::kClosedText);
+  if (error.empty()) return kDone;
   ShowMessage(error);
   return kFailed;
 }

@@ -1,21 +1,37 @@
 #include "sync/SyncDriver.h"
 
+#include <optional>
 #include <utility>
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "files/FileNames.h"
 #include "files/ProgramFiles.h"
+#include "files/cFileIO.h"
+#include "files/cFilePPC.h"
+#include "files/cFileRAPI.h"
+#include "files/cRegRAPI.h"
 #include "pdb/PDBFileSystemPC.h"
 
 namespace pylon {
 namespace {
 
 constexpr char16_t kLineEnd[] = u"\r\n";
+constexpr char16_t kNotConnected[] =
+    u"ActiveSync Failed to Initialize.  Unable to connect to device.";
+// A key of the program's section of Pylon.ini: the rapi.dll of a simulated device.
+constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
 
 std::u16string ConduitError(const AutomationError& error) {
   return u"Conduit Error: " + ToText(error.number()) + u" (" + error.source() + u") " +
          error.description();
+}
+
+std::u16string FailureOf(IPCFile& file) {
+  std::u16string message;
+  int32_t number = 0;
+  file.ReadErrorHandler(message, number);
+  return message;
 }
 
 }  // namespace
@@ -128,7 +144,7 @@ std::u16string SyncDriver::CreateComponent(const std::u16string& class_id) {
 
 void SyncDriver::Describe(int16_t index) {
   ConduitComponent& component = *session_.component;
-  StatusHeading heading;
+  StatusHeading& heading = heading_;
   heading.application_name = component.GetConduitInfo(ctApplicationName);
   heading.title = heading.application_name;
   heading.author = component.GetConduitInfo(ctAuthor);
@@ -163,13 +179,81 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
     case dftPalmHotSync:
       return u"No HotSync session is running.";
     case dftActiveSync:
-      return u"ActiveSync Failed to Initialize.  Unable to connect to device.";
+      return ChooseDevice(index, app_id, pc_folder);
     default: {
       const std::u16string usage = UsageText();
       return u"There is no database type " + ToText(database_type) + u"." + kLineEnd +
              usage.substr(usage.find(u"Database ="));
     }
   }
+}
+
+std::u16string SyncDriver::ChooseDevice(int16_t index, std::u16string_view app_id,
+                                        const std::u16string& pc_folder) {
+  std::u16string simulator = with_.conduits->GetSettings(kSimulator, {});
+  if (!simulator.empty()) {
+    if (IsRelative(simulator)) simulator = JoinFullName(with_.program_folder, simulator);
+    heading_.title += u" (simulated device)";
+    with_.view.SetHeading(heading_);
+  }
+  session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
+  session_.device->SetDeviceType(dtActiveSync);
+  session_.file_panel = std::make_shared<FilePanel>(with_.view, info_);
+
+  with_.view.ShowForm();
+  with_.view.SetMainLabel(u"Connecting to the device");
+  std::u16string cause;
+  const bool connected = with_.device->Start(simulator, *session_.file_panel, cause);
+  with_.view.SetMainLabel({});
+  // Without a connection this is the name of a device that doesn't tell, which the log needs too.
+  session_.device->SetDeviceName(cRegRAPI(with_.device).DeviceName());
+  NameLog(index, app_id);
+  if (!simulator.empty()) with_.log->UpdateLog(u"The device is simulated by " + simulator);
+  if (!connected && !with_.device->IsConnected()) {
+    with_.log->UpdateLog(kNotConnected);
+    with_.log->UpdateLog(cause);
+    return kNotConnected;
+  }
+  with_.log->UpdateLog(u"Begin Sync using ActiveSync");
+  ReadDeviceTime();
+  session_.file_system = std::make_shared<PDBFileSystemPC>(
+      DeviceFolder(index, app_id), DeviceFiles(), dftActiveSync, with_.code_page, with_.clock,
+      with_.log, SyncIndexes(pc_folder));
+  // Gone already: the component would work on a folder that it can't see.
+  return with_.device->IsLost() ? RapiConnection::kClosedText : u"";
+}
+
+void SyncDriver::ReadDeviceTime() {
+  cFileRAPI file(with_.device, with_.code_page);
+  const std::optional<Date> now = file.DeviceTime();
+  session_.device->SetDeviceDateTime(now.value_or(with_.clock.Now()));
+  if (now) return;
+  with_.log->UpdateLog(u"The device's date and time can't be read, the PC's are used: " +
+                       FailureOf(file));
+}
+
+// The folder of the conduit's databases on the device, made when it is missing.
+std::u16string SyncDriver::DeviceFolder(int16_t index, std::u16string_view app_id) {
+  std::u16string folder = with_.conduits->CePath(index);
+  if (folder.empty()) folder = u"\\My Documents\\" + std::u16string(app_id);
+  folder = DevicePath(folder);
+  cFileRAPI file(with_.device, with_.code_page);
+  file.ValidateDirectory(folder);
+  if (const std::u16string failure = FailureOf(file); !failure.empty()) {
+    with_.log->UpdateLog(u"The device's folder can't be made: " + failure);
+  }
+  return folder;
+}
+
+FileFactory SyncDriver::DeviceFiles() const {
+  // By value: a component may keep a database, and with it this, beyond the run.
+  return [folder = with_.program_folder, &code_page = with_.code_page, &clock = with_.clock,
+          device = with_.device, panel = session_.file_panel,
+          log = with_.log]() -> std::unique_ptr<IPCFile> {
+    return std::make_unique<cFilePPC>(std::make_unique<cFileIO>(folder, code_page),
+                                      std::make_unique<cFileRAPI>(device, code_page), panel, log,
+                                      clock);
+  };
 }
 
 // Keeps the indexes of the run's databases in the conduit's folder, wherever the databases lie.
@@ -200,6 +284,11 @@ void SyncDriver::SyncFinish() noexcept {
   } catch (const std::exception&) {
     with_.log->UpdateLog(u"SynchronizeClose failed.");
   }
+  if (!session_.file_system->CloseDatabases(unsaved_)) {
+    with_.log->UpdateLog(u"Sync Failed: what was changed could not be saved.");
+    SyncStop();
+    return;
+  }
   with_.log->UpdateLog(u"Sync Finished");
   const Date now = with_.clock.Now();
   if (!session_.device->SetSyncDateTime(now)) {
@@ -219,7 +308,9 @@ void SyncDriver::SyncStop() noexcept {
   const std::shared_ptr<CLog> log = std::exchange(with_.log, nullptr);
   ended.component.reset();
   info_->Detach();
-  if (ended.file_system) ended.file_system->Close();
+  if (ended.file_system) ended.file_system->End(unsaved_);
+  if (ended.file_panel) ended.file_panel->Detach();
+  with_.device->End();
   log->Close();
   with_.conduits.reset();
 }

@@ -12,16 +12,18 @@
 #include "conduits/ConduitComponent.h"
 #include "conduits/cConduitList.h"
 #include "files/IPCFile.h"
+#include "files/RapiConnection.h"
 #include "pdb/CSyncIndex.h"
 #include "pdb/PDBFileSystem.h"
 #include "sync/CLog.h"
+#include "sync/FilePanel.h"
 #include "sync/StatusView.h"
 #include "sync/oSyncInfo.h"
 
 namespace pylon {
 
 // What a run is given. The references outlive the driver; conduit list and log are shared by the
-// process, and the end of the run lets go of them.
+// process, and the end of the run lets go of them. It also ends the connection to the handheld.
 struct SyncSurroundings {
   std::u16string program_folder;  // without a separator at its end
   std::u16string save_folder;     // receives the databases of a PC run; empty: the PC folder
@@ -32,6 +34,7 @@ struct SyncSurroundings {
   StatusView& view;
   std::shared_ptr<cConduitList> conduits;
   std::shared_ptr<CLog> log;
+  std::shared_ptr<RapiConnection> device;  // not null; a run over the remote API connects it
 };
 
 // Runs the one sync of the process.
@@ -51,8 +54,12 @@ class SyncDriver {
 
   bool BeginSync(std::u16string_view AppId, int16_t DatabaseType,
                  std::u16string& ErrorMessage) noexcept;
-  void SyncFinish() noexcept;  // after a true BeginSync
-  void SyncStop() noexcept;    // releases everything the sync holds; twice does nothing
+  // After a true BeginSync. Saves what the component left open first, and a sync whose databases
+  // can't be saved has failed: the dates of the last sync stay.
+  void SyncFinish() noexcept;
+  void SyncStop() noexcept;  // releases everything the sync holds; twice does nothing
+  // Why a database could not be saved at the end; empty when all were.
+  const std::u16string& Unsaved() const noexcept { return unsaved_; }
 
   // Lives as long as the driver; its CancelSync can be read after SyncStop too.
   const std::shared_ptr<oSyncInfo>& SyncInfo() const noexcept { return info_; }
@@ -67,6 +74,7 @@ class SyncDriver {
     std::shared_ptr<PDBFileSystem> file_system;
     std::shared_ptr<CDevice> device;
     std::shared_ptr<CConduitInfo> conduit_info;
+    std::shared_ptr<FilePanel> file_panel;  // of a run over the remote API
   };
 
   // The steps of BeginSync; a refusal is a text, an AutomationError is the component's.
@@ -75,12 +83,20 @@ class SyncDriver {
   void Describe(int16_t index);
   std::u16string ChooseFileSystem(int16_t index, std::u16string_view app_id, int16_t database_type,
                                   const std::u16string& pc_folder);
+  // The part of ChooseFileSystem for a Pocket PC: connects to it.
+  std::u16string ChooseDevice(int16_t index, std::u16string_view app_id,
+                              const std::u16string& pc_folder);
+  void ReadDeviceTime();
+  std::u16string DeviceFolder(int16_t index, std::u16string_view app_id);
+  FileFactory DeviceFiles() const;
   SyncIndexFactory SyncIndexes(const std::u16string& pc_folder) const;
   void NameLog(int16_t index, std::u16string_view app_id);
 
   SyncSurroundings with_;
   std::shared_ptr<oSyncInfo> info_;
+  StatusHeading heading_;  // as shown
   Session session_;
+  std::u16string unsaved_;
 };
 
 }  // namespace pylon

@@ -72,6 +72,20 @@ TEST(FileNames, APathWithoutRootIsRelative) {
   }
 }
 
+TEST(FileNames, ADevicePathHasOneRootAndSingleSeparators) {
+  const struct {
+    std::u16string path, device_path;
+  } kCases[] = {
+      {u"\\My Documents\\x", u"\\My Documents\\x"},
+      {u"\\\\My Documents\\\\x\\", u"\\My Documents\\x"},
+      {u"/a//b/", u"\\a\\b"},
+      {u"Memos", u"\\Memos"},
+      {u"\\", u"\\"},
+      {u"", u"\\"},
+  };
+  for (const auto& test : kCases) EXPECT_EQ(DevicePath(test.path), test.device_path);
+}
+
 TEST(FileNames, AnyTextMakesAFolderName) {
   const struct {
     std::u16string text, name;

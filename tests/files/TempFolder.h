@@ -6,26 +6,11 @@
 #include <string_view>
 #include <thread>
 
-#include "base/Bytes.h"
 #include "base/Text.h"
 #include "base/Win32.h"
+#include "tests/support/FileText.h"
 
 namespace pylon::testing {
-
-inline Bytes ToBytes(std::string_view text) {
-  const auto* first = reinterpret_cast<const std::byte*>(text.data());
-  return {first, first + text.size()};
-}
-
-// The bytes of a UTF-16 file with its byte-order mark.
-inline std::string Utf16File(std::u16string_view text) {
-  std::string bytes = "\xFF\xFE";
-  for (const char16_t c : text) {
-    bytes += static_cast<char>(c & 0xFF);
-    bytes += static_cast<char>(c >> 8);
-  }
-  return bytes;
-}
 
 // A folder of its own on the real disk, gone with everything in it at the end. Works by plain
 // Windows calls, so that it can judge the classes under test.

@@ -109,6 +109,65 @@ void CountInIndexes(::_oSyncInfo* sync) {
   }
 }
 
+com::Ptr<::_PDBByteStream> NewStream() {
+  com::Ptr<::_PDBByteStream> stream;
+  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr, CLSCTX_INPROC_SERVER,
+                                IID__PDBByteStream, reinterpret_cast<void**>(stream.Receive())));
+  return stream;
+}
+
+void PutRecord(::PDBDatabase* database, long index, const std::u16string& text) {
+  com::Ptr<::_PDBByteStream> stream = NewStream();
+  long offset = 0;
+  com::Check(stream->StringToByte(com::Bstr(text).get(), &offset));
+  long id = 0;
+  short category = 0;
+  ::eRecordAttribute attributes = ::eDirty;
+  com::Check(database->Update(index, &id, &category, &attributes, stream.InOut()));
+}
+
+// Makes a database of so many records of 100 bytes.
+void Fill(::_oSyncInfo* sync, int records) {
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  const com::Bstr name = Text(u"Probe");
+  VARIANT argument;
+  V_VT(&argument) = VT_BSTR;
+  V_BSTR(&argument) = name.get();
+  com::Check(FileSystemOf(sync)->CreateDatabase(argument, database.InOut(), &done));
+  for (int i = 0; i < records; ++i) PutRecord(database.get(), 0, std::u16string(99, u'r'));
+  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+}
+
+// Opens the database, changes its first record or looks at each, and closes it. A component that
+// minds raises an error of its own when there is nothing to open.
+HRESULT Visit(::_oSyncInfo* sync, bool change, bool minds) {
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  const com::Bstr name = Text(u"Probe");
+  com::Check(FileSystemOf(sync)->OpenDatabase(name.get(), database.InOut(), &done));
+  if (!done) {
+    Note("not opened");
+    return minds ? Fail(static_cast<HRESULT>(0x800A0035), L"Probe", L"No database") : S_OK;
+  }
+  long count = 0;
+  com::Check(database->get_RecordCount(&count));
+  if (change) {
+    PutRecord(database.get(), 1, u"changed");
+  } else {
+    for (long i = 1; i <= count; ++i) {
+      com::Ptr<::_PDBByteStream> stream = NewStream();
+      long id = 0;
+      short category = 0;
+      ::eRecordAttribute attributes = {};
+      com::Check(database->ReadNextByIndex(i, &id, &category, &attributes, stream.InOut(), &done));
+    }
+  }
+  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+  Note(std::string(change ? "changed" : "read") + " of " + std::to_string(count));
+  return S_OK;
+}
+
 // Works until the user cancels, or for as long as any test waits.
 HRESULT WaitForCancel(::_oSyncInfo* sync) {
   com::Check(sync->UpdateStatusMain(Text(u"Waiting for Cancel").get()));
@@ -184,6 +243,10 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "mismatch") return DISP_E_TYPEMISMATCH;
     if (what == "unknown-error") return Fail(static_cast<HRESULT>(0x80041234), L"Probe", L"odd");
     if (what == "direct") return NoteStreamIsDirect();
+    if (what.starts_with("fill ")) Fill(sync, std::stoi(what.substr(5)));
+    if (what == "change" || what == "read" || what == "read, not minding") {
+      return Visit(sync, what == "change", what != "read, not minding");
+    }
     if (what == "records" || what == "unclosed") return WriteRecords(sync);
     if (what == "late" || what == "cancel") {
       sync_ = com::Ptr<::_oSyncInfo>::Share(sync);
@@ -196,7 +259,10 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     return S_OK;
   } catch (const AutomationError& error) {
     Note(std::string("failed: ") + error.what());
-    return E_FAIL;
+    // As a component does that lets errors pass.
+    return Fail(static_cast<HRESULT>(0x800A0000) + error.number(),
+                reinterpret_cast<const wchar_t*>(error.source().c_str()),
+                reinterpret_cast<const wchar_t*>(error.description().c_str()));
   }
   STDMETHODIMP GetConduitInfo(::eConduitType infoType, BSTR* result) noexcept override {
     static const std::map<int, const char16_t*> kAnswers = {

@@ -11,8 +11,11 @@
 
 #include "base/Text.h"
 #include "base/Win32.h"
+#include "files/ProgramFiles.h"
 #include "tests/automation/Processes.h"
 #include "tests/probe/ProbeRegistration.h"
+#include "tests/setup/ActiveSyncRegistry.h"
+#include "tests/setup/CommandReport.h"
 
 namespace pylon {
 namespace {
@@ -73,13 +76,16 @@ class RunTest : public ::testing::Test {
   }
   // Runs into the one message box, reads and closes it.
   std::u16string RunIntoMessage(const std::u16string& arguments,
-                                const std::u16string& probe = u"ok") {
+                                const std::u16string& probe = u"ok", DWORD exit_code = 1) {
     Process process = Start(arguments, probe);
+    return MessageOf(process, exit_code);
+  }
+  static std::u16string MessageOf(Process& process, DWORD exit_code) {
     const auto box = testing::WaitForMessageBox(process.id());
     if (!box) return u"(no message box)";
     EXPECT_EQ(box->title, u"Pylon Manager");
     testing::PressOk(process.id());
-    EXPECT_EQ(process.Wait().value_or(99), 1U) << "a failed run, and no second box";
+    EXPECT_EQ(process.Wait().value_or(99), exit_code) << "and no second box";
     return box->text;
   }
 
@@ -271,11 +277,61 @@ TEST_F(RunTest, WithoutADatabaseSwitchTheSetupWindowOpens) {
   EXPECT_EQ(Notes(), Strings{});
 }
 
-TEST_F(RunTest, InstallWinsOverUninstallAndBothOverDatabase) {
-  const std::u16string install = RunIntoMessage(u"-AppId Probe -install");
-  EXPECT_EQ(RunIntoMessage(u"-AppId Probe -Database 4 -uninstall -install"), install);
-  const std::u16string uninstall = RunIntoMessage(u"-AppId Probe -uninstall -Database 4");
-  EXPECT_NE(uninstall, install);
+class InstallTest : public RunTest {
+ protected:
+  void SetUp() override {
+    SKIP_WITH_ACTIVESYNC(registry_);
+    RunTest::SetUp();
+    WriteSettings("[My Probe]\r\nClassID=PylonProbe.Conduit\r\nPPCInstall=a.cab,b.cab\r\n");
+  }
+  static std::u16string Registered() { return Registry::Conduit(L"My Probe"); }
+
+  using Registry = testing::ActiveSyncRegistry;
+  const std::u16string no_hotsync_ =
+      u"This version of Pylon does not install conduits for HotSync yet.";
+  Registry registry_;
+};
+
+TEST_F(InstallTest, ActiveSyncStartsWhatWasInstalled) {
+  registry_.Install(ProgramPath());
+  const testing::CommandReport manager((home() / "report.txt").u16string());
+  EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install", u"ok", 0), no_hotsync_);
+  EXPECT_EQ(Registered(), Quoted(home() / "Pylon.exe") + u" -Appid My Probe -Database 5");
+  const auto description = home() / "My Probe" / "CeInstall.ini";
+  EXPECT_TRUE(manager.Wait().ends_with(ToUtf8(Quoted(description)))) << manager.Wait();
+  EXPECT_EQ(testing::ReadFile(description),
+            "[CEAppManager]\r\nVersion=1.0\r\nComponent=My Probe\r\n"
+            "[My Probe]\r\nDescription=Probe & Co\r\nCabFiles=a.cab,b.cab\r\n");
+
+  Process connected(Registered());
+  EXPECT_EQ(MessageOf(connected, 1),
+            u"ActiveSync Failed to Initialize.  Unable to connect to device.");
+  EXPECT_EQ(Run(u"-AppId My Probe -uninstall"), 0U);
+  EXPECT_EQ(Registered(), Registry::kMissing);
+  EXPECT_EQ(Run(u"-AppId My Probe -uninstall"), 0U);
+}
+
+TEST_F(InstallTest, WhatFailsIsToldInOneMessageBox) {
+  EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
+            u"ActiveSync is not Installed.\r\n\r\n" + no_hotsync_);
+  registry_.RefuseConduits();
+  registry_.Install(u"C:\\gone\\CEAPPMGR.EXE");
+  EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
+            u"Unable to Install Conduit for ActiveSync.  Verify you write permissions to the "
+            u"registery for HKEY_LOCAL_MACHINE\r\n\r\n" +
+                no_hotsync_ + u"\r\n\r\nUnable to install Pocket PC Application");
+  EXPECT_EQ(RunIntoMessage(u"-AppId Unknown -install"),
+            u"This Application 'Unknown' is not registered with Pyln.");
+  EXPECT_TRUE(RunIntoMessage(u"-uninstall").starts_with(u"No Application ID Supplied."));
+}
+
+TEST_F(InstallTest, InstallWinsOverUninstallAndBothOverDatabase) {
+  registry_.Install(ProgramPath());
+  const testing::CommandReport manager((home() / "report.txt").u16string());
+  RunIntoMessage(u"-AppId \"My Probe\" -Database 4 -uninstall -install", u"ok", 0);
+  EXPECT_NE(Registered(), Registry::kMissing);
+  EXPECT_EQ(Run(u"-AppId \"My Probe\" -uninstall -Database 4"), 0U);
+  EXPECT_EQ(Registered(), Registry::kMissing);
   EXPECT_EQ(Notes(), Strings{}) << "no sync ran";
 }
 

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "base/Text.h"
 #include "startup/cCommandLine.h"
 
@@ -27,6 +29,31 @@ TEST(SyncCommand, ItsArgumentsReadBackAsTheAppId) {
 TEST(SyncCommand, AnAppIdThatTheParserWouldMisreadIsRefused) {
   for (const std::u16string app_id : {u"", u"-database", u"/x", u"a\"b", u"\""}) {
     EXPECT_FALSE(SyncArguments(app_id)) << ToUtf8(app_id);
+  }
+}
+
+// ActiveSync passes the AppId without quotes, so its words come back joined.
+TEST(SyncCommand, AnAppIdThatCanConnectReadsBackWordByWord) {
+  const struct {
+    const char16_t* app_id;
+    bool can_connect;
+  } cases[] = {
+      {u"Memos", true},     {u"My App", true},  {u"a-b c/d -", false}, {u"a-b c/d", true},
+      {u"", false},         {u"-x", false},     {u"My /App", false},   {u"My  App", false},
+      {u"a\"b c\"", false}, {u" Memos", false}, {u"Memos ", false},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(ToUtf8(c.app_id));
+    EXPECT_EQ(CanConnect(c.app_id), c.can_connect);
+    if (!c.can_connect) continue;
+    cCommandLine parser;
+    parser.AddSwitch(u"appid", true);
+    parser.AddSwitch(u"database", true);
+    parser.SetCommandLine(ConnectArguments(c.app_id));
+    std::u16string joined = c.app_id;
+    std::replace(joined.begin(), joined.end(), u' ', cCommandLine::kSeparator);
+    EXPECT_EQ(parser.SwitchValue(u"appid"), joined);
+    EXPECT_EQ(parser.SwitchValue(u"database"), u"5");
   }
 }
 

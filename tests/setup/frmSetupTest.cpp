@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -14,25 +13,14 @@
 
 #include "base/Text.h"
 #include "conduits/cConduitList.h"
+#include "setup/cActiveSync.h"
+#include "tests/setup/CommandReport.h"
 #include "tests/sync/Desktop.h"
 
 namespace pylon {
 namespace {
 
 using namespace testing_windows;
-
-constexpr wchar_t kReportVariable[] = L"PYLON_SETUP_TEST_REPORT";
-
-// The window starts the running program again, here this very test. That second process only
-// writes the command line it was given to the file that the environment names.
-const bool kNotTheSecondProcess = [] {
-  wchar_t file[MAX_PATH] = L"";
-  if (!::GetEnvironmentVariableW(kReportVariable, file, MAX_PATH)) return true;
-  const std::filesystem::path unfinished = std::wstring(file) + L".part";
-  std::ofstream(unfinished, std::ios::binary) << ToUtf8(FromWide(::GetCommandLineW()));
-  std::filesystem::rename(unfinished, file);
-  std::_Exit(0);
-}();
 
 struct FakeComponent final : ConduitComponent {
   explicit FakeComponent(std::u16string class_id) : name(std::move(class_id)) {}
@@ -71,7 +59,7 @@ void CALLBACK AnswerBox(HWND, UINT, UINT_PTR timer, DWORD) {
   ::PostMessageW(box, WM_COMMAND, IDOK, 0);
 }
 
-struct SetupWindow : testing::Test {
+struct SetupWindow : ::testing::Test {
   static void SetUpTestSuite() { UseRealPixels(); }
   void SetUp() override { std::filesystem::create_directories(folder); }
   void TearDown() override {
@@ -89,7 +77,8 @@ struct SetupWindow : testing::Test {
     if (settings) Settings(settings);
     list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory,
                                           AnsiCodePage::Windows1252());
-    window = std::make_unique<frmSetup>(*list);
+    installer = std::make_unique<ConduitInstaller>(*list, active_sync);
+    window = std::make_unique<frmSetup>(*list, *installer);
     window->on_close = [this] { ++closed; };
     window->Show();
   }
@@ -122,6 +111,8 @@ struct SetupWindow : testing::Test {
   std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now();
   FakeFactory factory;
   std::unique_ptr<cConduitList> list;
+  cActiveSync active_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
+  std::unique_ptr<ConduitInstaller> installer;
   std::unique_ptr<frmSetup> window;
   int closed = 0;
 };
@@ -225,15 +216,9 @@ TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
 TEST_F(SetupWindow, SyncStartsThisProgramForTheSelectedConduit) {
   Open(kTwo);
   Select(1);
-  const std::filesystem::path report = folder / "report.txt";
-  ::SetEnvironmentVariableW(kReportVariable, report.c_str());
+  const testing::CommandReport report((folder / "report.txt").u16string());
   ::SendMessageW(Control(frmSetup::kSync), BM_CLICK, 0, 0);
-  ::SetEnvironmentVariableW(kReportVariable, nullptr);
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
-  while (!std::filesystem::exists(report) && std::chrono::steady_clock::now() < deadline)
-    ::Sleep(20);
-  std::string command;
-  std::getline(std::ifstream(report), command);
+  const std::string command = report.Wait();
   EXPECT_TRUE(command.ends_with("\" -AppId \"My App\" -Database 4")) << command;
 }
 
@@ -243,30 +228,6 @@ TEST_F(SetupWindow, AConduitThatNoCommandLineCanNameIsToldOf) {
   ::SetTimer(nullptr, 0, 20, AnswerBox);
   ::SendMessageW(Control(frmSetup::kSync), BM_CLICK, 0, 0);
   EXPECT_NE(g_box_text.find(u"begins with '-'"), std::u16string::npos) << ToUtf8(g_box_text);
-}
-
-TEST_F(SetupWindow, InstallationTellsThatItDidNothing) {
-  Open(kTwo);
-  using Operation = bool (frmSetup::*)(std::u16string_view, std::u16string&);
-  const struct {
-    const char* name;
-    Operation operation;
-    const char16_t* says;  // for a registered conduit
-  } cases[] = {
-      {"install", &frmSetup::InstallConduit, u"Nothing was installed for 'Memos'"},
-      {"uninstall", &frmSetup::UninstallConduit, u"nothing to remove for 'Memos'"},
-      {"application", &frmSetup::InstallApplication, u"Install the application of 'Memos'"},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    std::u16string message;
-    EXPECT_FALSE((*window.*c.operation)(u"Memos", message));
-    EXPECT_NE(message.find(c.says), std::u16string::npos) << ToUtf8(message);
-    EXPECT_FALSE((*window.*c.operation)(u"Nobody", message));
-    EXPECT_EQ(message, u"This Application 'Nobody' is not registered with Pyln.");
-    EXPECT_FALSE((*window.*c.operation)(u"", message));
-    EXPECT_TRUE(message.starts_with(u"No Application ID Supplied."));
-  }
 }
 
 TEST_F(SetupWindow, IsTidyAtEveryDpi) {

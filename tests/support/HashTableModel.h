@@ -35,7 +35,8 @@ class HashTableModel {
     }
     const auto found = map_.find(key);
     Check(table_.Exists(key) == (found != map_.end()));
-    Check(table_.Item(key) == (found == map_.end() ? TaggedValue() : TaggedValue(found->second)));
+    const auto* const value = std::get_if<int32_t>(&table_.Item(key));
+    Check(found == map_.end() ? !value : value && *value == found->second);
     Check(table_.Count() == static_cast<int32_t>(map_.size()));
   }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "sync/FilePanel.h"
 
 namespace pylon {
 namespace {
@@ -54,9 +55,11 @@ struct FakeView final : StatusView {
     Call("ProcessEvents");
     on_events();
   }
-  void ShowFilePanel(bool) override { Call("ShowFilePanel"); }
-  void SetFileProgress(std::u16string_view, const ProgressBar&) override {
-    Call("SetFileProgress");
+  void ShowFilePanel(bool show) override { Call(show ? "ShowFilePanel" : "HideFilePanel"); }
+  void SetFileProgress(std::u16string_view label, const ProgressBar& file_bar) override {
+    Call((ToUtf8(label) + " " + std::to_string(file_bar.value()) + " of " +
+          std::to_string(file_bar.maximum()))
+             .c_str());
   }
 };
 
@@ -215,6 +218,32 @@ TEST_F(SyncInfo, DetachMayRunInsideAnyStep) {
       operation.act(own);
     }
   }
+}
+
+TEST(FilePanel, ShowsACopyAndHandsOnCancelAsLongAsThereIsAWindow) {
+  FakeView view;
+  FakeLog log;
+  const auto sync = std::make_shared<oSyncInfo>(view, log);
+  FilePanel panel(view, sync);
+  panel.ShowFile(u"x.pdb", 100);
+  panel.Advance(50);
+  panel.Advance(100);  // no bar is ever full
+  panel.HideFile();
+  EXPECT_EQ(view.calls, (std::vector<std::string>{
+                            "x.pdb 0 of 100", "ShowFilePanel", "ProcessEvents", "x.pdb 50 of 100",
+                            "ProcessEvents", "ProcessEvents", "HideFilePanel"}));
+  EXPECT_FALSE(panel.IsStopped());
+  sync->SetCancelSync(true);
+  EXPECT_TRUE(panel.IsStopped());
+
+  view.on_call = [&] { panel.Detach(); };  // within any step
+  panel.ShowFile(u"y", 1);
+  view.calls.clear();
+  panel.ShowFile(u"z", 1);
+  panel.Advance(0);
+  panel.Yield();
+  panel.HideFile();
+  EXPECT_TRUE(view.calls.empty());
 }
 
 }  // namespace

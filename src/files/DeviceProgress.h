@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+#include "base/MessageLoop.h"
+
+namespace pylon {
+
+// What a file says of a copy that Cancel has stopped.
+inline constexpr std::u16string_view kCopyCancelled = u"The user has cancelled the copy.";
+
+// Whom the waits for a device report to, and who may stop them: the status window, through its own
+// floor. Sizes and offsets are in bytes.
+//
+// Advance and Yield process messages, so anything may be called during them.
+class DeviceProgress : public MessageLoop {
+ public:
+  // One file on its way to or from the device.
+  virtual void ShowFile(std::u16string_view name, int32_t size) noexcept = 0;
+  virtual void Advance(int32_t offset) noexcept = 0;
+  virtual void HideFile() noexcept = 0;
+  // Whether the user has pressed Cancel.
+  virtual bool IsStopped() const noexcept = 0;
+};
+
+}  // namespace pylon

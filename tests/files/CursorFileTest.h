@@ -1,0 +1,70 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "base/Text.h"
+#include "files/CursorFile.h"
+#include "tests/support/FileText.h"
+
+namespace pylon::testing {
+
+// A folder in which a file object can be tried: names are in its own terms and below the folder.
+// What the place itself is asked goes past the classes under test.
+class FilePlace {
+ public:
+  virtual ~FilePlace() = default;
+  virtual std::unique_ptr<CursorFile> NewFile() = 0;
+  virtual std::u16string folder() const = 0;  // without a separator at its end
+  virtual bool Exists(std::u16string_view name) = 0;
+  virtual std::string Read(std::u16string_view name) = 0;  // "no such file" when missing
+  virtual void Write(std::u16string_view name, std::string_view bytes) = 0;
+  virtual void Delete(std::u16string_view name) = 0;
+  virtual Date Now() = 0;
+  virtual bool empties_at_open() const { return false; }  // the mode "W"
+  std::u16string File(std::u16string_view name) const {
+    return folder() + u"\\" + std::u16string(name);
+  }
+};
+
+struct PlaceKind {
+  const char* name;
+  std::function<std::unique_ptr<FilePlace>()> make;
+};
+
+// What all file objects have in common is tried in every place; see where it is instantiated.
+class CursorFileTest : public ::testing::TestWithParam<PlaceKind> {
+ protected:
+  CursorFileTest() { file_->SetFilePath(place_->folder()); }
+
+  std::u16string Error() {
+    std::u16string message;
+    int32_t number = 0;
+    const bool pending = file_->ReadErrorHandler(message, number);
+    EXPECT_EQ(pending, number != 0);
+    EXPECT_EQ(pending, !message.empty());
+    return message;
+  }
+  std::string ReadBytes(int32_t offset, int32_t count) {
+    Bytes bytes = ToBytes("left over");
+    const int32_t read = file_->ReadByteArray(bytes, offset, count, {});
+    EXPECT_EQ(static_cast<size_t>(read), bytes.size());
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  }
+  int32_t WriteBytes(std::string_view text, int32_t offset) {
+    return file_->WriteByteArray(ToBytes(text), offset, {});
+  }
+
+  std::unique_ptr<FilePlace> place_ = GetParam().make();
+  std::unique_ptr<CursorFile> file_ = place_->NewFile();
+};
+
+inline std::string PlaceName(const ::testing::TestParamInfo<PlaceKind>& info) {
+  return info.param.name;
+}
+
+}  // namespace pylon::testing
