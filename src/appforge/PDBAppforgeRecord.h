@@ -24,8 +24,8 @@ namespace pylon {
 // no field: it keeps what is set there and is never encoded.
 //
 // Errors: 9 for an index outside, and for every use without a definition; 13 for a text that is no
-// number or date, 6 for a number that the type can't hold; 5 for encoding a text with a NUL. A failed
-// accessor changes nothing.
+// number or date, 6 for a number that the type can't hold; 5 for encoding a text with a NUL. A
+// failed accessor changes nothing.
 class PDBAppforgeRecord {
  public:
   explicit PDBAppforgeRecord(const AnsiCodePage& code_page = AnsiCodePage::Windows1252())
