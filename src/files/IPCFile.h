@@ -86,6 +86,11 @@ class IPCFile {
   virtual bool ReplaceFile(std::u16string_view newName) = 0;
   // Whether the named file is there (closed files too).
   virtual bool FileExists() = 0;
+  // Opens, empty and for writing, a place of its own for what can't be written where it belongs, if
+  // files of this kind have one. CloseFile keeps what was written whole, tells the log where, and
+  // is false: the named file is not what was opened. The failure that led here stays the pending
+  // one then.
+  virtual bool OpenAside() { return false; }
 };
 
 // Makes file objects of one kind; see PDBFileSystemPC.

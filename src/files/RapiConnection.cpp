@@ -29,7 +29,7 @@ bool RapiConnection::Start(const std::u16string& library_path, DeviceProgress& p
   library_ = RapiLibrary::Load(library_path, cause);
   if (!library_) return false;
   connected_ = Await(progress, cause);
-  if (!connected_) {
+  if (!connected_ && library_) {
     library_->CeRapiUninit();
     library_.reset();
   }
@@ -67,6 +67,10 @@ bool RapiConnection::Await(DeviceProgress& progress, std::u16string& cause) {
         break;
     }
     progress.Yield();
+    if (!library_) {
+      cause = u"The connection has been ended during the wait for the device.";
+      return false;
+    }
     if (progress.IsStopped()) {
       cause = u"The user has cancelled the wait for the device.";
       return false;
@@ -75,7 +79,7 @@ bool RapiConnection::Await(DeviceProgress& progress, std::u16string& cause) {
 }
 
 void RapiConnection::End() noexcept {
-  if (!connected_) return;
+  if (!library_) return;
   connected_ = false;
   library_->CeRapiUninit();
   library_.reset();
@@ -84,7 +88,8 @@ void RapiConnection::End() noexcept {
 uint32_t RapiConnection::LastError() noexcept {
   if (!connected_) return kClosed;
   if (const HRESULT link = library_->CeRapiGetError(); FAILED(link)) {
-    lost_ = lost_ || static_cast<uint32_t>(link) == kClosed;
+    // A link ends in many ways, each with a number of its own. These two are about the call.
+    lost_ = lost_ || (link != E_INVALIDARG && link != E_OUTOFMEMORY);
     return static_cast<uint32_t>(link);
   }
   const DWORD error = library_->CeGetLastError();

@@ -30,7 +30,7 @@ class RapiConnection {
   // device, ten seconds at most, in which `progress` keeps the window alive and may stop the wait.
   // False, too, when connected already, and without a cause then: the connection stays as it is.
   bool Start(const std::u16string& library_path, DeviceProgress& progress, std::u16string& cause);
-  void End() noexcept;  // at any time
+  void End() noexcept;  // at any time, a wait for the device included
   bool IsConnected() const noexcept { return connected_; }
   // Whether a call has met the end of the link since the start.
   bool IsLost() const noexcept { return lost_; }

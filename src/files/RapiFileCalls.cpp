@@ -42,25 +42,44 @@ uint32_t RapiFileCalls::DeleteAt(const std::u16string& path) noexcept {
   return Do([&](const RapiLibrary& api) { return api.CeDeleteFile(Wide(path)); });
 }
 
+uint32_t RapiFileCalls::DeleteOldOf(const std::u16string& path) noexcept {
+  const std::u16string old = OldOf(path);
+  const uint32_t error = DeleteAt(old);
+  if (error != file_error::kAccessDenied) return error;
+  Do([&](const RapiLibrary& api) {
+    return api.CeSetFileAttributes(Wide(old), FILE_ATTRIBUTE_NORMAL);
+  });
+  return DeleteAt(old);
+}
+
 uint32_t RapiFileCalls::Open(const std::u16string& path, FileAccess access,
                              FileDisposition disposition) {
   const std::u16string device_path = DevicePath(path);
   const DWORD rights = (access != FileAccess::kWrite ? GENERIC_READ : 0u) |
                        (access != FileAccess::kRead ? GENERIC_WRITE : 0u);
-  const DWORD creation = disposition == FileDisposition::kOpenExisting ? OPEN_EXISTING
-                         : disposition == FileDisposition::kOpenAlways ? OPEN_ALWAYS
-                                                                       : CREATE_ALWAYS;
-  const auto open = [&] {
+  const auto open = [&](DWORD creation) {
     return Do([&](const RapiLibrary& api) {
       file_ = api.CeCreateFile(Wide(device_path), rights, 0, nullptr, creation,
                                FILE_ATTRIBUTE_NORMAL, nullptr);
       return IsOpen();
     });
   };
-  uint32_t error = open();
-  if (error == file_error::kFileNotFound && Recover(device_path)) error = open();
   size_.reset();
   position_ = 0;
+  uint32_t error = file_error::kNone;
+  if (disposition == FileDisposition::kCreateAlways) {
+    error = open(CREATE_ALWAYS);
+  } else {
+    error = open(OPEN_EXISTING);
+    if (error == file_error::kFileNotFound) {
+      if (Recover(device_path)) {
+        error = open(OPEN_EXISTING);
+      } else if (disposition == FileDisposition::kOpenAlways) {
+        error = open(CREATE_NEW);
+        if (error == file_error::kNone) size_ = 0;
+      }
+    }
+  }
   return error;
 }
 
@@ -206,14 +225,14 @@ uint32_t RapiFileCalls::CreateFolder(const std::u16string& path) {
 uint32_t RapiFileCalls::Delete(const std::u16string& path) {
   const std::u16string device_path = DevicePath(path);
   const uint32_t error = DeleteAt(device_path);
-  if (error == file_error::kNone) DeleteAt(OldOf(device_path));
+  if (error == file_error::kNone) DeleteOldOf(device_path);
   return error;
 }
 
 uint32_t RapiFileCalls::Rename(const std::u16string& from, const std::u16string& to) {
   const std::u16string device_from = DevicePath(from);
   const uint32_t error = MoveAt(device_from, DevicePath(to));
-  if (error == file_error::kNone) DeleteAt(OldOf(device_from));
+  if (error == file_error::kNone) DeleteOldOf(device_from);
   return error;
 }
 
@@ -223,7 +242,7 @@ uint32_t RapiFileCalls::Replace(const std::u16string& from, const std::u16string
   const std::u16string old = OldOf(device_to);
   uint32_t error = MoveAt(device_to, old);
   // An earlier replacement has left its old file; the one that it made is there.
-  if (IsTaken(error) && (error = DeleteAt(old)) == file_error::kNone)
+  if (IsTaken(error) && (error = DeleteOldOf(device_to)) == file_error::kNone)
     error = MoveAt(device_to, old);
   const bool had_old = error == file_error::kNone;
   if (!had_old && !IsMissing(error)) return error;
@@ -234,7 +253,7 @@ uint32_t RapiFileCalls::Replace(const std::u16string& from, const std::u16string
     return error;
   }
   // The new file stands. An old one that can't go is in nobody's way.
-  DeleteAt(old);
+  DeleteOldOf(device_to);
   return file_error::kNone;
 }
 

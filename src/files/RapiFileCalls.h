@@ -18,7 +18,8 @@ class RapiFileCalls final : public FileCalls {
  public:
   explicit RapiFileCalls(std::shared_ptr<RapiConnection> connection);
 
-  // An existing file whose replacement was cut off is put back first; see Replace.
+  // A file whose replacement was cut off is put back first, before a new one would hide it; see
+  // Replace.
   uint32_t Open(const std::u16string& path, FileAccess access,
                 FileDisposition disposition) override;
   bool IsOpen() const noexcept override { return file_ != INVALID_HANDLE_VALUE; }
@@ -59,6 +60,8 @@ class RapiFileCalls final : public FileCalls {
   uint32_t Do(Call&& call) noexcept;
   uint32_t MoveAt(const std::u16string& from, const std::u16string& to) noexcept;
   uint32_t DeleteAt(const std::u16string& path) noexcept;
+  // Deletes the file that a replacement has put aside, read-only or not.
+  uint32_t DeleteOldOf(const std::u16string& path) noexcept;
   uint32_t Seek(int64_t position) noexcept;
   // Gives a missing file its name back when its replacement was cut off; whether it did.
   bool Recover(const std::u16string& path);

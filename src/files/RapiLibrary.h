@@ -41,6 +41,7 @@ static_assert(sizeof(RAPIINIT) == (sizeof(void*) == 8 ? 24 : 12));
   F(BOOL, CeCopyFile, (LPCWSTR, LPCWSTR, BOOL))                                                \
   F(BOOL, CeCreateDirectory, (LPCWSTR, SECURITY_ATTRIBUTES*))                                  \
   F(DWORD, CeGetFileAttributes, (LPCWSTR))                                                     \
+  F(BOOL, CeSetFileAttributes, (LPCWSTR, DWORD))                                               \
   F(LONG, CeRegOpenKeyEx, (HKEY, LPCWSTR, DWORD, REGSAM, HKEY*))                               \
   F(LONG, CeRegQueryValueEx, (HKEY, LPCWSTR, DWORD*, DWORD*, BYTE*, DWORD*))                   \
   F(LONG, CeRegCloseKey, (HKEY))

@@ -153,6 +153,25 @@ bool cFilePPC::OpenFile(std::u16string_view stFileName, std::u16string_view sRea
   return true;
 }
 
+bool cFilePPC::OpenAside() {
+  if (IsBusy(u"OpenFile")) return false;
+  const Busy busy(*this);
+  if (IsOpen()) return Fail(u"OpenFile", file_error::kBusy, u"The file is open.");
+  DropWorkingCopy();
+  aside_message_ = error_message_;
+  aside_number_ = error_number_;
+  if (!local_->OpenTempFile({}, {}, u"PDB")) {
+    TakeError(*local_);
+    Log(u"what was to be saved could not be kept on the PC either (" + error_message_ + u")");
+    error_message_ = aside_message_;
+    error_number_ = aside_number_;
+    return false;
+  }
+  has_copy_ = aside_ = true;
+  read_only_ = modified_ = aside_short_ = false;
+  return true;
+}
+
 bool cFilePPC::CopyDown() {
   const int32_t size = device_->FileSize();
   if (std::u16string message; device_->ReadErrorHandler(message, error_number_)) {
@@ -190,6 +209,7 @@ bool cFilePPC::CloseFile() {
 bool cFilePPC::Close() {
   if (!local_->IsOpen()) return true;
   ClearError();
+  if (aside_) return CloseAside();
   if (!modified_) {
     local_->CloseUncut();
     device_->CloseUncut();
@@ -203,6 +223,20 @@ bool cFilePPC::Close() {
   local_->CloseUncut();
   if (!done) KeepWorkingCopy(u"it could not be copied to the device");
   return done;
+}
+
+bool cFilePPC::CloseAside() {
+  aside_ = modified_ = false;
+  const bool whole = local_->CloseFile() && !aside_short_;
+  if (!whole) {
+    TakeError(*local_);
+    Log(u"what was to be saved could not be kept on the PC either (" + error_message_ + u")");
+    DropWorkingCopy();
+  }
+  error_message_ = aside_message_;
+  error_number_ = aside_number_;
+  if (whole) KeepWorkingCopy(u"it could not be opened on the device");
+  return false;
 }
 
 bool cFilePPC::CopyUp() {
@@ -355,6 +389,7 @@ int32_t cFilePPC::WriteByteArray(ByteSpan ByteArray, int32_t iOffSet,
   const int32_t written = local_->WriteByteArray(ByteArray, iOffSet, WriteOption);
   TakeError(*local_);
   modified_ = modified_ || written > 0;
+  if (aside_ && written != static_cast<int32_t>(ByteArray.size())) aside_short_ = true;
   return written;
 }
 

@@ -28,9 +28,10 @@ int32_t CopyChunk(int32_t file_size) noexcept;
 // read is not copied up, wherever the cursor is.
 //
 // Nothing is lost: a copy that doesn't reach the device is a false CloseFile or ReplaceFile, the
-// working copy then stays in the PC's folder for temporary files, and the log says where. A copy
-// that has reached it stays until ReplaceFile has put the device's file in its place, or until the
-// next operation shows that it won't.
+// working copy then stays in the PC's folder for temporary files, and the log says where. So does
+// what can't even be begun on the device; see OpenAside. A copy that has reached it stays until
+// ReplaceFile has put the device's file in its place, or until the next operation shows that it
+// won't.
 //
 // Copies report to `progress` and process messages after each step. Cancel ends a copy down
 // whenever it is pending, a copy up only when it comes during it: what a component saves after
@@ -91,6 +92,7 @@ class cFilePPC final : public IPCFile {
   // The replacing file also takes over when the replaced one was created, if that was open before.
   bool ReplaceFile(std::u16string_view newName) override;
   bool FileExists() override { return device_->FileExists(); }
+  bool OpenAside() override;  // a working copy without a device's file
 
   Date LastFailedOpen() const noexcept { return failed_open_; }  // 0: there was none
 
@@ -105,6 +107,7 @@ class cFilePPC final : public IPCFile {
   bool OnClosedDeviceFile(std::u16string_view name, Operation&& operation);
 
   bool Close();
+  bool CloseAside();
   bool CopyDown();
   bool CopyUp();
   void DropWorkingCopy();
@@ -122,7 +125,11 @@ class cFilePPC final : public IPCFile {
   bool busy_ = false;  // within an operation that may process messages
   bool read_only_ = false;
   bool modified_ = false;
-  bool has_copy_ = false;    // whether the file that local_ names is there and nobody's but ours
+  bool has_copy_ = false;     // whether the file that local_ names is there and nobody's but ours
+  bool aside_ = false;        // open without the device's file
+  bool aside_short_ = false;  // not all of it could be written
+  std::u16string aside_message_;  // the failure that led to it
+  int32_t aside_number_ = 0;
   bool stopped_up_ = false;  // whether Cancel has ended a copy up
   Date created_ = 0;         // of the device's file, at its opening
   Date failed_open_ = 0;

@@ -41,7 +41,9 @@ class PDBDatabase {
   // Saves changes; after an error it is still open and changed, but for one of SyncIndex.
   virtual void CloseDatabase() = 0;
   virtual void RemoveDatabase() = 0;
-  virtual bool CreateDatabase() = 0;  // empty, also where one exists: it is replaced at the close
+  // Empty, also where one exists: that is replaced at the close. False where one exists that the last
+  // OpenDatabase could not read: it may well be whole.
+  virtual bool CreateDatabase() = 0;
 
   virtual void ReadAppInfoBlock(PDBByteStream& stream) = 0;
   virtual void WriteAppInfoBlock(const PDBByteStream& stream) = 0;

@@ -100,7 +100,17 @@ PDBDatabasePC::PDBDatabasePC(std::unique_ptr<IPCFile> file, const AnsiCodePage& 
 void PDBDatabasePC::RequireOpen() const {
   if (state_ == State::kOpen) return;
   throw BadArgument(u"The database " + PDBFilePath() +
-                    (state_ == State::kSaving ? u" is being saved" : u" is not open"));
+                    (state_ == State::kSaving    ? u" is being saved"
+                     : state_ == State::kOpening ? u" is being opened"
+                                                 : u" is not open"));
+}
+
+void PDBDatabasePC::RequireIdle() const {
+  if (IsBusy()) RequireOpen();
+}
+
+bool PDBDatabasePC::RefuseBusy() const {
+  return Refuse(state_ == State::kSaving ? u"it is being saved" : u"it is being opened");
 }
 
 bool PDBDatabasePC::Refuse(std::u16string_view reason) const {
@@ -111,6 +121,11 @@ bool PDBDatabasePC::Refuse(std::u16string_view reason) const {
 bool PDBDatabasePC::RefuseDamaged(std::u16string_view what) {
   damaged_ = true;
   return Refuse(u"the file is damaged: " + std::u16string(what));
+}
+
+bool PDBDatabasePC::RefuseUnreadable(std::u16string_view what) {
+  unreadable_ = true;
+  return Refuse(what);
 }
 
 std::u16string PDBDatabasePC::FileFailure() const {
@@ -138,14 +153,16 @@ AutomationError PDBDatabasePC::AppInfoOverflow(size_t size) const {
 std::u16string PDBDatabasePC::PDBFilePath() const { return file_->FullFileName(); }
 
 void PDBDatabasePC::SetPDBFilePath(std::u16string_view path) {
-  if (state_ == State::kSaving) RequireOpen();
+  RequireIdle();
   if (state_ == State::kOpen) {
     if (path == PDBFilePath()) return;
     LoadIndexToMove();
     Detach();
     dirty_ = true;
   }
+  const std::u16string old_path = PDBFilePath();
   file_->SetFullFileName(path);
+  if (!EqualsIgnoringCase(PDBFilePath(), old_path)) unreadable_ = false;
   MoveIndex(CSyncIndex::OldFile::kStays);
 }
 
@@ -156,7 +173,7 @@ void PDBDatabasePC::SetText(Text& field, std::u16string_view text, const char16_
                       ToText(static_cast<int64_t>(field.bytes.size())) +
                       u" characters of the system's code page");
   }
-  if (state_ == State::kSaving) RequireOpen();
+  RequireIdle();
   if (text == field.Text(*code_page_)) return;
   field.SetText(text, *code_page_);
   dirty_ = true;
@@ -180,7 +197,7 @@ void PDBDatabasePC::SetDatabaseType(std::u16string_view id) {
 }
 
 void PDBDatabasePC::SetDatabaseFor(eDatabaseForType value) {
-  if (state_ == State::kSaving) RequireOpen();
+  RequireIdle();
   if (value == database_for_) return;
   database_for_ = value;
   ids_assigned_ = false;
@@ -195,27 +212,34 @@ Date PDBDatabasePC::ModifyDateTime() const {
 // ---- Opening and creating
 
 bool PDBDatabasePC::OpenDatabase() {
-  if (state_ == State::kSaving) return Refuse(u"it is being saved");
+  if (IsBusy()) return RefuseBusy();
   if (state_ == State::kOpen) {
     SetIterationIndex(1);
     return true;
   }
-  damaged_ = false;
+  damaged_ = unreadable_ = false;
+  struct Opening {
+    PDBDatabasePC& database;
+    ~Opening() {
+      if (database.state_ == State::kOpen) return;
+      database.state_ = State::kClosed;
+      database.file_->CloseFile();
+    }
+  } opening{*this};
+  state_ = State::kOpening;
+
   if (!file_->OpenFile({}, u"R", {})) {
     const std::u16string failure = FileFailure();
-    return Refuse(!file_->FileExists() ? u"there is no such file"
-                                       : u"the file can't be opened: " + failure);
+    return file_->FileExists() ? RefuseUnreadable(u"the file can't be opened: " + failure)
+                               : Refuse(u"there is no such file");
   }
-  struct CloseUnlessOpened {
-    PDBDatabasePC& database;
-    ~CloseUnlessOpened() {
-      if (database.state_ != State::kOpen) database.file_->CloseFile();
-    }
-  } guard{*this};
 
   PDBHeader header;
   if (!ReadHeader(header)) return false;
   const int32_t file_size = file_->FileSize();
+  if (const std::u16string failure = FileFailure(); file_size == 0 && !failure.empty()) {
+    return RefuseUnreadable(u"the file's size can't be read: " + failure);
+  }
   const size_t list_end = PDBHeader::kSize + PDBListEntry::kSize * header.record_count;
   if (file_size < 0 || static_cast<size_t>(file_size) < list_end) {
     return RefuseDamaged(u"it ends within its record list");
@@ -258,7 +282,7 @@ bool PDBDatabasePC::ReadHeader(PDBHeader& header) {
   if (!complete) {
     const std::u16string failure = FileFailure();
     return failure.empty() ? RefuseDamaged(u"it ends within its header")
-                           : Refuse(u"the header can't be read: " + failure);
+                           : RefuseUnreadable(u"the header can't be read: " + failure);
   }
   header = DecodeHeader(ByteSpan(bytes).first<PDBHeader::kSize>(), FileByteOrder(database_for_));
   return true;
@@ -271,7 +295,7 @@ bool PDBDatabasePC::ReadList(const PDBHeader& header, size_t file_size,
   if (count == 0) return true;
   Bytes list;
   if (!ReadAt(list, PDBHeader::kSize, PDBListEntry::kSize * count)) {
-    return Refuse(u"the record list can't be read: " + FileFailure());
+    return RefuseUnreadable(u"the record list can't be read: " + FileFailure());
   }
   records.resize(count);
   size_t end_of_last = PDBHeader::kSize + list.size();
@@ -319,7 +343,7 @@ bool PDBDatabasePC::LocateBlocks(const PDBHeader& header, size_t list_end, size_
 }
 
 bool PDBDatabasePC::CreateDatabase() {
-  if (state_ == State::kSaving) return Refuse(u"it is being saved");
+  if (IsBusy()) return RefuseBusy();
   if (file_->FileName().empty()) return Refuse(u"it has no file name");
   std::u16string name = PDBDatabaseName();
   if (name.empty()) name = file_->FileNameNoExt();
@@ -331,6 +355,10 @@ bool PDBDatabasePC::CreateDatabase() {
   }
   const int32_t now = utils_.DateToPalmLong(clock_->Now());
   const bool is_new = !file_->FileExists();
+  if (unreadable_ && !is_new) {
+    return Refuse(u"the file is there and could not be read: delete it first");
+  }
+  unreadable_ = false;
   Abandon();
   is_new_ = is_new;
 
@@ -676,7 +704,7 @@ uint32_t PDBDatabasePC::HandOutId() {
 // ---- Closing and saving
 
 void PDBDatabasePC::CloseDatabase() {
-  if (state_ == State::kSaving) RequireOpen();
+  RequireIdle();
   if (state_ == State::kOpen) {
     if (dirty_) Save();
     Close();
@@ -746,7 +774,7 @@ void PDBDatabasePC::CloseIndex() {
 }
 
 void PDBDatabasePC::RemoveDatabase() {
-  if (state_ == State::kSaving) RequireOpen();
+  RequireIdle();
   file_->CloseFile();
   if (file_->FileExists() && !file_->DeleteFile()) {
     const AutomationError error = DeviceError(PDBFilePath(), u"it can't be deleted");
@@ -754,11 +782,12 @@ void PDBDatabasePC::RemoveDatabase() {
     if (state_ == State::kOpen && !body_loaded_) file_->OpenFile({}, u"R", {});
     throw error;
   }
+  unreadable_ = false;
   Abandon();
 }
 
 bool PDBDatabasePC::Rename(std::u16string_view new_file_name) {
-  if (state_ == State::kSaving) return Refuse(u"it is being saved");
+  if (IsBusy()) return RefuseBusy();
   if (state_ == State::kOpen) Detach();
   if (!file_->FileExists()) {
     if (state_ != State::kOpen) return Refuse(u"there is no such file");
@@ -876,10 +905,13 @@ void PDBDatabasePC::ReplaceFile(const Layout& layout) {
   const std::u16string path = PDBFilePath();
   const std::u16string name = file_->FileName();
   const std::u16string new_name = name + std::u16string(kNewSuffix);
-  const auto fail = [&](std::u16string_view what, bool delete_new) {
-    const AutomationError error = DeviceError(path, u"it can't be saved, " + std::u16string(what));
+  const auto save_error = [&](std::u16string_view what) {
+    return DeviceError(path, u"it can't be saved, " + std::u16string(what));
+  };
+  const auto fail = [&](std::u16string_view what) {
+    const AutomationError error = save_error(what);
     file_->CloseFile();
-    if (delete_new) file_->DeleteFile();
+    file_->DeleteFile();
     file_->SetFullFileName(name);
     throw error;
   };
@@ -890,16 +922,24 @@ void PDBDatabasePC::ReplaceFile(const Layout& layout) {
     file_->ValidateDirectory({});
     opened = file_->OpenFile(new_name, u"W", {});
   }
-  // Not deleted then: what can't be opened is in somebody else's hands.
-  if (!opened) fail(u"the new file can't be opened", false);
+  if (!opened) {
+    const AutomationError error = save_error(u"the new file can't be opened");
+    // The changes must not live in memory alone: a device may not come back before the run ends.
+    if (file_->OpenAside()) {
+      WriteTo(*file_, layout);
+      file_->CloseFile();
+    }
+    // The new file is not deleted: what can't be opened is in somebody else's hands.
+    file_->SetFullFileName(name);
+    throw error;
+  }
   const size_t written = WriteTo(*file_, layout);
   if (written != layout.end) {
     fail(ToText(static_cast<int64_t>(written)) + u" of " +
-             ToText(static_cast<int64_t>(layout.end)) + u" bytes were written",
-         true);
+         ToText(static_cast<int64_t>(layout.end)) + u" bytes were written");
   }
-  if (!file_->CloseFile()) fail(u"the new file can't be completed", true);
-  if (!file_->ReplaceFile(name)) fail(u"the old file can't be replaced", true);
+  if (!file_->CloseFile()) fail(u"the new file can't be completed");
+  if (!file_->ReplaceFile(name)) fail(u"the old file can't be replaced");
 }
 
 }  // namespace pylon

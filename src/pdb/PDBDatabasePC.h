@@ -65,6 +65,8 @@ class PDBDatabasePC final : public PDBDatabase {
   void RemoveDatabase() override;
   // Without a name the database takes the one of its file, which must have one; without a type and
   // creator it keeps those that the object has.
+  // False as well when the last OpenDatabase could not read a file that is still there: what it
+  // holds may be whole, and the close would replace it. RemoveDatabase or another path lift that.
   bool CreateDatabase() override;
 
   void ReadAppInfoBlock(PDBByteStream& stream) override;
@@ -113,7 +115,7 @@ class PDBDatabasePC final : public PDBDatabase {
   void Abandon();
 
  private:
-  enum class State { kClosed, kOpen, kSaving };
+  enum class State { kClosed, kOpening, kOpen, kSaving };
 
   // An AppInfo or SortInfo block: in the file, or given by the caller.
   struct Block {
@@ -131,8 +133,13 @@ class PDBDatabasePC final : public PDBDatabase {
   };
 
   void RequireOpen() const;
+  // A file that is not local may let other work in while it is opened or saved.
+  bool IsBusy() const { return state_ == State::kOpening || state_ == State::kSaving; }
+  void RequireIdle() const;
+  bool RefuseBusy() const;
   bool Refuse(std::u16string_view reason) const;
   bool RefuseDamaged(std::u16string_view what);
+  bool RefuseUnreadable(std::u16string_view what);
   std::u16string FileFailure() const;
   AutomationError DeviceError(std::u16string_view path, std::u16string_view what) const;
 
@@ -188,8 +195,9 @@ class PDBDatabasePC final : public PDBDatabase {
 
   State state_ = State::kClosed;
   bool damaged_ = false;
-  bool dirty_ = false;  // whether the close has something to write
-  PDBHeader header_;    // offsets and count as last read; the close computes them anew
+  bool unreadable_ = false;  // the last OpenDatabase found a file and could not read it
+  bool dirty_ = false;       // whether the close has something to write
+  PDBHeader header_;         // offsets and count as last read; the close computes them anew
   Block app_info_;
   Block sort_info_;
   RecordTable records_;

@@ -66,6 +66,9 @@ class SimulatedDevice {
   std::string Read(std::u16string_view path) const { return folder_.Read(Name(path)); }
   void Write(std::u16string_view path, std::string_view bytes) { folder_.Write(Name(path), bytes); }
   void Delete(std::u16string_view path) { ::DeleteFileW(Wide(folder_.File(Name(path)))); }
+  void MakeReadOnly(std::u16string_view path) {
+    ::SetFileAttributesW(Wide(folder_.File(Name(path))), FILE_ATTRIBUTE_READONLY);
+  }
   void MakeFolder(std::u16string_view path) {
     ::CreateDirectoryW(Wide(folder_.File(Name(path))), nullptr);
   }

@@ -223,6 +223,39 @@ TEST_F(cFilePPCTest, AFailedSecondTryKeepsTheLatest) {
   }
 }
 
+TEST_F(cFilePPCTest, WhatCannotBeOpenedOnTheDeviceIsKeptAside) {
+  const struct {
+    const char* name;
+    std::function<void()> fault;
+    const char* kept;
+    const char* log;
+  } kCases[] = {
+      {"first try", [] {}, "0123456789", "is kept in"},
+      {"second try replaces it", [] {}, "0123456789", "is kept in"},
+      {"PC's disk full", [&] { pc_.room = 5; }, "0123456789", "could not be kept"},
+      {"no working copy", [&] { pc_.fault = "CreateTempFile"; }, "0123456789", "could not be kept"},
+  };
+  for (const auto& test : kCases) {
+    SCOPED_TRACE(test.name);
+    device_.fault = "Open";
+    ASSERT_FALSE(file_.OpenFile(kNew, u"W", {}));
+    const std::string reason = Error();
+    test.fault();
+    if (file_.OpenAside()) {
+      file_.WriteByteArray(ToBytes("0123456789"), 0, {});
+      EXPECT_FALSE(file_.CloseFile());
+    }
+    EXPECT_EQ(Error(), reason) << "what went wrong at first";
+    EXPECT_FALSE(file_.IsOpen());
+    EXPECT_EQ(Kept(), test.kept);
+    EXPECT_THAT(log_->lines.back(), HasSubstr(test.log));
+    pc_.room = 1'000'000;
+  }
+  EXPECT_THAT(device_.files, IsEmpty());
+  EXPECT_TRUE(Rewrite(kNew, "later"));
+  EXPECT_EQ(device_.Text(kNew), "later");
+}
+
 TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
   const std::string text(3'000, 'x');
   const struct {

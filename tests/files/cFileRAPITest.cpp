@@ -163,6 +163,34 @@ TEST_F(cFileRAPITest, AReplacementThatIsCutLosesNoFile) {
   }
 }
 
+TEST_F(cFileRAPITest, AReadOnlyFileIsReplacedAgainAndAgain) {
+  device_.Write(u"\\x", "0");
+  for (const char* text : {"1", "2", "3"}) {
+    device_.MakeReadOnly(u"\\x");
+    device_.Write(u"\\x.new", text);
+    file_->SetFullFileName(u"\\x.new");
+    EXPECT_TRUE(file_->ReplaceFile(u"x")) << Error();
+    EXPECT_EQ(device_.Read(u"\\x"), text);
+    EXPECT_FALSE(device_.Exists(u"\\x.replaced"));
+  }
+  // As an earlier version may have left it.
+  device_.Write(u"\\x.replaced", "0");
+  device_.MakeReadOnly(u"\\x.replaced");
+  device_.Write(u"\\x.new", "4");
+  file_->SetFullFileName(u"\\x.new");
+  EXPECT_TRUE(file_->ReplaceFile(u"x")) << Error();
+  EXPECT_EQ(device_.Read(u"\\x"), "4");
+}
+
+TEST_F(cFileRAPITest, OpeningForWritingFindsWhatACutReplacementLeft) {
+  for (const char16_t* mode : {u"RW", u"", u"R"}) {
+    device_.Write(u"\\x.replaced", "old");
+    ASSERT_TRUE(file_->OpenFile(u"\\x", mode, {}));
+    EXPECT_EQ(file_->FileSize(), 3);
+    EXPECT_TRUE(file_->DeleteFile());
+  }
+}
+
 TEST_F(cFileRAPITest, AFailedReplacementIsTakenBack) {
   device_.Write(u"\\x", "old");
   file_->SetFullFileName(u"\\missing.new");
@@ -294,6 +322,28 @@ TEST(RapiConnection, FailsWithTheCauseAndTriesAgain) {
   device.connection->End();
   device.connection->End();
   EXPECT_FALSE(device.connection->IsConnected());
+}
+
+TEST(RapiConnection, EndsDuringTheWait) {
+  class Impatient final : public DeviceProgress {
+   public:
+    explicit Impatient(RapiConnection& connection) : connection_(connection) {}
+    void ShowFile(std::u16string_view, int32_t) noexcept override {}
+    void Advance(int32_t) noexcept override {}
+    void HideFile() noexcept override {}
+    bool IsStopped() const noexcept override { return false; }
+    void Yield() noexcept override { connection_.End(); }
+
+   private:
+    RapiConnection& connection_;
+  };
+  SimulatedDevice device;
+  device.Configure("[Link]\r\nConnectDelay=500\r\n");
+  Impatient progress(*device.connection);
+  EXPECT_FALSE(device.connection->Start(SimulatedDevice::FullLibrary(), progress, device.cause));
+  EXPECT_THAT(ToUtf8(device.cause), HasSubstr("has been ended"));
+  EXPECT_FALSE(device.connection->IsConnected());
+  device.Reconnect("");
 }
 
 TEST(RapiConnection, ALibraryThatIsNoneIsTheCause) {

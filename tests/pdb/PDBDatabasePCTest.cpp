@@ -21,6 +21,7 @@ using testing::FileOperation;
 using testing::FromHex;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::MemoryFolder;
 using testing::Put;
 using testing::ReadAll;
 using testing::Reader;
@@ -528,6 +529,72 @@ TEST(PDBDatabasePC, AReadThatFailsIsAnErrorAndTheCursorStays) {
   file.folder.FailNth(FileOperation::kRead, 1);
   EXPECT_EQ(ErrorOf([&] { ReadAll(*database); }), 57);
   EXPECT_EQ(database->IterationIndex(), 1);
+  EXPECT_EQ(ReadAll(*database).size(), 3u);
+}
+
+// A component that creates what it can't open must not replace what may be whole.
+TEST(PDBDatabasePC, AFileThatCouldNotBeReadIsNotCreatedAnew) {
+  const struct {
+    const char* name;
+    std::function<void(MemoryFolder&)> fault;
+    bool creates;
+  } cases[] = {
+      {"header", [](MemoryFolder& f) { f.FailNth(FileOperation::kRead, 1); }, false},
+      {"record list", [](MemoryFolder& f) { f.FailNth(FileOperation::kRead, 2); }, false},
+      {"in use", [](MemoryFolder& f) { f.open.insert(DatabaseFile::kPath); }, false},
+      {"damaged", [](MemoryFolder& f) { f.files[DatabaseFile::kPath].resize(90); }, true},
+      {"missing", [](MemoryFolder& f) { f.files.clear(); }, true},
+  };
+  const auto without_reading = [](PDBDatabasePC& database) {
+    const bool created = database.CreateDatabase();
+    database.CloseDatabase();
+    return created;
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    DatabaseFile file(ThreeRecords());
+    const Bytes before = file.bytes();
+    const auto database = file.Database();
+    c.fault(file.folder);
+    EXPECT_FALSE(database->OpenDatabase());
+    file.folder.open.clear();
+    EXPECT_EQ(without_reading(*database), c.creates);
+    if (c.creates) continue;
+    EXPECT_THAT(file.log->lines.back(), HasSubstr("delete it first"));
+    EXPECT_EQ(file.bytes(), before);
+    const std::function<void()> lifts[] = {
+        [&] { EXPECT_TRUE(database->OpenDatabase()); },
+        [&] { database->RemoveDatabase(); },
+        [&] { database->SetPDBFilePath(u"C:\\pdb\\Other.pdb"); },
+        [&] { file.folder.files.clear(); },
+    };
+    for (const auto& lift : lifts) {
+      database->Abandon();
+      database->SetPDBFilePath(DatabaseFile::kPath);
+      file.bytes() = before;
+      file.folder.FailNth(FileOperation::kRead, 1);
+      EXPECT_FALSE(database->OpenDatabase());
+      database->SetPDBFilePath(DatabaseFile::kPath);
+      EXPECT_FALSE(without_reading(*database));
+      lift();
+      EXPECT_TRUE(without_reading(*database));
+    }
+  }
+}
+
+TEST(PDBDatabasePC, WhoComesInWhileItIsOpenedIsTurnedAway) {
+  DatabaseFile file(ThreeRecords());
+  const auto database = file.Database();
+  file.folder.while_opening = [&] {
+    EXPECT_FALSE(database->OpenDatabase());
+    EXPECT_FALSE(database->CreateDatabase());
+    EXPECT_THAT(file.log->lines.back(), HasSubstr("it is being opened"));
+    EXPECT_FALSE(database->Rename(u"Other.pdb"));
+    EXPECT_EQ(ErrorOf([&] { database->RemoveDatabase(); }), 5);
+    EXPECT_EQ(ErrorOf([&] { database->SetPDBFilePath(u"C:\\pdb\\Other.pdb"); }), 5);
+  };
+  EXPECT_TRUE(database->OpenDatabase());
+  EXPECT_FALSE(file.folder.while_opening);
   EXPECT_EQ(ReadAll(*database).size(), 3u);
 }
 

@@ -168,6 +168,23 @@ HRESULT Visit(::_oSyncInfo* sync, bool change, bool minds) {
   return S_OK;
 }
 
+// Makes the database when it can't be opened, without a look at why.
+void OpenOrCreate(::_oSyncInfo* sync) {
+  const auto files = FileSystemOf(sync);
+  com::Ptr<::PDBDatabase> database;
+  VARIANT_BOOL done = VARIANT_FALSE;
+  const com::Bstr name = Text(u"Probe");
+  com::Check(files->OpenDatabase(name.get(), database.InOut(), &done));
+  Note(done ? "opened" : "not opened");
+  if (done) return;
+  VARIANT argument;
+  V_VT(&argument) = VT_BSTR;
+  V_BSTR(&argument) = name.get();
+  com::Check(files->CreateDatabase(argument, database.InOut(), &done));
+  Note(done ? "created" : "not created");
+  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+}
+
 // Works until the user cancels, or for as long as any test waits.
 HRESULT WaitForCancel(::_oSyncInfo* sync) {
   com::Check(sync->UpdateStatusMain(Text(u"Waiting for Cancel").get()));
@@ -243,6 +260,7 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "mismatch") return DISP_E_TYPEMISMATCH;
     if (what == "unknown-error") return Fail(static_cast<HRESULT>(0x80041234), L"Probe", L"odd");
     if (what == "direct") return NoteStreamIsDirect();
+    if (what == "open or create") OpenOrCreate(sync);
     if (what.starts_with("fill ")) Fill(sync, std::stoi(what.substr(5)));
     if (what == "change" || what == "read" || what == "read, not minding") {
       return Visit(sync, what == "change", what != "read, not minding");

@@ -256,12 +256,14 @@ TEST_F(PocketPcTest, WhateverFailsTheOldDatabaseIsThereAndTheNewOneIsKept) {
       {"while copying down", "LinkLostAt=CeReadFile 2", kClosed, false},
       {"unreadable", "UnreadableFile=\\My Documents\\Probe\\Probe.pdb", "No database", false},
       {"in use", "LockedFile=\\My Documents\\Probe\\Probe.pdb", "No database", false},
-      {"before saving", "LinkLostAt=CeCreateFile 3", kClosed, false},
+      {"before saving", "LinkLostAt=CeCreateFile 3", kClosed, true},
+      {"new file in use", "LockedFile=\\My Documents\\Probe\\Probe.pdb.new", "Unknown Error: 32",
+       true},
       {"while copying up", "LinkLostAt=CeWriteFile 2", kClosed, true},
       {"in the middle of a block", "LinkLostAfterBytes=9000", kClosed, true},
       {"while closing", "LinkLostAt=CeCloseHandle 3", kClosed, true},
-      {"before replacing", "LinkLostAt=CeMoveFile 1", kClosed, true},
-      {"within replacing", "LinkLostAt=CeMoveFile 2", kClosed, true},
+      {"before replacing", "LinkLostAt=CeMoveFile 2", kClosed, true},
+      {"within replacing", "LinkLostAt=CeMoveFile 3", kClosed, true},
       {"full", "", "Disk Full", true},
   };
   for (const auto& c : cases) {
@@ -295,6 +297,20 @@ TEST_F(PocketPcTest, WhateverFailsTheOldDatabaseIsThereAndTheNewOneIsKept) {
     EXPECT_EQ(testing::ReadFile(DeviceFile("Probe.pdb")).size(), changed.size());
     EXPECT_FALSE(std::filesystem::exists(DeviceFile("Probe.pdb.new")));
     EXPECT_FALSE(std::filesystem::exists(DeviceFile("Probe.pdb.replaced")));
+  }
+}
+
+TEST_F(PocketPcTest, AComponentThatCreatesWhatItCouldNotOpenReplacesNothing) {
+  ASSERT_EQ(Run(u"fill 50"), 0U);
+  const std::string old = testing::ReadFile(DeviceFile("Probe.pdb"));
+  for (const char* fault : {"UnreadableFile=\\My Documents\\Probe\\Probe.pdb",
+                            "LockedFile=\\My Documents\\Probe\\Probe.pdb"}) {
+    SCOPED_TRACE(fault);
+    SimulateWith("[Faults]\r\n" + std::string(fault) + "\r\n");
+    EXPECT_EQ(Run(u"open or create"), 0U);
+    EXPECT_THAT(Notes(), AllOf(Contains("not opened"), Contains("not created")));
+    EXPECT_THAT(Log(), Contains(HasSubstr("delete it first")));
+    EXPECT_EQ(testing::ReadFile(DeviceFile("Probe.pdb")), old);
   }
 }
 

@@ -2,11 +2,13 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <map>
 #include <memory>
 #include <set>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/Bytes.h"
 #include "tests/support/NamedFile.h"
@@ -22,6 +24,7 @@ class MemoryFolder {
   std::map<std::u16string, Bytes> files;
   std::set<std::u16string> open;             // by full name: nobody else can open, replace, delete
   std::set<std::u16string> missing_folders;  // until ValidateDirectory makes them
+  std::function<void()> while_opening;       // other work that comes in during an open
 
   FileFactory Factory();
 
@@ -56,6 +59,7 @@ class MemoryFile final : public NamedFile {
     if (!name.empty()) SetFullFileName(name);
     if (!folder.empty()) SetFilePath(folder);
     const std::u16string full = FullFileName();
+    if (files_.while_opening) std::exchange(files_.while_opening, nullptr)();
     if (!files_.Allow(FileOperation::kOpen)) return Fail(u"injected open failure");
     if (files_.open.contains(full)) return Fail(u"another program has the file open");
     if (files_.missing_folders.contains(folder_)) return Fail(u"there is no such folder");
