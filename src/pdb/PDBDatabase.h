@@ -41,8 +41,8 @@ class PDBDatabase {
   // Saves changes; after an error it is still open and changed, but for one of SyncIndex.
   virtual void CloseDatabase() = 0;
   virtual void RemoveDatabase() = 0;
-  // Empty, also where one exists: that is replaced at the close. False where one exists that the last
-  // OpenDatabase could not read: it may well be whole.
+  // Empty, also where one exists: that is replaced at the close. False where one exists that the
+  // last OpenDatabase could not read: it may well be whole.
   virtual bool CreateDatabase() = 0;
 
   virtual void ReadAppInfoBlock(PDBByteStream& stream) = 0;
