@@ -12,6 +12,7 @@
 #include "automation/SignatureObject.h"
 #include "tests/automation/ServerFixture.h"
 #include "tests/support/MemoryFile.h"
+#include "tests/sync/Desktop.h"
 
 namespace pylon {
 namespace {
@@ -225,7 +226,7 @@ WScript.Echo "error " & (Err.Number And 65535) & " " & Err.Source & ": " & Err.D
             "error 13 Pylon.PDBAppforgeRecord: Type mismatch\r\n");
 }
 
-TEST_F(AppforgeObjects, AJScriptDrawsASignatureAndKeepsSettings) {
+TEST_F(AppforgeObjects, AJScriptKeepsSignaturesAndSettings) {
   const std::string output = RunScript("sign.js", R"(
 var d = new ActiveXObject("Pylon.PDBAppforgeDefinition");
 d.AddFieldName("Signed", 10);
@@ -236,7 +237,6 @@ s.Signature = "\u000A\u0014\u001E\u0014";
 r.SignatureValue(1) = s;
 r.ByteStream = r.ByteStream;
 WScript.Echo(r.SignatureValue(1).Signature == s.Signature);
-s.CreateBMP(WScript.Arguments(0) + "\\sign.bmp");
 var a = new ActiveXObject("Pylon.AppforgeAppSettings");
 a.SaveSettings("PylonScript", "S", "Key", "kept");
 WScript.Echo(a.GetSettings("PylonScript", "S", "Key") + a.GetSettings("PylonScript", "S", "No", "-") + a.GetSettings("PylonScript", "S", "No"));
@@ -244,8 +244,17 @@ a.DeleteSettings("PylonScript", "S", "Key");
 try { a.DeleteSettings("PylonScript", "S", "Key"); } catch (e) { WScript.Echo("error " + (e.number & 65535)); }
 )");
   EXPECT_EQ(output, "-1\r\nkept-\r\nerror 5\r\n");
-  EXPECT_EQ(testing::ReadFile(folder().path() / "sign.bmp").size(), 54U + 320U * 160U * 3U);
   (void)::RegDeleteTreeW(HKEY_CURRENT_USER, L"Software\\VB and VBA Program Settings\\PylonScript");
+}
+
+TEST_F(AppforgeObjects, AJScriptDrawsASignature) {
+  SKIP_WITHOUT_DRAWING();
+  RunScript("draw.js", R"(
+var s = new ActiveXObject("Pylon.AppforgeSignature");
+s.Signature = "\u000A\u0014\u001E\u0014";
+s.CreateBMP(WScript.Arguments(0) + "\\sign.bmp");
+)");
+  EXPECT_EQ(testing::ReadFile(folder().path() / "sign.bmp").size(), 54U + 320U * 160U * 3U);
 }
 
 }  // namespace

@@ -21,7 +21,6 @@ using testing::FileImage;
 using testing::FileOperation;
 using testing::FixedClock;
 using testing::FromHex;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::MemoryFolder;
 using testing::Put;

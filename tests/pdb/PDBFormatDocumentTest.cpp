@@ -22,8 +22,8 @@ TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
   database->SetCreatorId(u"memo");
   ASSERT_TRUE(database->CreateDatabase());
   database->WriteAppInfoBlock(StreamOf(Ascii("Shops")));
-  Put(*database, 0, {0, 1, eDirty, Ascii(std::string("Milk", 5))});
-  Put(*database, 0, {0, 2, eDelete | eArchive, Ascii(std::string("Bread", 6))});
+  Put(*database, 0, {0, 1, eDirty, Ascii(std::string("Milk") + '\0')});
+  Put(*database, 0, {0, 2, eDelete | eArchive, Ascii(std::string("Bread") + '\0')});
   database->CloseDatabase();
   EXPECT_EQ(ToHex(DumpsOfPage(PYLON_DOCS_DIR "/pdb-format.md").at(0)), ToHex(file.bytes()));
 }
