@@ -1,7 +1,8 @@
 #pragma once
 
-#include "automation/Com.h"
+#include "automation/Library.h"
 #include "automation/Server.h"
+#include "base/Com.h"
 #include "conduits/ConduitComponent.h"
 
 namespace pylon {

@@ -4,9 +4,10 @@
 #include <exception>
 #include <new>
 
-#include "automation/Com.h"
+#include "automation/Library.h"
 #include "automation/Server.h"
 #include "base/AutomationError.h"
+#include "base/Com.h"
 #include "base/Text.h"
 
 namespace pylon {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "automation/Com.h"
+#include "base/Com.h"
 #include "base/TaggedValue.h"
 
 namespace pylon::com {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "automation/Com.h"
+#include "base/Com.h"
 
 namespace pylon {
 

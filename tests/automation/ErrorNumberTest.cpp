@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "automation/Com.h"
+#include "base/Com.h"
 
 namespace pylon {
 namespace {

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <string>
 
-#include "automation/Com.h"
+#include "base/Com.h"
 #include "tests/automation/Processes.h"
 
 namespace pylon::testing {

@@ -7,9 +7,9 @@
 #include <fstream>
 #include <string>
 
-#include "automation/Com.h"
 #include "automation/DatabaseObject.h"
 #include "base/AutomationError.h"
+#include "base/Com.h"
 #include "base/Text.h"
 #include "tests/automation/Processes.h"
 #include "tests/automation/ServerFixture.h"

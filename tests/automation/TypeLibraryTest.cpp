@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "automation/Library.h"
 #include "automation/TypeLibrary.h"
 #include "base/Text.h"
 #include "base/Types.h"

@@ -8,8 +8,9 @@
 #include <map>
 #include <string>
 
-#include "automation/Com.h"
 #include "base/AutomationError.h"
+#include "automation/Library.h"
+#include "base/Com.h"
 #include "base/Text.h"
 #include "tests/probe/ProbeConduit.h"
 

@@ -1,4 +1,4 @@
-#include "automation/Com.h"
+#include "base/Com.h"
 
 #include <cstring>
 #include <new>

@@ -5,8 +5,13 @@
 #include <string_view>
 #include <utility>
 
-#include "automation/Library.h"
 #include "base/Bytes.h"
+#include "base/Win32.h"
+
+// After Win32.h, which defines how <windows.h> is read.
+#include <oaidl.h>
+#include <ole2.h>
+#include <oleauto.h>
 
 namespace pylon::com {
 
