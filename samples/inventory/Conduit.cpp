@@ -1,71 +1,17 @@
-#include "Conduit.h"
-
+#include "Component.h"
 #include "InventorySync.h"
 
 namespace inventory {
 namespace {
 
-template <class Body>
-HRESULT Guard(Body&& body) noexcept {
-  return com::Guard(__uuidof(ISyncNotify), kProgId, std::forward<Body>(body));
-}
-
-}  // namespace
-
-STDMETHODIMP Conduit::QueryInterface(REFIID id, void** object) noexcept {
-  if (!object) return E_POINTER;
-  if (id == IID_IUnknown || id == IID_IDispatch || id == __uuidof(ISyncNotify)) {
-    *object = static_cast<ISyncNotify*>(this);
-  } else if (id == IID_ISupportErrorInfo) {
-    *object = static_cast<ISupportErrorInfo*>(this);
-  } else {
-    *object = nullptr;
-    return E_NOINTERFACE;
-  }
-  AddRef();
-  return S_OK;
-}
-
-STDMETHODIMP_(ULONG) Conduit::Release() noexcept {
-  const ULONG left = --references_;
-  if (left == 0) delete this;
-  return left;
-}
-
-STDMETHODIMP Conduit::GetTypeInfoCount(UINT* count) noexcept {
-  if (!count) return E_POINTER;
-  *count = 1;
-  return S_OK;
-}
-
-STDMETHODIMP Conduit::GetTypeInfo(UINT index, LCID locale, ITypeInfo** info) noexcept {
-  if (!info) return E_POINTER;
-  *info = nullptr;
-  if (index != 0) return DISP_E_BADINDEX;
-  com::Ptr<ITypeLib> library;
-  const HRESULT loaded = ::LoadRegTypeLib(LIBID_Pylon, 1, 0, locale, &library);
-  return FAILED(loaded) ? loaded : library->GetTypeInfoOfGuid(__uuidof(ISyncNotify), info);
-}
-
-STDMETHODIMP Conduit::GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID locale,
-                                    DISPID* ids) noexcept {
-  com::Ptr<ITypeInfo> info;
-  const HRESULT got = GetTypeInfo(0, locale, &info);
-  return FAILED(got) ? got : info->GetIDsOfNames(names, count, ids);
-}
-
-STDMETHODIMP Conduit::Invoke(DISPID member, REFIID, LCID locale, WORD flags, DISPPARAMS* arguments,
-                             VARIANT* result, EXCEPINFO* exception, UINT* bad_argument) noexcept {
-  com::Ptr<ITypeInfo> info;
-  const HRESULT got = GetTypeInfo(0, locale, &info);
-  if (FAILED(got)) return got;
-  return info->Invoke(static_cast<ISyncNotify*>(this), member, flags, arguments, result, exception,
-                      bad_argument);
-}
-
-STDMETHODIMP Conduit::InterfaceSupportsErrorInfo(REFIID id) noexcept {
-  return id == __uuidof(ISyncNotify) ? S_OK : S_FALSE;
-}
+// The component: describes itself, and does the whole sync inside BeginSynchronize.
+class Conduit final : public sample::Component {
+ public:
+  STDMETHODIMP BeginSynchronize(_oSyncInfo** oSync) noexcept override;
+  STDMETHODIMP GetConduitInfo(eConduitType infoType, BSTR* result) noexcept override;
+  STDMETHODIMP ConfigureConduit() noexcept override;
+  STDMETHODIMP SynchronizeClose() noexcept override;
+};
 
 STDMETHODIMP Conduit::BeginSynchronize(_oSyncInfo** oSync) noexcept {
   if (!oSync || !*oSync) return E_POINTER;
@@ -89,7 +35,7 @@ STDMETHODIMP Conduit::GetConduitInfo(eConduitType infoType, BSTR* result) noexce
       case ctAppPath:
         return answer(u"");  // the folder that Pylon.ini names as PCPath
       case ctIcon:
-        return answer(u"RES:" + ModulePath());
+        return answer(u"RES:" + sample::ModulePath());
     }
   });
 }
@@ -106,4 +52,12 @@ STDMETHODIMP Conduit::ConfigureConduit() noexcept {
 // BeginSynchronize has let go of everything already.
 STDMETHODIMP Conduit::SynchronizeClose() noexcept { return S_OK; }
 
+}  // namespace
 }  // namespace inventory
+
+const sample::Registration sample::kRegistration = {
+    {0x44234138, 0x48fa, 0x4e38, {0x8c, 0xad, 0x64, 0x7b, 0x89, 0x6b, 0x8d, 0x19}},
+    L"Inventory.Conduit",
+    L"Inventory conduit"};
+
+sample::Component* sample::MakeComponent() { return new inventory::Conduit; }

@@ -14,7 +14,7 @@
 
 namespace inventory {
 
-namespace com = memos::com;
+namespace com = sample::com;
 
 // One of Basic's errors, as Pylon's classes raise them.
 constexpr HRESULT BasicError(unsigned number) { return static_cast<HRESULT>(0x800A0000 + number); }

@@ -14,6 +14,8 @@
 
 namespace memos {
 
+namespace com = sample::com;
+
 // The history in the sync index of an open database, whose close writes it to its file after the
 // records: it never speaks of what was not saved.
 class MemoIndex {

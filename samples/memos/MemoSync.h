@@ -20,6 +20,8 @@
 
 namespace memos {
 
+namespace com = sample::com;
+
 // One sync between the folder of text files and the database MemoDB.
 //
 // Reads both sides whole, plans, then does step by step. Whatever ends it early, Cancel included,

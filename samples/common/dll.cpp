@@ -1,8 +1,8 @@
 // What COM asks of an in-process server: the class object, unloading, registration.
 
-#include "Conduit.h"
+#include "Component.h"
 
-namespace memos {
+namespace sample {
 namespace {
 
 HMODULE g_module = nullptr;
@@ -24,10 +24,12 @@ class Factory final : public IClassFactory {
     if (!object) return E_POINTER;
     *object = nullptr;
     if (outer) return CLASS_E_NOAGGREGATION;
-    auto* const conduit = new (std::nothrow) Conduit;
-    if (!conduit) return E_OUTOFMEMORY;
-    const HRESULT result = conduit->QueryInterface(id, object);
-    conduit->Release();
+    Component* component = nullptr;
+    const HRESULT made =
+        com::Guard(IID_NULL, kRegistration.prog_id, [&] { component = MakeComponent(); });
+    if (FAILED(made)) return made;
+    const HRESULT result = component->QueryInterface(id, object);
+    component->Release();
     return result;
   }
   STDMETHODIMP LockServer(BOOL lock) noexcept override {
@@ -38,7 +40,7 @@ class Factory final : public IClassFactory {
 
 std::wstring ClassId() {
   wchar_t text[39];
-  ::StringFromGUID2(kConduitId, text, 39);
+  ::StringFromGUID2(kRegistration.class_id, text, 39);
   return text;
 }
 
@@ -56,10 +58,10 @@ LSTATUS Register(HKEY root) {
     const wchar_t* name;
     std::wstring value;
   } values[] = {
-      {kProgId, nullptr, L"Memos conduit"},
-      {std::wstring(kProgId) + L"\\CLSID", nullptr, ClassId()},
-      {class_key, nullptr, L"Memos conduit"},
-      {class_key + L"\\ProgID", nullptr, kProgId},
+      {kRegistration.prog_id, nullptr, kRegistration.description},
+      {std::wstring(kRegistration.prog_id) + L"\\CLSID", nullptr, ClassId()},
+      {class_key, nullptr, kRegistration.description},
+      {class_key + L"\\ProgID", nullptr, kRegistration.prog_id},
       {class_key + L"\\InprocServer32", nullptr, com::Wide(ModulePath())},
       {class_key + L"\\InprocServer32", L"ThreadingModel", L"Apartment"},
   };
@@ -70,7 +72,7 @@ LSTATUS Register(HKEY root) {
 }
 
 LSTATUS Unregister(HKEY root) {
-  for (const std::wstring& key : {std::wstring(kProgId), L"CLSID\\" + ClassId()}) {
+  for (const std::wstring& key : {std::wstring(kRegistration.prog_id), L"CLSID\\" + ClassId()}) {
     const std::wstring path = L"Software\\Classes\\" + key;
     const LSTATUS status = ::RegDeleteTreeW(root, path.c_str());
     if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) return status;
@@ -90,35 +92,35 @@ std::u16string ModulePath() {
   return std::u16string(path.begin(), path.begin() + static_cast<std::ptrdiff_t>(length));
 }
 
-}  // namespace memos
+}  // namespace sample
 
 extern "C" BOOL WINAPI DllMain(HINSTANCE module, DWORD reason, void*) {
   if (reason == DLL_PROCESS_ATTACH) {
-    memos::g_module = module;
+    sample::g_module = module;
     ::DisableThreadLibraryCalls(module);
   }
   return TRUE;
 }
 
 STDAPI DllGetClassObject(REFCLSID class_id, REFIID id, void** object) {
-  static memos::Factory factory;
+  static sample::Factory factory;
   if (!object) return E_POINTER;
   *object = nullptr;
-  return class_id == memos::kConduitId ? factory.QueryInterface(id, object)
-                                       : CLASS_E_CLASSNOTAVAILABLE;
+  return class_id == sample::kRegistration.class_id ? factory.QueryInterface(id, object)
+                                                    : CLASS_E_CLASSNOTAVAILABLE;
 }
 
-STDAPI DllCanUnloadNow() { return memos::g_uses == 0 ? S_OK : S_FALSE; }
+STDAPI DllCanUnloadNow() { return sample::g_uses == 0 ? S_OK : S_FALSE; }
 
 // For all users where that is allowed, else for this one.
 STDAPI DllRegisterServer() {
-  LSTATUS status = memos::Register(HKEY_LOCAL_MACHINE);
-  if (status == ERROR_ACCESS_DENIED) status = memos::Register(HKEY_CURRENT_USER);
+  LSTATUS status = sample::Register(HKEY_LOCAL_MACHINE);
+  if (status == ERROR_ACCESS_DENIED) status = sample::Register(HKEY_CURRENT_USER);
   return HRESULT_FROM_WIN32(static_cast<DWORD>(status));
 }
 
 STDAPI DllUnregisterServer() {
-  const LSTATUS user = memos::Unregister(HKEY_CURRENT_USER);
-  const LSTATUS machine = memos::Unregister(HKEY_LOCAL_MACHINE);
+  const LSTATUS user = sample::Unregister(HKEY_CURRENT_USER);
+  const LSTATUS machine = sample::Unregister(HKEY_LOCAL_MACHINE);
   return HRESULT_FROM_WIN32(static_cast<DWORD>(user ? user : machine));
 }

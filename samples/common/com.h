@@ -14,7 +14,7 @@
 #include <string_view>
 #include <utility>
 
-namespace memos::com {
+namespace sample::com {
 
 inline const wchar_t* Wide(const std::u16string& text) {
   return reinterpret_cast<const wchar_t*>(text.c_str());
@@ -155,4 +155,4 @@ HRESULT Guard(REFIID interface_id, const wchar_t* source, Body&& body) noexcept 
   return Raise(interface_id, source, Error(kDeviceError, std::u16string(what.begin(), what.end())));
 }
 
-}  // namespace memos::com
+}  // namespace sample::com
