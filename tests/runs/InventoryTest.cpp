@@ -22,6 +22,7 @@
 #include "pdb/PDBByteStream.h"
 #include "pdb/PDBDatabasePC.h"
 #include "tests/automation/Processes.h"
+#include "tests/runs/SampleRun.h"
 
 namespace pylon {
 namespace {
@@ -125,25 +126,12 @@ constexpr char kAllTypes[] =
     "Article:string,Byte:byte,Integer:integer,Long:long,Float:float,Text:string,Boolean:boolean,"
     "Date:date,Double:double,Currency:currency,Signature:signature\r\n";
 
-class InventoryTest : public ::testing::Test {
+constexpr char kInventory[] = "Inventory";
+
+class InventoryTest : public testing::SampleRun<kInventory> {
  protected:
-  static void SetUpTestSuite() { Call("DllRegisterServer"); }
-  static void TearDownTestSuite() { Call("DllUnregisterServer"); }
-
-  void SetUp() override {
-    fs::copy_file("Pylon.exe", home() / "Pylon.exe");
-    fs::create_directories(data());
-    std::ofstream(home() / "Pylon.ini") << "[Inventory]\nClassID=Inventory.Conduit\nPCPath=data\n";
-  }
-
-  const fs::path& home() const { return temporary_.path(); }
-  fs::path data() const { return home() / "data"; }
   fs::path database() const { return data() / "Inventory.pdb"; }
 
-  Process Start() const {
-    return Process(Quoted(home() / "Pylon.exe") + u" -AppId Inventory -Database 4");
-  }
-  void Sync() const { ASSERT_EQ(Start().Wait().value_or(99), 0U) << Log(); }
   // A run that is refused: what the user is told.
   std::string Refused() const {
     Process process = Start();
@@ -152,12 +140,6 @@ class InventoryTest : public ::testing::Test {
     testing::PressOk(process.id());
     EXPECT_EQ(process.Wait().value_or(99), 1U);
     return ToUtf8(box->text);
-  }
-  std::string Log() const {
-    for (const auto& entry : fs::recursive_directory_iterator(home())) {
-      if (entry.path().filename() == "Inventory.log") return testing::ReadFile(entry.path());
-    }
-    return {};
   }
   // The lines that a sync adds.
   std::string SyncedLog() const {
@@ -177,37 +159,11 @@ class InventoryTest : public ::testing::Test {
     return handheld.Find(key) ? handheld.Text(field) : "(none)";
   }
 
-  // Contents and times of what a sync may write; Pylon keeps its own date of the sync in INI files.
-  using Contents = std::map<fs::path, std::pair<std::string, uint64_t>>;
-  Contents Snapshot() const {
-    Contents files;
-    for (const auto& entry : fs::recursive_directory_iterator(data())) {
-      if (!entry.is_regular_file() || entry.path().extension() == ".ini") continue;
-      WIN32_FILE_ATTRIBUTE_DATA found = {};  // finer than last_write_time
-      ::GetFileAttributesExW(entry.path().c_str(), GetFileExInfoStandard, &found);
-      const uint64_t high = found.ftLastWriteTime.dwHighDateTime;
-      files[entry.path()] = {testing::ReadFile(entry.path()),
-                             high << 32 | found.ftLastWriteTime.dwLowDateTime};
-    }
-    return files;
-  }
   static void PutBack(const Contents& files, const char* extension) {
     for (const auto& [path, file] : files) {
       if (path.extension() == extension) std::ofstream(path, std::ios::binary) << file.first;
     }
   }
-
- private:
-  static void Call(const char* function) {
-    const HMODULE library = ::LoadLibraryW(L"Inventory.dll");
-    ASSERT_NE(library, nullptr);
-    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
-        reinterpret_cast<void*>(::GetProcAddress(library, function)));
-    EXPECT_EQ(call(), S_OK);
-    ::FreeLibrary(library);
-  }
-
-  testing::TemporaryFolder temporary_;
 };
 
 TEST_F(InventoryTest, AllTypesGoBothWays) {

@@ -28,6 +28,7 @@
 #include "pdb/PDBByteStream.h"
 #include "pdb/PDBDatabasePC.h"
 #include "tests/automation/Processes.h"
+#include "tests/runs/SampleRun.h"
 
 namespace pylon {
 namespace {
@@ -87,26 +88,18 @@ class Handheld {
   PDBDatabasePC database_;
 };
 
-class MemosTest : public ::testing::Test {
- protected:
-  static void SetUpTestSuite() { Call("DllRegisterServer"); }
-  static void TearDownTestSuite() { Call("DllUnregisterServer"); }
+constexpr char kMemos[] = "Memos";
 
+class MemosTest : public testing::SampleRun<kMemos> {
+ protected:
   void SetUp() override {
-    fs::copy_file("Pylon.exe", home() / "Pylon.exe");
+    SampleRun::SetUp();
     fs::create_directories(folder());
-    std::ofstream(home() / "Pylon.ini") << "[Memos]\nClassID=Memos.Conduit\nPCPath=data\n";
   }
 
-  const fs::path& home() const { return temporary_.path(); }
-  fs::path data() const { return home() / "data"; }
   fs::path folder() const { return data() / "Memos"; }
   fs::path database() const { return data() / "MemoDB.pdb"; }
 
-  Process Start() const try { return Process(CommandLine()); } catch (const std::system_error&) {
-    return Process(CommandLine());  // Wine under load fails once in a thousand times
-  }
-  void Sync() const { ASSERT_EQ(Start().Wait().value_or(99), 0U) << Log(); }
   // A file that lies in the folder of the device.
   fs::path Find(const char* name) const {
     for (const auto& entry : fs::recursive_directory_iterator(home())) {
@@ -114,7 +107,6 @@ class MemosTest : public ::testing::Test {
     }
     return {};
   }
-  std::string Log() const { return testing::ReadFile(Find("Memos.log")); }
 
   void Write(const fs::path& path, const std::string& text) const {
     fs::create_directories((folder() / path).parent_path());
@@ -132,49 +124,6 @@ class MemosTest : public ::testing::Test {
     }
     return files;
   }
-
-  // What a sync writes, byte for byte and with the times; Pylon keeps its own date of the sync in
-  // INI files.
-  using Contents = std::map<fs::path, std::pair<std::string, uint64_t>>;
-  Contents Snapshot() const {
-    Contents files;
-    for (const auto& entry : fs::recursive_directory_iterator(data())) {
-      if (!entry.is_regular_file() || entry.path().extension() == ".ini") continue;
-      WIN32_FILE_ATTRIBUTE_DATA found = {};
-      ::GetFileAttributesExW(entry.path().c_str(), GetFileExInfoStandard, &found);
-      const ULARGE_INTEGER time = {
-          {found.ftLastWriteTime.dwLowDateTime, found.ftLastWriteTime.dwHighDateTime}};
-      files[entry.path()] = {testing::ReadFile(entry.path()), time.QuadPart};
-    }
-    return files;
-  }
-  // The names of what was written between two snapshots.
-  static std::set<std::string> Written(const Contents& before, const Contents& after) {
-    std::set<std::string> names;
-    for (const auto& [path, file] : after) {
-      const auto old = before.find(path);
-      if (old == before.end() || old->second != file) names.insert(path.filename().string());
-    }
-    for (const auto& [path, file] : before) {
-      if (!after.contains(path)) names.insert(path.filename().string());
-    }
-    return names;
-  }
-
- private:
-  std::u16string CommandLine() const {
-    return Quoted(home() / "Pylon.exe") + u" -AppId Memos -Database 4";
-  }
-  static void Call(const char* function) {
-    const HMODULE library = ::LoadLibraryW(L"Memos.dll");
-    ASSERT_NE(library, nullptr);
-    const auto call = reinterpret_cast<HRESULT(STDAPICALLTYPE*)()>(
-        reinterpret_cast<void*>(::GetProcAddress(library, function)));
-    EXPECT_EQ(call(), S_OK);
-    ::FreeLibrary(library);
-  }
-
-  testing::TemporaryFolder temporary_;
 };
 
 // ---- Every pair of changes
