@@ -136,6 +136,8 @@ class AppforgeAppSettings::Table {
     record_.SetAppforgeDefinition(definition_);
     database_.SetIterationIndex(1);
     while (database_.ReadNext(index_, unique_id_, category_, attributes_, stream_)) {
+      // All that a handheld keeps of a record that the user has deleted.
+      if ((attributes_ & eDelete) && stream_.RecordBytes().empty()) continue;
       const bool found = OfRecord([&] {
         record_.Decode(stream_);
         return record_.StringValue(kKey) == key && record_.StringValue(kSection) == section;

@@ -27,7 +27,7 @@ namespace pylon {
 //   SaveSettings changes a setting that the handheld's application has made and adds none of its
 //   own, though it makes the database where there is none, as DeleteSettings does. Without a
 //   database nothing happens. Errors of the database and of a record that holds no setting (9)
-//   reach the caller. Keys are compared exactly.
+//   reach the caller; what is left of a deleted record is passed over. Keys are compared exactly.
 //
 // A database is opened for each call and closed again, which saves it. One that the conduit has
 // open stays open, with its cursor where it was, and is saved when the conduit closes it.

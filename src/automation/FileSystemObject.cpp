@@ -49,7 +49,10 @@ STDMETHODIMP FileSystemObject::DatabaseCount(long* result) noexcept {
 }
 
 STDMETHODIMP FileSystemObject::Database(long iIndex, ::PDBDatabase** result) noexcept {
-  return Get(result, [&] { return Wrap(file_system_->Database(iIndex)).Detach(); });
+  return Get(result, [&]() -> ::PDBDatabase* {
+    const std::shared_ptr<pylon::PDBDatabase> database = file_system_->Database(iIndex);
+    return database ? Wrap(database).Detach() : nullptr;
+  });
 }
 
 com::Ptr<::PDBDatabase> FileSystemObject::Wrap(

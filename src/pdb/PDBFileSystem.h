@@ -24,7 +24,8 @@ class PDBFileSystem {
   virtual bool MoveDatabase(std::u16string_view FromFileName, std::u16string_view ToFileName) = 0;
   virtual bool DeleteDatabase(std::u16string_view FileName) = 0;
   virtual int32_t DatabaseCount() const = 0;
-  virtual std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const = 0;  // 1-based; else error 9
+  // 1-based; out of range error 9, or null where the implementation says so.
+  virtual std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const = 0;
 
   // Saves and closes what is open. False when something could not be saved: that stays open, the
   // log tells it, and `failure` has the first reason.

@@ -257,7 +257,7 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   const auto log = std::make_shared<CLog>(folder_, code_page_, clock_, &log_window);
   const auto device = std::make_shared<RapiConnection>();
   SyncDriver driver({folder_, save_folder, code_page_, clock_, server_->files(), components,
-                     *status, std::move(conduits), log, device});
+                     *status, std::move(conduits), log, device, nullptr});
   server_->SetRun(driver.SyncInfo(), log);
   status->on_cancel = [&driver] { driver.SyncInfo()->SetCancelSync(true); };
 

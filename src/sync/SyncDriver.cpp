@@ -11,6 +11,7 @@
 #include "files/cFilePPC.h"
 #include "files/cFileRAPI.h"
 #include "files/cRegRAPI.h"
+#include "hotsync/PDBFileSystemPalm.h"
 #include "pdb/PDBFileSystemPC.h"
 
 namespace pylon {
@@ -19,6 +20,8 @@ namespace {
 constexpr char16_t kLineEnd[] = u"\r\n";
 constexpr char16_t kNotConnected[] =
     u"ActiveSync Failed to Initialize.  Unable to connect to device.";
+constexpr char16_t kHandheldClosed[] = u"Connection to HotSync has been closed.";
+constexpr char16_t kUnknownUser[] = u"Unknown";  // a handheld that was never synced has no user yet
 // A key of the program's section of Pylon.ini: the rapi.dll of a simulated device.
 constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
 
@@ -78,6 +81,7 @@ bool SyncDriver::BeginSync(std::u16string_view AppId, int16_t DatabaseType,
     ErrorMessage = ConduitError(AutomationError(51, u"Pylon", FromUtf8(error.what())));
   }
   with_.log->UpdateLog(u"Sync Failed: " + ErrorMessage);
+  TellHandheldLoss(ErrorMessage);
   return false;
 }
 
@@ -149,8 +153,7 @@ void SyncDriver::Describe(int16_t index) {
   heading.title = heading.application_name;
   heading.author = component.GetConduitInfo(ctAuthor);
   heading.version = component.GetConduitInfo(ctVersion);
-  // Not shown; components expect to be asked for each before a run.
-  (void)component.GetConduitInfo(ctCreatorID);
+  session_.creator_id = component.GetConduitInfo(ctCreatorID);
   heading.icon = with_.conduits->Icon(index);
   with_.view.SetHeading(heading);
 }
@@ -177,7 +180,7 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
       return {};
     }
     case dftPalmHotSync:
-      return u"No HotSync session is running.";
+      return ChooseHandheld(index, app_id, pc_folder);
     case dftActiveSync:
       return ChooseDevice(index, app_id, pc_folder);
     default: {
@@ -221,6 +224,49 @@ std::u16string SyncDriver::ChooseDevice(int16_t index, std::u16string_view app_i
       with_.log, SyncIndexes(pc_folder));
   // Gone already: the component would work on a folder that it can't see.
   return with_.device->IsLost() ? RapiConnection::kClosedText : u"";
+}
+
+std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app_id,
+                                          const std::u16string& pc_folder) {
+  if (!with_.handheld) return u"No HotSync session is running.";
+  session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
+  session_.device->SetDeviceType(dtHotSync);
+  session_.device->SetDeviceName(kUnknownUser);
+  std::u16string refusal;
+  try {
+    const std::u16string user = with_.handheld->UserName();
+    if (!user.empty()) session_.device->SetDeviceName(user);
+    session_.device->SetDeviceDateTime(with_.handheld->DateTime());
+  } catch (const AutomationError& error) {
+    refusal = u"The handheld does not tell its user, date and time: " + error.description();
+  }
+  NameLog(index, app_id);
+  if (!refusal.empty()) {
+    with_.log->UpdateLog(refusal);
+    TellHandheldLoss(refusal);
+    return refusal;
+  }
+  with_.log->UpdateLog(u"Begin Sync using HotSync");
+  auto files = std::make_shared<PDBFileSystemPalm>(with_.handheld, with_.code_page, with_.log,
+                                                   SyncIndexes(pc_folder));
+  files->SetCreatorId(session_.creator_id);
+  files->SetDatabaseFor(dftPalmHotSync);
+  files->SetFolder(pc_folder);
+  session_.file_system = std::move(files);
+  return {};
+}
+
+// When the handheld is lost, adds that to the text, and to the log and what the end of the sync
+// knows.
+bool SyncDriver::TellHandheldLoss(std::u16string& text) {
+  if (!with_.handheld || !with_.handheld->IsLost()) return false;
+  with_.log->UpdateLog(kHandheldClosed);
+  for (std::u16string* const place : {&text, &unsaved_}) {
+    if (place->find(kHandheldClosed) != place->npos) continue;
+    if (!place->empty()) *place += kLineEnd;
+    *place += kHandheldClosed;
+  }
+  return true;
 }
 
 void SyncDriver::ReadDeviceTime() {
@@ -284,8 +330,12 @@ void SyncDriver::SyncFinish() noexcept {
   } catch (const std::exception&) {
     with_.log->UpdateLog(u"SynchronizeClose failed.");
   }
-  if (!session_.file_system->CloseDatabases(unsaved_)) {
-    with_.log->UpdateLog(u"Sync Failed: what was changed could not be saved.");
+  const bool saved = session_.file_system->CloseDatabases(unsaved_);
+  // Which the component may not have noticed.
+  const bool lost = TellHandheldLoss(unsaved_);
+  if (!saved || lost) {
+    with_.log->UpdateLog(saved ? u"Sync Failed: the handheld was lost."
+                               : u"Sync Failed: what was changed could not be saved.");
     SyncStop();
     return;
   }
@@ -310,6 +360,7 @@ void SyncDriver::SyncStop() noexcept {
   info_->Detach();
   if (ended.file_system) ended.file_system->End(unsaved_);
   if (ended.file_panel) ended.file_panel->Detach();
+  with_.handheld.reset();
   with_.device->End();
   log->Close();
   with_.conduits.reset();

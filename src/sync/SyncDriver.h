@@ -13,6 +13,7 @@
 #include "conduits/cConduitList.h"
 #include "files/IPCFile.h"
 #include "files/RapiConnection.h"
+#include "hotsync/Handheld.h"
 #include "pdb/CSyncIndex.h"
 #include "pdb/PDBFileSystem.h"
 #include "sync/CLog.h"
@@ -23,7 +24,8 @@
 namespace pylon {
 
 // What a run is given. The references outlive the driver; conduit list and log are shared by the
-// process, and the end of the run lets go of them. It also ends the connection to the handheld.
+// process, and the end of the run lets go of them and of the handheld. It also ends the connection
+// over the remote API.
 struct SyncSurroundings {
   std::u16string program_folder;  // without a separator at its end
   std::u16string save_folder;     // receives the databases of a PC run; empty: the PC folder
@@ -35,6 +37,7 @@ struct SyncSurroundings {
   std::shared_ptr<cConduitList> conduits;
   std::shared_ptr<CLog> log;
   std::shared_ptr<RapiConnection> device;  // not null; a run over the remote API connects it
+  std::shared_ptr<Handheld> handheld;      // in its HotSync session; null without one
 };
 
 // Runs the one sync of the process.
@@ -45,6 +48,8 @@ struct SyncSurroundings {
 // BeginSync returns when the component's BeginSynchronize has. During it the component calls back
 // through the sync info, and the status operations pump messages, so Cancel arrives in the middle.
 // Nothing is thrown to the caller: a failure is BeginSync's false and its text.
+//
+// A run over HotSync whose link is lost has failed, whatever the component makes of it.
 class SyncDriver {
  public:
   explicit SyncDriver(SyncSurroundings surroundings);
@@ -55,10 +60,11 @@ class SyncDriver {
   bool BeginSync(std::u16string_view AppId, int16_t DatabaseType,
                  std::u16string& ErrorMessage) noexcept;
   // After a true BeginSync. Saves what the component left open first, and a sync whose databases
-  // can't be saved has failed: the dates of the last sync stay.
+  // can't be saved, or whose handheld is gone, has failed: the dates of the last sync stay.
   void SyncFinish() noexcept;
   void SyncStop() noexcept;  // releases everything the sync holds; twice does nothing
-  // Why a database could not be saved at the end; empty when all were.
+  // Why what was done may not be whole: a database that could not be saved at the end, a handheld
+  // that was lost. Empty when all went well.
   const std::u16string& Unsaved() const noexcept { return unsaved_; }
 
   // Lives as long as the driver; its CancelSync can be read after SyncStop too.
@@ -71,6 +77,7 @@ class SyncDriver {
   // Everything that one sync holds, so that ending it is one step on every path.
   struct Session {
     std::unique_ptr<ConduitComponent> component;
+    std::u16string creator_id;  // as the component tells it
     std::shared_ptr<PDBFileSystem> file_system;
     std::shared_ptr<CDevice> device;
     std::shared_ptr<CConduitInfo> conduit_info;
@@ -86,6 +93,10 @@ class SyncDriver {
   // The part of ChooseFileSystem for a Pocket PC: connects to it.
   std::u16string ChooseDevice(int16_t index, std::u16string_view app_id,
                               const std::u16string& pc_folder);
+  // The part for a handheld in its HotSync session.
+  std::u16string ChooseHandheld(int16_t index, std::u16string_view app_id,
+                                const std::u16string& pc_folder);
+  bool TellHandheldLoss(std::u16string& text);
   void ReadDeviceTime();
   std::u16string DeviceFolder(int16_t index, std::u16string_view app_id);
   FileFactory DeviceFiles() const;

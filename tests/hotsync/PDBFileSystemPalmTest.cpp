@@ -1,0 +1,538 @@
+#include "hotsync/PDBFileSystemPalm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <limits>
+#include <random>
+
+#include "pdb/PDBFileSystemPC.h"
+#include "tests/support/Errors.h"
+#include "tests/support/MemoryHandheld.h"
+#include "tests/support/PdbTesting.h"
+
+namespace pylon {
+namespace {
+
+using testing::Ascii;
+using testing::CollectingLog;
+using ::testing::ElementsAre;
+using testing::ErrorOf;
+using testing::FixedClock;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using testing::MemoryFolder;
+using testing::MemoryHandheld;
+using testing::Put;
+using testing::ReadAll;
+using testing::Reader;
+using testing::StreamOf;
+using Database = MemoryHandheld::Database;
+
+class FileSystemPalm : public ::testing::Test {
+ protected:
+  FileSystemPalm() { Begin(); }
+
+  // A new session with an empty handheld.
+  void Begin() {
+    files_.reset();
+    handheld_->databases.clear();
+    handheld_->calls_to_live = std::numeric_limits<int>::max();
+    files_ =
+        std::make_shared<PDBFileSystemPalm>(handheld_, AnsiCodePage::Windows1252(), log_, [this] {
+          return std::make_shared<CSyncIndex>(CSyncIndex::Surroundings{
+              disk_.Factory(), AnsiCodePage::Windows1252(), clock_, log_, {}, {}, u"Device"});
+        });
+    files_->SetCreatorId(u"memo");
+    files_->SetFolder(u"C:\\memo");
+    handheld_->TakeCalls();
+  }
+  // A database on the handheld of this many records, all of these attributes.
+  Database& Fill(std::u16string_view name, uint32_t count, uint8_t attributes = 0) {
+    Database& database = handheld_->databases[std::u16string(name)];
+    for (uint32_t id = 1; id <= count; ++id) {
+      database.records.push_back({0, id, 0, attributes, Ascii("text")});
+    }
+    database.last_id = count;
+    return database;
+  }
+  std::shared_ptr<PDBDatabase> Open(std::u16string_view name = u"Stock") {
+    std::shared_ptr<PDBDatabase> database;
+    EXPECT_TRUE(files_->OpenDatabase(name, database));
+    return database;
+  }
+
+  std::shared_ptr<MemoryHandheld> handheld_ = std::make_shared<MemoryHandheld>();
+  MemoryFolder disk_;
+  FixedClock clock_;
+  std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
+  std::shared_ptr<PDBFileSystemPalm> files_;
+};
+
+TEST_F(FileSystemPalm, ListsEveryNameThatItWasAskedFor) {
+  Fill(u"Stock", 1);
+  const std::shared_ptr<PDBDatabase> stock = Open();
+  std::shared_ptr<PDBDatabase> other = stock;
+  EXPECT_FALSE(files_->OpenDatabase(u"stock", other));
+  EXPECT_NE(other, stock);
+  EXPECT_TRUE(files_->DeleteDatabase(u"gone"));
+  EXPECT_EQ(files_->DatabaseCount(), 3);
+  EXPECT_EQ(files_->Database(1), stock);
+  EXPECT_EQ(files_->Database(2), other);
+  EXPECT_TRUE(files_->Database(3));
+  for (const int32_t index : {0, 4, -1}) EXPECT_FALSE(files_->Database(index)) << index;
+  EXPECT_TRUE(files_->DeleteDatabase(u"Stock"));  // while it is open
+  EXPECT_EQ(files_->DatabaseCount(), 3);
+  EXPECT_THAT(handheld_->databases, IsEmpty());
+  EXPECT_FALSE(files_->MoveDatabase(u"Stock", u"Other"));
+}
+
+TEST_F(FileSystemPalm, RefusesWhatAHandheldCantName) {
+  const std::u16string names[] = {u"", std::u16string(32, u'x'), u"\u4F60"};
+  for (const std::u16string& name : names) {
+    std::shared_ptr<PDBDatabase> database;
+    EXPECT_FALSE(files_->CreateDatabase(name, database));
+    EXPECT_FALSE(database);
+    EXPECT_FALSE(files_->OpenDatabase(name, database));
+    EXPECT_TRUE(database);
+    EXPECT_TRUE(files_->DeleteDatabase(name));
+  }
+  std::shared_ptr<PDBDatabase> database;
+  EXPECT_TRUE(files_->CreateDatabase(std::u16string(31, u'x'), database));
+  files_->SetCreatorId(u"me");
+  EXPECT_FALSE(files_->CreateDatabase(u"Other", database));
+  EXPECT_EQ(handheld_->databases.size(), 1U);
+  EXPECT_EQ(log_->lines.size(), 7U);
+}
+
+TEST_F(FileSystemPalm, AsksTheLinkAsLittleAsCanBe) {
+  constexpr int kCount = 1000;
+  using Calls = std::function<void(PDBDatabase&)>;
+  const struct {
+    const char* name;
+    uint8_t attributes;
+    Calls before;  // not counted
+    Calls calls;
+    int expected;
+  } cases[] = {
+      {"opening alone", 0, {}, [](PDBDatabase&) {}, 0},
+      {"the cursor",
+       0,
+       {},
+       [](PDBDatabase& d) {
+         for (int i = 0; i < 100; ++i) {
+           d.SetIterationIndex(i);
+           (void)(d.BOF() || d.EOF_() || d.IterationIndex() == d.RecordCount());
+         }
+       },
+       1},
+      {"reading on", 0, {}, [](PDBDatabase& d) { ReadAll(d); }, kCount + 1},
+      {"by id",
+       0,
+       {},
+       [](PDBDatabase& d) {
+         Reader r;
+         for (int id = 1; id <= kCount; ++id) EXPECT_TRUE(r.ById(d, id));
+       },
+       kCount},
+      {"modified ones, of which there are none",
+       0,
+       {},
+       [](PDBDatabase& d) {
+         Reader r;
+         EXPECT_FALSE(r.NextModified(d));
+         EXPECT_TRUE(d.EOF_());
+       },
+       2},
+      {"read, then written by index", 0, [](PDBDatabase& d) { ReadAll(d); },
+       [](PDBDatabase& d) {
+         for (int id = 1; id <= kCount; ++id) Put(d, id, {id, 0, 0, Ascii("new")});
+       },
+       kCount},
+      {"written by index without reading", 0, [](PDBDatabase& d) { (void)d.RecordCount(); },
+       [](PDBDatabase& d) {
+         for (int id = 1; id <= kCount; ++id) Put(d, id, {id, 0, 0, Ascii("new")});
+       },
+       2 * kCount},
+      {"added", 0, [](PDBDatabase& d) { (void)d.RecordCount(); },
+       [](PDBDatabase& d) {
+         for (int i = 0; i < kCount; ++i) Put(d, 0, {0, 0, 0, Ascii("new")});
+       },
+       kCount},
+      {"removed where it reads",
+       0,
+       {},
+       [](PDBDatabase& d) {
+         for (Reader r; r.Next(d);) d.Remove(r.id);
+       },
+       2 * kCount + 1},
+      {"removed by id without reading",
+       0,
+       {},
+       [](PDBDatabase& d) {
+         for (int id = 1; id <= kCount; ++id) d.Remove(id);
+       },
+       kCount},
+      {"deleted ones, met before", eDelete | eDirty,
+       [](PDBDatabase& d) {
+         for (Reader r; r.NextModified(d);) continue;
+       },
+       [](PDBDatabase& d) { d.RemoveWithDeleteFlag(); }, kCount},
+      {"deleted ones, not met before",
+       eDelete | eDirty,
+       {},
+       [](PDBDatabase& d) { d.RemoveWithDeleteFlag(); },
+       2 * kCount + 1},
+      {"the end of a sync that read all", eDirty, [](PDBDatabase& d) { ReadAll(d); },
+       [](PDBDatabase& d) {
+         d.RemoveWithDeleteFlag();
+         d.ResetModifyFlags();
+       },
+       1},
+  };
+  for (const auto& c : cases) {
+    Begin();
+    Fill(u"Stock", kCount, c.attributes);
+    const std::shared_ptr<PDBDatabase> database = Open();
+    EXPECT_EQ(handheld_->TakeCalls(), 1);
+    if (c.before) c.before(*database);
+    handheld_->TakeCalls();
+    c.calls(*database);
+    EXPECT_EQ(handheld_->TakeCalls(), c.expected) << c.name;
+  }
+}
+
+TEST_F(FileSystemPalm, FaultsReachTheCallerAndTouchNothingElse) {
+  const struct {
+    const char* fault;
+    std::function<void(PDBDatabase&)> call;
+  } cases[] = {
+      {"ReadByIndex", [](PDBDatabase& d) { Reader().Next(d); }},
+      {"ReadById", [](PDBDatabase& d) { Reader().ById(d, 5); }},
+      {"ReadNextModified", [](PDBDatabase& d) { Reader().NextModified(d); }},
+      {"ReadNextModified", [](PDBDatabase& d) { d.RemoveWithDeleteFlag(); }},
+      {"Write",
+       [](PDBDatabase& d) {
+         Put(d, 2, {2, 0, 0, {}});
+       }},
+      {"Write",
+       [](PDBDatabase& d) {
+         Put(d, 0, {0, 0, 0, {}});
+       }},
+      {"Remove", [](PDBDatabase& d) { d.Remove(1); }},
+      {"RemoveAll", [](PDBDatabase& d) { d.RemoveAll(); }},
+      {"ResetModifiedFlags", [](PDBDatabase& d) { d.ResetModifyFlags(); }},
+      {"ReadAppInfoBlock",
+       [](PDBDatabase& d) {
+         PDBByteStream stream;
+         d.ReadAppInfoBlock(stream);
+       }},
+      {"WriteAppInfoBlock", [](PDBDatabase& d) { d.WriteAppInfoBlock(StreamOf(Ascii("a"))); }},
+      {"WriteSortInfoBlock", [](PDBDatabase& d) { d.WriteSortInfoBlock(StreamOf(Ascii("a"))); }},
+  };
+  for (const auto& c : cases) {
+    for (const int32_t number : {7, 51, 57, 70}) {
+      SCOPED_TRACE(std::string(c.fault) + " " + std::to_string(number));
+      Begin();
+      Fill(u"Stock", 6, eDirty);
+      const std::shared_ptr<PDBDatabase> database = Open();
+      Reader r;
+      EXPECT_TRUE(r.Next(*database) && r.Next(*database));
+      handheld_->fault = c.fault;
+      handheld_->fault_number = number;
+      EXPECT_EQ(ErrorOf([&] { c.call(*database); }), number);
+      EXPECT_EQ(handheld_->databases[u"Stock"].records.size(), 6U);
+      EXPECT_EQ(database->IterationIndex(), 3);
+      EXPECT_TRUE(r.Next(*database));
+      EXPECT_EQ(r.id, 3);
+      EXPECT_EQ(database->RecordCount(), 6);
+      EXPECT_NO_THROW(c.call(*database));
+    }
+  }
+}
+
+// The same calls give the same answers as on the PC, where nothing is remembered, also when each
+// fails once before it succeeds.
+TEST_F(FileSystemPalm, AnswersAsThePcDoes) {
+  PDBFileSystemPC pc(u"C:\\pdb", disk_.Factory(), dftWindows, AnsiCodePage::Windows1252(), clock_,
+                     log_);
+  for (const bool faults : {false, true}) {
+    std::mt19937 random(faults);
+    const auto pick = [&](int n) {
+      return static_cast<int32_t>(random() % static_cast<unsigned>(n));
+    };
+    std::shared_ptr<PDBDatabase> databases[2];
+    Begin();
+    ASSERT_TRUE(files_->CreateDatabase(u"Stock", databases[0]));
+    ASSERT_TRUE(pc.CreateDatabase(u"Stock", databases[1]));
+    int32_t last_id = 0;
+    for (int step = 0; step < 5000; ++step) {
+      const int32_t op = pick(12), index = pick(12), id = last_id - pick(12);
+      const int32_t attributes = pick(3) == 0 ? eDelete | eDirty : pick(2) * eDirty;
+      std::string answers[2];
+      for (PDBDatabase* const d : {databases[0].get(), databases[1].get()}) {
+        Reader r;
+        const auto run = [&] {
+          switch (op) {
+            case 0:
+            case 1:
+              return r.Next(*d);
+            case 2:
+              return r.NextModified(*d);
+            case 3:
+              return r.ByIndex(*d, index);
+            case 4:
+              return r.ById(*d, id);
+            case 5:
+              if (index == 0) {  // forgets what was read
+                d->CloseDatabase();
+                EXPECT_TRUE(d->OpenDatabase());
+              }
+              d->SetIterationIndex(index);
+              return true;
+            case 6:
+              d->Remove(id);
+              return true;
+            case 7:
+            case 8:
+              r.id = Put(*d, 0, {0, 0, attributes, Ascii("a" + std::to_string(step))});
+              return true;
+            case 9:
+              if (!r.ByIndex(*d, index)) return false;
+              Put(*d, index, {r.id, 0, attributes, Ascii("b" + std::to_string(step))});
+              return true;
+            case 10:
+              if (attributes == 0) d->RemoveWithDeleteFlag();
+              return true;
+            default:
+              if (attributes != 0) return true;
+              if (pick(9) == 0) d->RemoveAll();
+              d->RemoveWithDeleteFlag();
+              d->ResetModifyFlags();
+              return true;
+          }
+        };
+        const bool on_handheld = d == databases[0].get();
+        std::string& answer = answers[on_handheld ? 0 : 1];
+        const std::mt19937 before = random;
+        if (on_handheld && faults && !handheld_->calls.empty()) {
+          handheld_->fault = handheld_->calls.back();
+          handheld_->fault_number = 70;
+        }
+        int32_t error = ErrorOf([&] { answer = run() ? "yes " : "no "; });
+        if (error == 70) {
+          random = before;
+          error = ErrorOf([&] { answer = run() ? "yes " : "no "; });
+        }
+        handheld_->fault.clear();
+        if (on_handheld) random = before;
+        if (r.id > last_id) last_id = r.id;
+        answer += std::to_string(error) + " at " + std::to_string(r.index) + " id " +
+                  std::to_string(r.id) + " " + testing::ToHex(r.stream.RecordBytes()) + " cursor " +
+                  std::to_string(d->IterationIndex()) + " of " + std::to_string(d->RecordCount());
+      }
+      ASSERT_EQ(answers[0], answers[1]) << "step " << step << " operation " << op;
+    }
+    EXPECT_EQ(ReadAll(*databases[0]), ReadAll(*databases[1]));
+  }
+}
+
+TEST_F(FileSystemPalm, DeletedRecordsAreFoundBehindThoseThatWereRead) {
+  Fill(u"Stock", 4, eDelete | eDirty);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  Reader r;
+  EXPECT_TRUE(r.Next(*database));
+  database->Remove(r.id);
+  database->RemoveWithDeleteFlag();
+  EXPECT_EQ(database->RecordCount(), 0);
+}
+
+TEST_F(FileSystemPalm, BusyRecordsAndReadOnlyDatabasesAreRefused) {
+  Database& stock = Fill(u"Stock", 3, eDelete | eDirty);
+  stock.busy = {2};
+  const std::shared_ptr<PDBDatabase> database = Open();
+  Reader r;
+  EXPECT_TRUE(r.Next(*database));
+  EXPECT_EQ(ErrorOf([&] { r.Next(*database); }), 70);
+  EXPECT_EQ(database->IterationIndex(), 2);
+  EXPECT_EQ(ErrorOf([&] { database->Remove(2); }), 70);
+  EXPECT_EQ(stock.records.size(), 3U);
+  stock.busy.clear();
+  stock.read_only = true;
+  EXPECT_EQ(ErrorOf([&] { Put(*database, 0, {0, 0, 0, Ascii("new")}); }), 70);
+  EXPECT_EQ(ErrorOf([&] { database->RemoveWithDeleteFlag(); }), 70);
+  EXPECT_EQ(ErrorOf([&] { database->CreateDatabase(); }), 70);
+  EXPECT_EQ(ErrorOf([&] { files_->DeleteDatabase(u"Stock"); }), 70);
+  EXPECT_EQ(ReadAll(*database).size(), 3U);  // open again
+  // The busy bit belongs to the handheld.
+  stock.read_only = false;
+  Put(*database, 1, {1, 0, 0x20 | eSecret, Ascii("x")});
+  EXPECT_EQ(stock.records[0].attributes, eSecret);
+}
+
+TEST_F(FileSystemPalm, ALostLinkIsNeverTheEndOfTheRecords) {
+  constexpr int kCount = 5;
+  for (int calls = 0; calls < 2 * kCount + 3; ++calls) {
+    SCOPED_TRACE(calls);
+    Begin();
+    Fill(u"Stock", kCount, eDirty);
+    handheld_->calls_to_live = calls;
+    int read = 0;
+    const int32_t error = ErrorOf([&] {
+      std::shared_ptr<PDBDatabase> database;
+      if (!files_->OpenDatabase(u"Stock", database)) return;
+      for (Reader r; r.NextModified(*database);) ++read;
+      EXPECT_EQ(read, kCount);
+      database->SetIterationIndex(1);
+      for (Reader r; r.Next(*database);) ++read;
+      EXPECT_EQ(read, 2 * kCount);
+    });
+    EXPECT_EQ(error, 57);
+    EXPECT_TRUE(handheld_->IsLost());
+    std::u16string failure;
+    EXPECT_TRUE(files_->End(failure));
+  }
+}
+
+TEST_F(FileSystemPalm, WhatTheHandheldHasNotGivenIsNoEndEither) {
+  Database& stock = Fill(u"Stock", 3);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  EXPECT_EQ(database->RecordCount(), 3);
+  stock.records.pop_back();  // by somebody else, against the rules
+  EXPECT_EQ(ReadAll(*database).size(), 2U);
+  EXPECT_TRUE(database->EOF_());
+  EXPECT_EQ(database->RecordCount(), 2);
+}
+
+TEST_F(FileSystemPalm, CreatingLosesNothingThatCouldNotBeRead) {
+  Database& stock = Fill(u"Stock", 3);
+  stock.created = 40000;
+  stock.app_info = stock.sort_info = Ascii("block");
+  stock.locked = true;
+  std::shared_ptr<PDBDatabase> database;
+  EXPECT_EQ(ErrorOf([&] { files_->OpenDatabase(u"Stock", database); }), 70);
+  database.reset();
+  stock.locked = false;
+  EXPECT_FALSE(files_->CreateDatabase(u"Stock", database));
+  EXPECT_FALSE(database);
+  EXPECT_THAT(log_->lines, ElementsAre(HasSubstr("could not be opened: delete it first")));
+  EXPECT_EQ(stock.records.size(), 3U);
+
+  database = Open();  // which it can now
+  database->CloseDatabase();
+  handheld_->TakeCalls();
+  EXPECT_TRUE(files_->CreateDatabase(u"Stock", database));
+  EXPECT_EQ(handheld_->TakeCalls("DeleteDatabase"), 0);
+  EXPECT_THAT(stock.records, IsEmpty());
+  EXPECT_THAT(stock.app_info, IsEmpty());
+  EXPECT_THAT(stock.sort_info, IsEmpty());
+  EXPECT_EQ(database->CreateDateTime(), 40000);
+  Put(*database, 0, {0, 0, 0, Ascii("new")});
+  EXPECT_TRUE(files_->CreateDatabase(u"Stock", database));  // while it is open
+  EXPECT_EQ(database->RecordCount(), 0);
+}
+
+TEST_F(FileSystemPalm, TheCreatorCanChangeUntilSomethingIsWritten) {
+  std::shared_ptr<PDBDatabase> database;
+  ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
+  EXPECT_EQ(database->CreatorId(), u"memo");
+  database->SetCreatorId(u"memo");
+  EXPECT_EQ(handheld_->TakeCalls("CreateDatabase"), 1);
+  EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"five5"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"abc"); }), 5);
+  database->SetCreatorId(u"Inv1");
+  EXPECT_EQ(handheld_->databases[u"Stock"].creator, u"Inv1");
+  EXPECT_EQ(handheld_->databases[u"Stock"].type, u"DATA");
+  Put(*database, 0, {0, 0, 0, Ascii("a")});
+  database->SetCreatorId(u"Inv1");
+  EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"memo"); }), 445);
+  database->CloseDatabase();
+  EXPECT_EQ(Open()->CreatorId(), u"Inv1");
+  EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"memo"); }), 445);
+  EXPECT_EQ(handheld_->databases[u"Stock"].records.size(), 1U);
+  EXPECT_EQ(ErrorOf([&] { database->SetPDBDatabaseName(u"Other"); }), 445);
+  EXPECT_EQ(ErrorOf([&] { database->SetPDBFilePath(u"C:\\Stock.pdb"); }), 445);
+}
+
+TEST_F(FileSystemPalm, RecordsAndBlocksHaveALimit) {
+  std::shared_ptr<PDBDatabase> database;
+  ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
+  const Bytes most(PDBDatabasePalm::kMaxChunk), more(PDBDatabasePalm::kMaxChunk + 1);
+  Put(*database, 0, {0, 0, 0, most});
+  database->WriteAppInfoBlock(StreamOf(most));
+  handheld_->TakeCalls();
+  EXPECT_EQ(ErrorOf([&] { Put(*database, 0, {0, 0, 0, more}); }), 6);
+  EXPECT_EQ(ErrorOf([&] { database->WriteAppInfoBlock(StreamOf(more)); }), 6);
+  EXPECT_EQ(ErrorOf([&] { database->WriteSortInfoBlock(StreamOf(more)); }), 6);
+  EXPECT_EQ(handheld_->TakeCalls(), 0);
+  handheld_->databases[u"Full"].records.resize(65'535);
+  const std::shared_ptr<PDBDatabase> full = Open(u"Full");
+  EXPECT_EQ(ErrorOf([&] { Put(*full, 0, {0, 0, 0, {}}); }), 6);
+}
+
+TEST_F(FileSystemPalm, TheEndLetsGoOfTheHandheld) {
+  Fill(u"Stock", 1);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  database->SyncIndex()->Add(u"key", 1);
+  handheld_->calls_to_live = 0;  // what the conduit has done is known on the PC all the same
+  EXPECT_EQ(ErrorOf([&] { ReadAll(*database); }), 57);
+  std::u16string failure;
+  EXPECT_TRUE(files_->End(failure));
+  EXPECT_TRUE(disk_.files.contains(u"C:\\memo\\Device\\Stock.si"));
+  EXPECT_EQ(handheld_.use_count(), 1);
+  EXPECT_FALSE(handheld_->databases[u"Stock"].open);
+  EXPECT_FALSE(database->OpenDatabase());
+  EXPECT_FALSE(database->CreateDatabase());
+  EXPECT_EQ(ErrorOf([&] { database->RemoveDatabase(); }), 5);
+  EXPECT_EQ(ErrorOf([&] { (void)database->RecordCount(); }), 5);
+  EXPECT_EQ(database->CreateDateTime(), 0);
+}
+
+TEST_F(FileSystemPalm, MayEndDuringACall) {
+  const std::function<void(PDBDatabase&)> calls[] = {
+      [](PDBDatabase& d) { Reader().Next(d); },
+      [](PDBDatabase& d) { Reader().NextModified(d); },
+      [](PDBDatabase& d) {
+        Put(d, 0, {0, 0, 0, Ascii("new")});
+      },
+      [](PDBDatabase& d) { d.Remove(1); },
+      [](PDBDatabase& d) { d.RemoveWithDeleteFlag(); },
+      [](PDBDatabase& d) { d.CreateDatabase(); },
+      [](PDBDatabase& d) { d.RemoveDatabase(); },
+      [](PDBDatabase& d) {
+        d.CloseDatabase();
+        EXPECT_EQ(ErrorOf([&] { d.OpenDatabase(); }), 5);
+      },
+      [](PDBDatabase& d) {
+        d.CloseDatabase();
+        EXPECT_EQ(ErrorOf([&] { d.CreateDatabase(); }), 5);
+      },
+  };
+  for (const auto& call : calls) {
+    SCOPED_TRACE(&call - calls);
+    Begin();
+    Fill(u"Stock", 3, eDelete | eDirty);
+    const std::shared_ptr<PDBDatabase> database = Open();
+    handheld_->during_call = [&] { files_->Close(); };
+    call(*database);
+    EXPECT_EQ(ErrorOf([&] { (void)database->RecordCount(); }), 5);
+    EXPECT_FALSE(database->OpenDatabase());
+    EXPECT_EQ(handheld_.use_count(), 1);
+  }
+}
+
+TEST_F(FileSystemPalm, AnIndexThatCantBeSavedIsToldAndTheOthersAreClosed) {
+  Fill(u"Stock", 1);
+  Fill(u"Other", 1);
+  Open()->SyncIndex()->Add(u"key", 1);
+  Open(u"Other")->SyncIndex()->Add(u"key", 1);
+  disk_.FailNth(testing::FileOperation::kReplace, 1);
+  files_.reset();
+  EXPECT_FALSE(disk_.files.contains(u"C:\\memo\\Device\\Stock.si"));
+  EXPECT_TRUE(disk_.files.contains(u"C:\\memo\\Device\\Other.si"));
+  EXPECT_THAT(log_->lines, Contains(HasSubstr("WriteSyncIndex")));
+}
+
+}  // namespace
+}  // namespace pylon
