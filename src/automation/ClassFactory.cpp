@@ -4,6 +4,7 @@
 #include "automation/ByteStreamObject.h"
 #include "automation/DatabaseObject.h"
 #include "automation/DefinitionObject.h"
+#include "automation/PalmSyncObject.h"
 #include "automation/RecordObject.h"
 #include "automation/SignatureObject.h"
 #include "automation/UtilsObject.h"
@@ -67,6 +68,7 @@ std::span<const CreatableClass> CreatableClasses() {
       {RecordObject::kClass, Create<RecordObject>},
       {SignatureObject::kClass, Create<SignatureObject>},
       {AppSettingsObject::kClass, Create<AppSettingsObject>},
+      {PalmSyncObject::kClass, Create<PalmSyncObject>},
   };
   return kClasses;
 }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "automation/HotSyncHost.h"
 #include "automation/TypeLibrary.h"
 #include "base/AnsiCodePage.h"
 #include "base/Date.h"
@@ -39,6 +40,10 @@ class Server {
     run_log_ = std::move(log);
   }
 
+  // What runs the syncs that HotSync asks for; null in a process that is no server. Borrowed.
+  HotSyncHost* hot_sync() const noexcept { return hot_sync_; }
+  void SetHotSync(HotSyncHost* host) noexcept { hot_sync_ = host; }
+
   // Counts what keeps the process alive.
   void Lock() noexcept { ++locks_; }
   void Unlock() noexcept;
@@ -52,6 +57,7 @@ class Server {
   std::function<void()> on_idle_;
   std::shared_ptr<oSyncInfo> run_;
   std::shared_ptr<LogSink> run_log_;
+  HotSyncHost* hot_sync_ = nullptr;
   long locks_ = 0;
 };
 

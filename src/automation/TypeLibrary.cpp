@@ -3,31 +3,13 @@
 #include <cstring>
 #include <new>
 
+#include "base/TypeDescription.h"
+
 namespace pylon {
 namespace {
 
-// Owns a description that a type info handed out.
-template <class T, void (STDMETHODCALLTYPE ITypeInfo::*Release)(T*)>
-class Description {
- public:
-  explicit Description(ITypeInfo* owner) noexcept : owner_(owner) {}
-  ~Description() {
-    if (value_) (owner_->*Release)(value_);
-  }
-  Description(const Description&) = delete;
-  Description& operator=(const Description&) = delete;
-
-  T** Receive() noexcept { return &value_; }
-  const T* operator->() const noexcept { return value_; }
-  const T& operator*() const noexcept { return *value_; }
-
- private:
-  ITypeInfo* owner_;
-  T* value_ = nullptr;
-};
-
-using TypeAttributes = Description<TYPEATTR, &ITypeInfo::ReleaseTypeAttr>;
-using FunctionDescription = Description<FUNCDESC, &ITypeInfo::ReleaseFuncDesc>;
+using com::FunctionDescription;
+using com::TypeAttributes;
 
 // Follows references by variant to the value that the caller holds.
 VARIANT* Dereference(VARIANT* value) noexcept {

@@ -15,7 +15,6 @@
 namespace pylon {
 namespace {
 
-constexpr char16_t kFileName[] = u"Pylon.ini";
 constexpr char16_t kGeneralSection[] = u"General";
 constexpr char16_t kProgramSection[] = u"Pylon";
 constexpr char16_t kNotCreated[] = u"No Longer Compatible";

@@ -19,6 +19,8 @@ namespace pylon {
 // error 9. Look-ups answer 0 for what is not there and ignore case. Borrows factory and code page.
 class cConduitList {
  public:
+  static constexpr char16_t kFileName[] = u"Pylon.ini";
+
   cConduitList(std::u16string program_folder, ComponentFactory& components,
                const AnsiCodePage& code_page);
 

@@ -16,17 +16,14 @@
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "conduits/cConduitList.h"
-#include "files/DeviceProgress.h"
 #include "files/ProgramFiles.h"
-#include "files/RapiConnection.h"
 #include "files/cFileIO.h"
 #include "setup/ConduitInstaller.h"
 #include "setup/cActiveSync.h"
 #include "setup/frmSetup.h"
+#include "startup/HotSyncRuns.h"
+#include "startup/SyncRun.h"
 #include "startup/cCommandLine.h"
-#include "sync/SyncDriver.h"
-#include "sync/frmLog.h"
-#include "sync/frmStatus.h"
 
 namespace pylon {
 namespace {
@@ -181,6 +178,8 @@ int Program::Serve() {
   } catch (const AutomationError&) {
     return kFailed;  // COM tells the client; a message box here would have nobody to close it
   }
+  HotSyncRuns hot_sync(*server_, folder_, code_page_, clock_);
+  server_->SetHotSync(&hot_sync);
   idle.Start(IdleTimer::kFirstClientMs);
   MSG message;
   while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
@@ -197,6 +196,7 @@ int Program::Serve() {
     ::DispatchMessageW(&message);
   }
   server_->SetOnIdle({});
+  server_->SetHotSync(nullptr);
   return kDone;
 }
 
@@ -251,42 +251,21 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
   ComComponentFactory components(*server_);
   auto conduits = std::make_shared<cConduitList>(folder_, components, code_page_);
 
-  frmLog log_window;
-  std::optional<frmStatus> status(std::in_place);
-  status->Create();
-  const auto log = std::make_shared<CLog>(folder_, code_page_, clock_, &log_window);
-  const auto device = std::make_shared<RapiConnection>();
-  SyncDriver driver({folder_, save_folder, code_page_, clock_, server_->files(), components,
-                     *status, std::move(conduits), log, device, nullptr});
-  server_->SetRun(driver.SyncInfo(), log);
-  status->on_cancel = [&driver] { driver.SyncInfo()->SetCancelSync(true); };
-
-  std::u16string error;
-  const int16_t type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
-  const bool finished = driver.BeginSync(app_id, type, error);
-  // Read now: a component may start a phase, which clears it, even while it is released.
-  const bool cancelled = driver.SyncInfo()->CancelSync();
-  if (finished) {
-    driver.SyncFinish();
-  } else {
-    driver.SyncStop();
+  SyncRequest request;
+  request.app_id = app_id;
+  request.database_type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
+  request.save_folder = save_folder;
+  const SyncOutcome outcome =
+      RunSync({*server_, folder_, code_page_, clock_, components}, std::move(conduits), request);
+  switch (outcome.result) {
+    case SyncResult::kDone:
+      return kDone;
+    case SyncResult::kCancelled:
+      return kCancelled;
+    case SyncResult::kFailed:
+      break;
   }
-  server_->SetRun(nullptr, nullptr);
-  status.reset();
-  // What was changed and is not where it belongs is told in any case. Cancel means that of a copy
-  // which it stopped itself.
-  std::u16string unsaved = driver.Unsaved();
-  if (cancelled && unsaved.find(kCopyCancelled) != std::u16string::npos) unsaved.clear();
-  if (cancelled && !finished && unsaved.empty() && !device->IsLost()) return kCancelled;
-  // A component may have taken it for success, or for some failure of its own.
-  const auto add = [&error](std::u16string_view text) {
-    if (text.empty() || error.find(text) != std::u16string::npos) return;
-    error += (error.empty() ? u"" : u"\r\n") + std::u16string(text);
-  };
-  add(unsaved);
-  if (device->IsLost()) add(RapiConnection::kClosedText);
-  if (error.empty()) return kDone;
-  ShowMessage(error);
+  ShowMessage(outcome.error);
   return kFailed;
 }
 

@@ -180,7 +180,8 @@ constexpr const char16_t* kInterfaces[] = {u"ISyncNotify",
                                            u"_PDBAppforgeDefinition",
                                            u"_PDBAppforgeRecord",
                                            u"_AppforgeSignature",
-                                           u"_AppforgeAppSettings"};
+                                           u"_AppforgeAppSettings",
+                                           u"_cPalmSync"};
 
 TEST_F(TypeLibraryTest, NoTwoMembersOfAKindShareAnId) {
   for (const char16_t* name : kInterfaces) {
@@ -282,7 +283,7 @@ TEST_F(TypeLibraryTest, ClassesThatClientsMayNotCreateSaySo) {
   } cases[] = {
       {u"PDBByteStream", true},         {u"PDBUtils", true},          {u"PDBDatabasePC", true},
       {u"PDBAppforgeDefinition", true}, {u"PDBAppforgeRecord", true}, {u"AppforgeSignature", true},
-      {u"AppforgeAppSettings", true},   {u"oSyncInfo", false},        {u"CDevice", false},
+      {u"AppforgeAppSettings", true}, {u"cPalmSync", true},   {u"oSyncInfo", false},        {u"CDevice", false},
       {u"CConduitInfo", false},         {u"CSyncIndex", false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(ToUtf8(c.name));

@@ -1,0 +1,158 @@
+#include "startup/HotSyncRuns.h"
+
+#include <utility>
+
+#include "base/AutomationError.h"
+#include "base/Text.h"
+#include "base/Types.h"
+#include "files/FileNames.h"
+
+namespace pylon {
+namespace {
+
+constexpr char16_t kPylon[] = u"Pylon";
+constexpr char16_t kBusy[] = u"Another sync or configuration is running.";
+
+class Busy {
+ public:
+  explicit Busy(bool& flag) noexcept : flag_(flag) { flag_ = true; }
+  ~Busy() { flag_ = false; }
+  Busy(const Busy&) = delete;
+  Busy& operator=(const Busy&) = delete;
+
+ private:
+  bool& flag_;
+};
+
+// A line of HotSync's log: our messages may have several.
+std::u16string LogLine(std::u16string_view name, std::u16string_view text) {
+  std::u16string line(name.empty() ? kPylon : name);
+  line += u": ";
+  for (const char16_t c : text) {
+    if (c == u'\n') continue;
+    line.push_back(c == u'\r' || c == u'\t' ? u' ' : c);
+  }
+  return line;
+}
+
+void Tell(Handheld& handheld, std::u16string_view name, std::u16string_view text) noexcept {
+  try {
+    handheld.AddLogEntry(LogLine(name, text));
+  } catch (const std::exception&) {
+    // The session is over; our own log has it.
+  }
+}
+
+std::u16string_view LastName(std::u16string_view path) noexcept {
+  while (path.ends_with(u'\\')) path.remove_suffix(1);
+  const size_t separator = path.rfind(u'\\');
+  return separator == path.npos ? path : path.substr(separator + 1);
+}
+
+}  // namespace
+
+HotSyncRuns::HotSyncRuns(Server& server, const std::u16string& program_folder,
+                         const AnsiCodePage& code_page, const Clock& clock)
+    : utils_(code_page),
+      components_(server),
+      program_{server, program_folder, code_page, clock, components_} {}
+
+std::shared_ptr<cConduitList> HotSyncRuns::Conduits() {
+  // Before the file is read: a change meanwhile gives it a later time. No file has the time 0.
+  WIN32_FILE_ATTRIBUTE_DATA file = {};
+  const std::u16string name = JoinFullName(program_.folder, cConduitList::kFileName);
+  (void)::GetFileAttributesExW(Wide(name), GetFileExInfoStandard, &file);
+  if (conduits_ && ::CompareFileTime(&file.ftLastWriteTime, &conduits_written_) == 0) {
+    return conduits_;
+  }
+  auto conduits = std::make_shared<cConduitList>(program_.folder, components_, program_.code_page);
+  if (!conduits->LoadError().empty()) {
+    throw AutomationError(ErrorNumber::kPathFileAccess, conduits->LoadError());
+  }
+  conduits_written_ = file.ftLastWriteTime;
+  return conduits_ = std::move(conduits);
+}
+
+int16_t HotSyncRuns::Find(cConduitList& conduits, std::optional<int32_t> creator) const {
+  return creator ? conduits.FindAppIdFromCreatorId(utils_.PalmLongtoId(*creator)) : int16_t{0};
+}
+
+std::u16string HotSyncRuns::Unknown(std::optional<int32_t> creator) const {
+  if (!creator) return u"HotSync does not say which conduit it means.";
+  return u"No conduit is registered for the creator id '" + utils_.PalmLongtoId(*creator) + u"'.";
+}
+
+bool HotSyncRuns::Sync(std::optional<int32_t> creator) {
+  if (busy_) {
+    Tell(*SuiteHandheld::Connect(program_.code_page), kPylon, kBusy);
+    return false;
+  }
+  const Busy busy(busy_);
+  const auto handheld = SuiteHandheld::Connect(program_.code_page);
+  try {
+    return SyncWith(handheld, creator);
+  } catch (const AutomationError& error) {
+    Tell(*handheld, kPylon, error.description());
+  } catch (const std::exception& error) {
+    Tell(*handheld, kPylon, FromUtf8(error.what()));
+  }
+  return false;
+}
+
+bool HotSyncRuns::SyncWith(const std::shared_ptr<SuiteHandheld>& handheld,
+                           std::optional<int32_t> creator) {
+  if (const auto current = handheld->CreatorId(); current && *current != 0) creator = current;
+  const std::shared_ptr<cConduitList> conduits = Conduits();
+  const int16_t index = Find(*conduits, creator);
+  const std::u16string name = index == 0 ? kPylon : conduits->ApplicationName(index);
+  SyncRequest request;
+  request.database_type = dftPalmHotSync;
+  request.handheld = handheld;
+  if (index != 0) request.app_id = conduits->AppId(index);
+  const SyncOutcome outcome = RunSync(program_, conduits, request);
+  switch (outcome.result) {
+    case SyncResult::kDone:
+      Tell(*handheld, name, u"Sync Finished");
+      return true;
+    case SyncResult::kCancelled:
+      Tell(*handheld, name, u"Sync cancelled by the user.");
+      return false;
+    case SyncResult::kFailed:
+      Tell(*handheld, name,
+           index == 0 ? outcome.error + u" " + Unknown(creator) : u"Sync Failed: " + outcome.error);
+      return false;
+  }
+  return false;
+}
+
+void HotSyncRuns::Configure(std::optional<int32_t> creator, std::u16string_view path) {
+  if (busy_) throw AutomationError(ErrorNumber::kInvalidArgument, kBusy);
+  const Busy busy(busy_);
+  const std::shared_ptr<cConduitList> conduits = Conduits();
+  int16_t index = Find(*conduits, creator);
+  if (index == 0 && !path.empty()) index = conduits->FindAppId(LastName(path));
+  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(creator));
+  const std::u16string& class_id = conduits->ClassId(index);
+  const ComponentFactory::Result created = components_.Create(class_id);
+  if (!created.component) {
+    throw AutomationError(429, {}, class_id + u": " + created.reason);
+  }
+  created.component->ConfigureConduit();
+}
+
+HotSyncHost::Conduit HotSyncRuns::Describe(std::optional<int32_t> creator) {
+  const std::shared_ptr<cConduitList> conduits = Conduits();
+  const int16_t index = Find(*conduits, creator);
+  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(creator));
+  return {conduits->ApplicationName(index), conduits->Version(index)};
+}
+
+void HotSyncRuns::Report(std::u16string_view line) noexcept {
+  try {
+    Tell(*SuiteHandheld::Connect(program_.code_page), kPylon, line);
+  } catch (const std::exception&) {
+    // No session: then there is no log either.
+  }
+}
+
+}  // namespace pylon
