@@ -1,0 +1,211 @@
+// The suite's other classes.
+
+#include "base/Text.h"
+#include "tests/palm/SuiteSession.h"
+
+namespace pylon::palm::testing {
+namespace {
+
+constexpr int32_t kTst1 = 0x74737431;
+
+class SuiteTest : public SuiteSession {
+ protected:
+  SuiteTest() {
+    AddDatabase("One", {{0, "x"}});
+    AddDatabase("Two", {});
+  }
+};
+
+std::string Names(const Outcome& outcome) {
+  const VARIANT& value = *outcome.value.get();
+  EXPECT_TRUE(V_VT(&value) & VT_ARRAY);
+  std::string names;
+  LONG last = -1;
+  EXPECT_EQ(::SafeArrayGetUBound(V_ARRAY(&value), 1, &last), S_OK);
+  for (LONG i = 0; i <= last; ++i) {
+    com::Variant name;
+    void* place = name.get();
+    if (V_VT(&value) == (VT_ARRAY | VT_BSTR)) {
+      V_VT(name.get()) = VT_BSTR;
+      place = &V_BSTR(name.get());
+    }
+    EXPECT_EQ(::SafeArrayGetElement(V_ARRAY(&value), &i, place), S_OK);
+    names += ToUtf8(com::Text(V_BSTR(name.get()))) + " ";
+  }
+  return names;
+}
+
+TEST_F(SuiteTest, DatabasesComeAndGo) {
+  EXPECT_EQ(
+      Sync("[Handheld]\nClock=2003-05-17 09:30:00\n",
+           [] {
+             const Late query = Late::Create(L"PDDirect.PDDatabaseQuery");
+             constexpr char16_t kAdapter[] = u"PDDirect.PDRecordAdapter";
+             EXPECT_EQ(Names(query.Call(L"ReadDbNameList", true)), "One Two ");
+             EXPECT_EQ(Names(query.Call(L"ReadDbNameList")), "One Two ");
+             EXPECT_EQ(Names(query.Call(L"ReadDbNameList", false)), "");
+             {
+               const Late made(
+                   query.Call(L"CreateRecordDatabase", u"New", kAdapter, kTst1, 0x44415441));
+               EXPECT_EQ(made.Call(L"Write", Argument(com::Variant()), 0, 0, ByteArray("x")).result,
+                         "ok");
+               EXPECT_EQ(query.Call(L"RemoveDatabase", u"New").result, "80070005") << "it is open";
+             }
+             const Late info(query.Call(L"ReadDbInfoByName", u"New"));
+             EXPECT_EQ(info.Call(L"CreatorId").Number(), kTst1);
+             EXPECT_EQ(info.Call(L"TypeId").Number(), 0x44415441);
+             EXPECT_NEAR(V_DATE(info.Call(L"CreateDate").value.get()), 37758.3958333, 1e-6);
+             EXPECT_NEAR(V_DATE(info.Call(L"ModifyDate").value.get()), 37758.3958333, 1e-6);
+             const struct {
+               const char* what;
+               Outcome outcome;
+               const char* result;
+             } cases[] = {
+                 {"taken", query.Call(L"CreateRecordDatabase", u"One", kAdapter, 1, 2), "80030050"},
+                 {"card", query.Call(L"CreateRecordDatabase", u"Card", kAdapter, 1, 2, 1),
+                  "80070057"},
+                 {"optional",
+                  query.Call(L"CreateRecordDatabase", u"Opt", kAdapter, 1, 2, Missing(), 0xC0),
+                  "ok"},
+                 {"long name",
+                  query.Call(L"CreateRecordDatabase", u"12345678901234567890123456789012", kAdapter,
+                             1, 2),
+                  "80070057"},
+                 {"not there", query.Call(L"OpenRecordDatabase", u"one", kAdapter), "80030002"},
+                 {"another adapter", query.Call(L"OpenRecordDatabase", u"One", u"My.Adapter"),
+                  "80070057"},
+                 {"no info", query.Call(L"ReadDbInfoByName", u"one"), "80030002"},
+                 {"remove", query.Call(L"RemoveDatabase", u"Two"), "ok"},
+                 {"gone", query.Call(L"RemoveDatabase", u"Two"), "80030002"},
+             };
+             for (const auto& c : cases) EXPECT_EQ(c.outcome.result, c.result) << c.what;
+             EXPECT_EQ(Late::Create(L"PDDirect.PDRecordAdapter").Call(L"RecordCount").result,
+                       "8000FFFF");
+           }),
+      0);
+  EXPECT_EQ(FileRecords("New"), Lines{"1:0:x"});
+  EXPECT_EQ(FileRecords("Two"), Lines{"no file"});
+}
+
+TEST_F(SuiteTest, NamesMayBeVariants) {
+  EXPECT_EQ(
+      Sync("[Suite]\nNames=variants\n",
+           [] {
+             EXPECT_EQ(
+                 Names(Late::Create(L"PDDirect.PDDatabaseQuery").Call(L"ReadDbNameList", true)),
+                 "One Two ");
+           }),
+      0);
+}
+
+TEST_F(SuiteTest, TheSystemTellsOfUserAndSession) {
+  EXPECT_EQ(Sync("SyncType=1\n[Handheld]\nUserName=J. Doe\nUserId=77\n"
+                 "Clock=2003-05-17 09:30:00\n",
+                 [] {
+                   const Late system = Late::Create(L"PDDirect.PDSystemAdapter");
+                   EXPECT_NEAR(V_DATE(system.Call(L"DateTime").value.get()), 37758.3958333, 1e-6);
+                   EXPECT_EQ(system.Call(L"AddLogEntry", u"A line \u20AC").result, "ok");
+                   const Late user(system.Call(L"PDUserInfo"));
+                   EXPECT_EQ(user.Call(L"UserName").Text(), "J. Doe");
+                   EXPECT_EQ(user.Call(L"UserId").Number(), 77);
+                   const Late sync(system.Call(L"PDHotSyncInfo"));
+                   EXPECT_EQ(sync.Call(L"SyncType").Number(), 1);
+                   EXPECT_EQ(sync.Call(L"CreatorId").Number(), kTst1);
+                   EXPECT_TRUE(sync.Call(L"PathName").Text().ends_with("\\J. Doe\\Tests\\"));
+                   EXPECT_EQ(sync.Call(L"NameCount").Number(), 2);
+                   EXPECT_EQ(sync.Call(L"NameList", 1).Text(), "Two");
+                   EXPECT_EQ(sync.Call(L"NameList", 2).result, "800A0009");
+                 }),
+            0);
+  EXPECT_NE(SessionLog().find("\nA line \xE2\x82\xAC\n"), std::string::npos);
+}
+
+TEST_F(SuiteTest, UtilityConvertsBytes) {
+  EXPECT_EQ(
+      Sync(
+          "",
+          [] {
+            const Late utility = Late::Create(L"PDDirect.PDUtility");
+            Variable bytes, value;
+            EXPECT_EQ(utility.Call(L"DWORDToByteArray", bytes.Ref(), 0, true, 0x01020304).Number(),
+                      4);
+            EXPECT_EQ(utility.Call(L"WORDToByteArray", bytes.Ref(), 4, false, 0x0506).Number(), 6);
+            EXPECT_EQ(utility.Call(L"BYTEToByteArray", bytes.Ref(), 6, 7).Number(), 7);
+            EXPECT_EQ(utility.Call(L"BSTRToByteArray", bytes.Ref(), 7, 0, u"a\u20AC").Number(), 10);
+            EXPECT_EQ(bytes.AsBytes(), std::string("\1\2\3\4\6\5\7a\x80\0", 10));
+            const struct {
+              const wchar_t* name;
+              int32_t offset;
+              Outcome outcome;
+              int32_t next;
+              const char* value;
+            } cases[] = {
+                {L"BYTE", 6, utility.Call(L"ByteArrayToBYTE", bytes.Ref(), 6, value.Ref()), 7, "7"},
+            };
+            for (const auto& c : cases) EXPECT_EQ(c.outcome.Number(), c.next);
+            EXPECT_EQ(value.Text(), "7");
+            EXPECT_EQ(utility.Call(L"ByteArrayToDWORD", bytes.Ref(), 0, true, value.Ref()).Number(),
+                      4);
+            EXPECT_EQ(value.Number(), 0x01020304);
+            EXPECT_EQ(utility.Call(L"ByteArrayToWORD", bytes.Ref(), 4, false, value.Ref()).Number(),
+                      6);
+            EXPECT_EQ(value.Number(), 0x0506);
+            EXPECT_EQ(utility.Call(L"ByteArrayToBSTR", bytes.Ref(), 7, 0, value.Ref()).Number(),
+                      10);
+            EXPECT_EQ(value.Text(), "a\xE2\x82\xAC");
+            EXPECT_EQ(utility.Call(L"ByteArrayToBSTR", bytes.Ref(), 7, 1, value.Ref()).Number(), 8);
+            EXPECT_EQ(value.Text(), "a");
+            EXPECT_EQ(utility.Call(L"ByteArrayToDWORD", bytes.Ref(), 7, true, value.Ref()).result,
+                      "800A0009");
+          }),
+      0);
+}
+
+// What the library promises is what the objects answer.
+TEST_F(SuiteTest, TheLibraryDescribesTheObjects) {
+  EXPECT_EQ(Sync("",
+                 [] {
+                   com::Ptr<ITypeLib> library;
+                   ASSERT_EQ(::LoadTypeLibEx(Simulator().c_str(), REGKIND_NONE, library.Receive()),
+                             S_OK);
+                   const Late query = Late::Create(L"PDDirect.PDDatabaseQuery");
+                   const Late system = Late::Create(L"PDDirect.PDSystemAdapter");
+                   const std::pair<std::u16string, Late> objects[] = {
+                       {u"IPDDatabaseQuery", query},
+                       {u"IPDSystemAdapter", system},
+                       {u"IPDUtility", Late::Create(L"PDDirect.PDUtility")},
+                       {u"IPDRecordAdapter", Open(L"One")},
+                       {u"IPDHotSyncInfo", Late(system.Call(L"PDHotSyncInfo"))},
+                       {u"IPDUserInfo", Late(system.Call(L"PDUserInfo"))},
+                       {u"IPDDatabaseInfo", Late(query.Call(L"ReadDbInfoByName", u"One"))},
+                   };
+                   int members = 0;
+                   for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
+                     com::Bstr name;
+                     library->GetDocumentation(static_cast<INT>(i), name.Receive(), nullptr,
+                                               nullptr, nullptr);
+                     for (const auto& [interface_name, object] : objects) {
+                       if (com::Text(name.get()) != interface_name) continue;
+                       com::Ptr<ITypeInfo> info;
+                       library->GetTypeInfo(i, info.Receive());
+                       FUNCDESC* function = nullptr;
+                       for (UINT f = 0; info->GetFuncDesc(f, &function) == S_OK; ++f) {
+                         com::Bstr member;
+                         UINT count = 0;
+                         info->GetNames(function->memid, member.Receive(), 1, &count);
+                         if (function->memid < 0x60000000) {  // not one of IDispatch's own
+                           EXPECT_EQ(object.IdOf(member.get()), function->memid)
+                               << ToUtf8(com::Text(member.get()));
+                           ++members;
+                         }
+                         info->ReleaseFuncDesc(function);
+                       }
+                     }
+                   }
+                   EXPECT_EQ(members, 5 + 4 + 8 + 16 + 5 + 2 + 6);
+                 }),
+            0);
+}
+
+}  // namespace
+}  // namespace pylon::palm::testing
