@@ -1,9 +1,11 @@
 #include "setup/ConduitInstaller.h"
 
 #include "conduits/cConduitList.h"
+#include "files/FileNames.h"
 #include "files/RegistryObject.h"
 #include "setup/SyncCommand.h"
 #include "setup/cActiveSync.h"
+#include "setup/cHotSync.h"
 
 namespace pylon {
 namespace {
@@ -27,14 +29,11 @@ constexpr char16_t kCannotConnect[] =
 constexpr char16_t kForeignText[] =
     u"ActiveSync can't start this conduit: its application id, or the name of the folder that "
     u"Pylon lies in, has characters that the code page of this PC lacks.";
-constexpr char16_t kNoHotSync[] =
-    u"This version of Pylon does not install conduits for HotSync yet.";
-constexpr char16_t kNoPalmInstall[] =
-    u"This version of Pylon does not install Palm applications yet. Install this one with the "
-    u"software that came with the handheld: ";
+constexpr char16_t kNoCreatorId[] =
+    u"HotSync can't call this conduit: its component names no creator id.";
 
 void Tell(std::u16string& message, std::u16string_view paragraph) {
-  if (message.find(paragraph) != message.npos) return;
+  if (paragraph.empty() || message.find(paragraph) != message.npos) return;
   if (!message.empty()) message += u"\r\n\r\n";
   message += paragraph;
 }
@@ -55,16 +54,81 @@ int16_t ConduitInstaller::Find(std::u16string_view app_id, std::u16string& messa
   return index;
 }
 
+bool ConduitInstaller::IsPresent(SyncSystem system) const {
+  return system == SyncSystem::kHotSync ? hot_sync_.IsInstalled() : active_sync_.IsInstalled();
+}
+
+std::u16string ConduitInstaller::ApplicationFiles(SyncSystem system, int16_t index) {
+  return system == SyncSystem::kHotSync ? conduits_.PalmInstall(index)
+                                        : conduits_.PPCInstall(index);
+}
+
+// The step with each system of the conduit that is there. Not done when there is none.
+template <class Step>
+bool ConduitInstaller::WithEach(int16_t index, std::u16string& message, Step step) {
+  bool any = false;
+  bool done = true;
+  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
+    const bool hot_sync = system == SyncSystem::kHotSync;
+    if (hot_sync && conduits_.CreatorId(index).empty()) continue;
+    if (!IsPresent(system)) {
+      Tell(message, hot_sync ? cHotSync::kNotInstalled : kNoActiveSync);
+      continue;
+    }
+    any = true;
+    done = step(system) && done;
+  }
+  return any && done;
+}
+
 bool ConduitInstaller::InstallConduit(std::u16string_view AppId, std::u16string& message) {
   const int16_t index = Find(AppId, message);
   if (index == 0) return false;
-  const bool done = RegisterForActiveSync(conduits_.AppId(index), message);
-  if (!conduits_.CreatorId(index).empty()) Tell(message, kNoHotSync);
-  return done;
+  return WithEach(index, message,
+                  [&](SyncSystem system) { return InstallConduit(system, AppId, message); });
 }
 
-bool ConduitInstaller::RegisterForActiveSync(const std::u16string& app_id,
-                                             std::u16string& message) {
+bool ConduitInstaller::InstallConduit(SyncSystem system, std::u16string_view AppId,
+                                      std::u16string& message) {
+  const int16_t index = Find(AppId, message);
+  if (index == 0) return false;
+  return system == SyncSystem::kHotSync ? InstallForHotSync(index, message)
+                                        : InstallForActiveSync(index, message);
+}
+
+// HotSync names the creator id alone, and the first conduit that has it runs.
+bool ConduitInstaller::IsShadowed(int16_t index, std::u16string& message) const {
+  const std::u16string& creator_id = conduits_.CreatorId(index);
+  const int16_t first = conduits_.FindAppIdFromCreatorId(creator_id);
+  if (first == index) return false;
+  Tell(message, u"HotSync can't call this conduit: '" + conduits_.AppId(first) +
+                    u"' comes before it in the settings file and has the same creator id '" +
+                    creator_id + u"'.");
+  return true;
+}
+
+bool ConduitInstaller::InstallForHotSync(int16_t index, std::u16string& message) {
+  const std::u16string& creator_id = conduits_.CreatorId(index);
+  if (creator_id.empty()) {
+    Tell(message, kNoCreatorId);
+  } else if (!IsPresent(SyncSystem::kHotSync)) {
+    Tell(message, cHotSync::kNotInstalled);
+  } else if (IsShadowed(index, message)) {
+    return false;
+  } else {
+    const std::u16string& app_id = conduits_.AppId(index);
+    const std::u16string folder = FolderName(app_id);
+    std::u16string why;
+    const bool done = hot_sync_.InstallConduit(
+        {creator_id, app_id, conduits_.ApplicationName(index), folder, folder + u".pdb"}, why);
+    Tell(message, why);
+    return done;
+  }
+  return false;
+}
+
+bool ConduitInstaller::InstallForActiveSync(int16_t index, std::u16string& message) {
+  const std::u16string& app_id = conduits_.AppId(index);
   if (!active_sync_.IsInstalled()) {
     Tell(message, kNoActiveSync);
   } else if (!CanConnect(app_id)) {
@@ -80,9 +144,64 @@ bool ConduitInstaller::RegisterForActiveSync(const std::u16string& app_id,
 }
 
 bool ConduitInstaller::UninstallConduit(std::u16string_view AppId, std::u16string& message) {
-  const bool left_behind = !AppId.empty() && active_sync_.IsConduitInstalled(AppId);
-  if (!left_behind) return Find(AppId, message) != 0;
-  const bool done = active_sync_.UninstallConduit(AppId);
+  if (AppId.empty()) return Find(AppId, message) != 0;
+  std::u16string why;
+  const auto creators = HotSyncCreators(AppId, why);
+  const bool left_behind =
+      active_sync_.IsConduitInstalled(AppId) || !creators.value_or(Creators()).empty();
+  if (!left_behind && Find(AppId, message) == 0) {
+    Tell(message, why);
+    return false;
+  }
+  bool done = RemoveFromActiveSync(AppId, message);
+  if (creators) return RemoveFromHotSync(*creators, message) && done;
+  // Nothing of a conduit that handhelds can't have is with HotSync, even when that doesn't answer.
+  const int16_t index = conduits_.FindAppId(AppId);
+  if (index != 0 && conduits_.CreatorId(index).empty()) return done;
+  Tell(message, why);
+  return false;
+}
+
+bool ConduitInstaller::UninstallConduit(SyncSystem system, std::u16string_view AppId,
+                                        std::u16string& message) {
+  if (AppId.empty()) return Find(AppId, message) != 0;
+  if (system == SyncSystem::kActiveSync) return RemoveFromActiveSync(AppId, message);
+  std::u16string why;
+  const auto creators = HotSyncCreators(AppId, why);
+  Tell(message, why);
+  return creators && RemoveFromHotSync(*creators, message);
+}
+
+// The creator ids under which HotSync has the conduit; nothing when HotSync can't be asked. A
+// conduit is found by what was kept with it, so that one without its component, or with another
+// creator id now, is found too.
+std::optional<ConduitInstaller::Creators> ConduitInstaller::HotSyncCreators(
+    std::u16string_view app_id, std::u16string& message) {
+  Creators creators;
+  if (!hot_sync_.IsInstalled()) return creators;
+  const auto registered = hot_sync_.FindConduits(app_id, message);
+  if (!registered) return std::nullopt;
+  for (const cHotSync::Registered& conduit : *registered) creators.push_back(conduit.creator_id);
+  const int16_t index = conduits_.FindAppId(app_id);
+  if (index == 0 || !creators.empty() || conduits_.CreatorId(index).empty()) return creators;
+  // Registered by another program, which kept no application id with it.
+  const auto unnamed = hot_sync_.FindConduit(conduits_.CreatorId(index), message);
+  if (unnamed && unnamed->ours && unnamed->app_id.empty()) creators.push_back(unnamed->creator_id);
+  return creators;
+}
+
+bool ConduitInstaller::RemoveFromHotSync(const Creators& creators, std::u16string& message) {
+  bool done = true;
+  for (const std::u16string& creator_id : creators) {
+    std::u16string why;
+    done = hot_sync_.UninstallConduit(creator_id, why) && done;
+    Tell(message, why);
+  }
+  return done;
+}
+
+bool ConduitInstaller::RemoveFromActiveSync(std::u16string_view app_id, std::u16string& message) {
+  const bool done = active_sync_.UninstallConduit(app_id);
   if (!done) Tell(message, kNotRemoved);
   return done;
 }
@@ -90,24 +209,86 @@ bool ConduitInstaller::UninstallConduit(std::u16string_view AppId, std::u16strin
 bool ConduitInstaller::InstallApplication(std::u16string_view AppId, std::u16string& message) {
   const int16_t index = Find(AppId, message);
   if (index == 0) return false;
-  bool done = HandToManager(index, message);
-  const std::u16string palm = conduits_.PalmInstall(index);
-  if (!palm.empty()) {
-    Tell(message, kNoPalmInstall + palm);
-    done = false;
+  bool brings = false;
+  bool any = false;
+  bool done = true;
+  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
+    const bool present = IsPresent(system);
+    const bool files = !ApplicationFiles(system, index).empty();
+    const bool starts_it = system == SyncSystem::kActiveSync || !conduits_.CreatorId(index).empty();
+    brings = brings || files;
+    any = any || (present && (files || starts_it));
+    if (files && !InstallApplication(system, AppId, {}, message) && present) done = false;
   }
+  return done && (any || !brings);
+}
+
+bool ConduitInstaller::InstallApplication(SyncSystem system, std::u16string_view AppId,
+                                          std::u16string_view user, std::u16string& message) {
+  const int16_t index = Find(AppId, message);
+  if (index == 0) return false;
+  if (ApplicationFiles(system, index).empty()) return true;
+  if (!IsPresent(system)) {
+    Tell(message, system == SyncSystem::kHotSync ? cHotSync::kNotInstalled : kNoActiveSync);
+    return false;
+  }
+  return system == SyncSystem::kHotSync ? HandToHotSync(index, user, message)
+                                        : HandToManager(index, message);
+}
+
+bool ConduitInstaller::HandToHotSync(int16_t index, std::u16string_view user,
+                                     std::u16string& message) {
+  std::u16string why;
+  const bool done =
+      hot_sync_.InstallApplication(conduits_.AppId(index), conduits_.PalmInstall(index), user, why);
+  Tell(message, why);
   return done;
 }
 
 bool ConduitInstaller::HandToManager(int16_t index, std::u16string& message) {
-  const std::u16string cab_files = conduits_.PPCInstall(index);
-  if (cab_files.empty()) return true;
-  const bool installed = active_sync_.IsInstalled();
-  const bool done =
-      installed && active_sync_.InstallApplication(conduits_.AppId(index),
-                                                   conduits_.ApplicationName(index), cab_files);
-  if (!done) Tell(message, installed ? kNotForManager : kNoActiveSync);
+  const bool done = active_sync_.InstallApplication(
+      conduits_.AppId(index), conduits_.ApplicationName(index), conduits_.PPCInstall(index));
+  if (!done) Tell(message, kNotForManager);
   return done;
+}
+
+InstallState ConduitInstaller::State(SyncSystem system, std::u16string_view AppId,
+                                     std::u16string& message) {
+  if (!IsPresent(system)) return InstallState::kNoSystem;
+  if (system == SyncSystem::kActiveSync) {
+    return active_sync_.IsConduitInstalled(AppId) ? InstallState::kInstalled
+                                                  : InstallState::kNotInstalled;
+  }
+  std::u16string why;
+  const auto creators = HotSyncCreators(AppId, why);
+  if (creators && !creators->empty()) return InstallState::kInstalled;
+  const int16_t index = conduits_.FindAppId(AppId);
+  if (index == 0) return InstallState::kNotInstalled;
+  const std::u16string& creator_id = conduits_.CreatorId(index);
+  if (creator_id.empty()) return InstallState::kNotSupported;
+  if (creators && !hot_sync_.IsCreatorId(creator_id, why)) {
+    Tell(message, why);
+    return InstallState::kNotSupported;
+  }
+  if (IsShadowed(index, message)) return InstallState::kTaken;
+  const auto holder = creators ? hot_sync_.FindConduit(creator_id, why) : std::nullopt;
+  const bool taken = holder && !holder->ours;
+  if (taken) why = cHotSync::TakenText(*holder);
+  Tell(message, why);
+  if (taken) return InstallState::kTaken;
+  return why.empty() ? InstallState::kNotInstalled : InstallState::kUnknown;
+}
+
+bool ConduitInstaller::HasApplication(SyncSystem system, std::u16string_view AppId) {
+  const int16_t index = conduits_.FindAppId(AppId);
+  return index != 0 && !ApplicationFiles(system, index).empty();
+}
+
+std::optional<std::vector<std::u16string>> ConduitInstaller::Users(std::u16string& message) {
+  std::u16string why;
+  auto users = hot_sync_.Users(why);
+  Tell(message, why);
+  return users;
 }
 
 }  // namespace pylon

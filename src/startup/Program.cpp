@@ -20,6 +20,7 @@
 #include "files/cFileIO.h"
 #include "setup/ConduitInstaller.h"
 #include "setup/cActiveSync.h"
+#include "setup/cHotSync.h"
 #include "setup/frmSetup.h"
 #include "startup/HotSyncRuns.h"
 #include "startup/SyncRun.h"
@@ -220,7 +221,8 @@ int Program::RunAlone(std::u16string_view arguments) {
   ComComponentFactory components(*server_);
   cConduitList conduits(folder_, components, code_page_);
   cActiveSync active_sync(path_, code_page_);
-  ConduitInstaller installer(conduits, active_sync);
+  cHotSync hot_sync(path_, code_page_);
+  ConduitInstaller installer(conduits, active_sync, hot_sync);
   frmSetup setup(conduits, installer);
   std::u16string message;
   bool done = true;

@@ -16,6 +16,7 @@
 #include "tests/probe/ProbeRegistration.h"
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
+#include "tests/setup/SimulatedHotSync.h"
 
 namespace pylon {
 namespace {
@@ -281,15 +282,16 @@ class InstallTest : public RunTest {
  protected:
   void SetUp() override {
     SKIP_WITH_ACTIVESYNC(registry_);
+    SKIP_WITH_HOTSYNC(palm_);
     RunTest::SetUp();
     WriteSettings("[My Probe]\r\nClassID=PylonProbe.Conduit\r\nPPCInstall=a.cab,b.cab\r\n");
   }
   static std::u16string Registered() { return Registry::Conduit(L"My Probe"); }
 
   using Registry = testing::ActiveSyncRegistry;
-  const std::u16string no_hotsync_ =
-      u"This version of Pylon does not install conduits for HotSync yet.";
+  const std::u16string no_hotsync_ = u"HotSync is not Installed.";
   Registry registry_;
+  testing::SimulatedHotSync palm_;
 };
 
 TEST_F(InstallTest, ActiveSyncStartsWhatWasInstalled) {
@@ -311,15 +313,42 @@ TEST_F(InstallTest, ActiveSyncStartsWhatWasInstalled) {
   EXPECT_EQ(Run(u"-AppId My Probe -uninstall"), 0U);
 }
 
+TEST_F(InstallTest, HotSyncCallsWhatWasInstalled) {
+  const std::u16string no_activesync = u"ActiveSync is not Installed.";
+  palm_.Install();
+  WriteSettings("[My Probe]\r\nClassID=PylonProbe.Conduit\r\nPalmInstall=probe.prc\r\n");
+  std::filesystem::create_directory(home() / "My Probe");
+  std::ofstream(home() / "My Probe" / "probe.prc") << "application";
+  EXPECT_TRUE(RunIntoMessage(u"-AppId \"My Probe\" -install")
+                  .starts_with(no_activesync + u"\r\n\r\nHotSync has no user yet"));
+  palm_.AddUser(L"Mary");
+  EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install", u"ok", 0), no_activesync);
+  EXPECT_EQ(palm_.Conduits(),
+            "50724265|COMConduit.dll|Pylon.cPalmSync|Probe & Co|My Probe|My Probe.pdb|2\n");
+  EXPECT_TRUE(palm_.folder().Exists(u"Mary\\Install\\probe.prc"));
+
+  palm_.Fail("CmRemoveConduitByCreatorID=-1006");
+  EXPECT_TRUE(RunIntoMessage(u"-AppId \"My Probe\" -uninstall")
+                  .starts_with(u"The conduit could not be removed from HotSync: the registry"));
+  palm_.Fail("");
+  EXPECT_EQ(Run(u"-AppId \"My Probe\" -uninstall"), 0U);
+  EXPECT_EQ(palm_.Conduits(), "");
+
+  palm_.AddConduit(0x50724265, u"The probe of others", u"probe.dll");
+  EXPECT_NE(RunIntoMessage(u"-AppId \"My Probe\" -install").find(u"'The probe of others'"),
+            std::u16string::npos);
+}
+
 TEST_F(InstallTest, WhatFailsIsToldInOneMessageBox) {
   EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
-            u"ActiveSync is not Installed.\r\n\r\n" + no_hotsync_);
+            no_hotsync_ + u"\r\n\r\nActiveSync is not Installed.");
   registry_.RefuseConduits();
   registry_.Install(u"C:\\gone\\CEAPPMGR.EXE");
   EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
-            u"Unable to Install Conduit for ActiveSync.  Verify you write permissions to the "
-            u"registery for HKEY_LOCAL_MACHINE\r\n\r\n" +
-                no_hotsync_ + u"\r\n\r\nUnable to install Pocket PC Application");
+            no_hotsync_ +
+                u"\r\n\r\nUnable to Install Conduit for ActiveSync.  Verify you write permissions "
+                u"to the registery for HKEY_LOCAL_MACHINE\r\n\r\n"
+                u"Unable to install Pocket PC Application");
   EXPECT_EQ(RunIntoMessage(u"-AppId Unknown -install"),
             u"This Application 'Unknown' is not registered with Pyln.");
   EXPECT_TRUE(RunIntoMessage(u"-uninstall").starts_with(u"No Application ID Supplied."));

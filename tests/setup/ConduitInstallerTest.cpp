@@ -9,9 +9,11 @@
 #include "conduits/cConduitList.h"
 #include "files/ProgramFiles.h"
 #include "setup/cActiveSync.h"
+#include "setup/cHotSync.h"
 #include "tests/files/TempFolder.h"
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
+#include "tests/setup/SimulatedHotSync.h"
 
 namespace pylon {
 namespace {
@@ -40,15 +42,19 @@ struct FakeFactory final : ComponentFactory {
 
 constexpr char kSettings[] =
     "[Plain]\r\nClassID=Lib.Plain\r\n[Palm]\r\nClassID=Lib.Palm\r\nPalmInstall=memos.prc\r\n"
+    "[Double]\r\nClassID=Lib.Palm\r\n"
     "[Two words]\r\nClassID=Lib.Plain\r\nPPCInstall=a.cab\r\n[Two -words]\r\nClassID=Lib.Plain\r\n";
 
 constexpr char kNoActiveSync[] = "ActiveSync is not Installed.";
-constexpr char kNoHotSync[] = "This version of Pylon does not install conduits for HotSync yet.";
+constexpr char kNoHotSync[] = "HotSync is not Installed.";
 
 struct ConduitInstallerTest : ::testing::Test {
   using Operation = bool (ConduitInstaller::*)(std::u16string_view, std::u16string&);
 
-  void SetUp() override { SKIP_WITH_ACTIVESYNC(registry); }
+  void SetUp() override {
+    SKIP_WITH_ACTIVESYNC(registry);
+    SKIP_WITH_HOTSYNC(palm);
+  }
 
   // Whether it was done, and the message: "done", "failed: why".
   std::string Do(Operation operation, std::u16string_view app_id) {
@@ -66,13 +72,27 @@ struct ConduitInstallerTest : ::testing::Test {
     return Do(&ConduitInstaller::InstallApplication, app_id);
   }
 
+  // What the window shows: the state, and why when there is a reason.
+  std::string State(SyncSystem system, std::u16string_view app_id) {
+    constexpr const char* kNames[] = {"no system", "not supported", "not installed",
+                                      "installed", "taken",         "unknown"};
+    std::u16string message;
+    const std::string name = kNames[static_cast<int>(installer.State(system, app_id, message))];
+    return message.empty() ? name : name + ": " + ToUtf8(message);
+  }
+  std::string HotSyncState(std::u16string_view app_id = u"Palm") {
+    return State(SyncSystem::kHotSync, app_id);
+  }
+
   Registry registry;
+  testing::SimulatedHotSync palm;
   testing::TempFolder folder;
   const bool written = (folder.Write(u"Pylon.ini", kSettings), true);
   FakeFactory factory;
   cConduitList conduits{folder.path(), factory, AnsiCodePage::Windows1252()};
   cActiveSync active_sync{folder.File(u"Pylon.exe"), AnsiCodePage::Windows1252()};
-  ConduitInstaller installer{conduits, active_sync};
+  cHotSync hot_sync{folder.File(u"Pylon.exe"), AnsiCodePage::Windows1252()};
+  ConduitInstaller installer{conduits, active_sync, hot_sync};
 };
 
 TEST_F(ConduitInstallerTest, OnlyConduitsOfTheSettingsFileAreInstalled) {
@@ -88,9 +108,9 @@ TEST_F(ConduitInstallerTest, OnlyConduitsOfTheSettingsFileAreInstalled) {
   EXPECT_EQ(Registry::Conduit(L"Nobody"), Registry::kMissing);
 }
 
-TEST_F(ConduitInstallerTest, WithoutActiveSyncNothingIsRegistered) {
+TEST_F(ConduitInstallerTest, WithoutAnySystemNothingIsRegistered) {
   EXPECT_EQ(Install(u"Plain"), std::string("failed: ") + kNoActiveSync);
-  EXPECT_EQ(Install(u"Palm"), std::string("failed: ") + kNoActiveSync + "\r\n\r\n" + kNoHotSync);
+  EXPECT_EQ(Install(u"Palm"), std::string("failed: ") + kNoHotSync + "\r\n\r\n" + kNoActiveSync);
   EXPECT_EQ(InstallApplication(u"Plain"), "done") << "it brings none";
   EXPECT_EQ(InstallApplication(u"Two words"), std::string("failed: ") + kNoActiveSync);
   EXPECT_EQ(Uninstall(u"Plain"), "done") << "it isn't there";
@@ -102,7 +122,7 @@ TEST_F(ConduitInstallerTest, AConduitIsRegisteredUnderItsNameInTheSettings) {
   EXPECT_EQ(Install(u"pLAIN"), "done");
   EXPECT_TRUE(Registry::Conduit(L"Plain").ends_with(u"-Appid Plain -Database 5"));
   EXPECT_EQ(Install(u"Plain"), "done");
-  EXPECT_EQ(Install(u"Palm"), std::string("done: ") + kNoHotSync);
+  EXPECT_EQ(Install(u"Palm"), std::string("done: ") + kNoHotSync) << "skipped";
   EXPECT_NE(Registry::Conduit(L"Palm"), Registry::kMissing);
   EXPECT_EQ(Uninstall(u"Plain"), "done");
   EXPECT_EQ(Registry::Conduit(L"Plain"), Registry::kMissing);
@@ -119,7 +139,7 @@ TEST_F(ConduitInstallerTest, ARefusedConduitIsTold) {
   EXPECT_TRUE(Install(u"Two -words").starts_with("failed: ActiveSync can't start this conduit by"));
   cActiveSync far_away(u"C:\\\u4e2d\u6587\\Pylon.exe", AnsiCodePage::Windows1252());
   std::u16string message;
-  EXPECT_FALSE(ConduitInstaller(conduits, far_away).InstallConduit(u"Plain", message));
+  EXPECT_FALSE(ConduitInstaller(conduits, far_away, hot_sync).InstallConduit(u"Plain", message));
   EXPECT_NE(message.find(u"code page"), message.npos) << ToUtf8(message);
   EXPECT_EQ(Registry::Conduit(L"Plain"), Registry::kMissing);
   registry.RefuseConduits();
@@ -139,7 +159,76 @@ TEST_F(ConduitInstallerTest, ApplicationsGoToTheManagerOfTheirDevice) {
   EXPECT_TRUE(
       description.ends_with("[Two words]\r\nDescription=The application\r\nCabFiles=a.cab\r\n"))
       << description;
-  EXPECT_TRUE(InstallApplication(u"Palm").ends_with("came with the handheld: memos.prc"));
+}
+
+TEST_F(ConduitInstallerTest, HotSyncAloneIsEnough) {
+  palm.Install();
+  palm.AddUser(L"Mary");
+  ::CreateDirectoryW(Wide(folder.File(u"Palm")), nullptr);
+  folder.Write(u"Palm\\memos.prc", "application");
+  EXPECT_EQ(HotSyncState(), "not installed");
+  EXPECT_EQ(State(SyncSystem::kActiveSync, u"Palm"), "no system");
+  EXPECT_EQ(HotSyncState(u"Plain"), "not supported") << "it has no creator id";
+  EXPECT_EQ(palm.Conduits(), "");
+
+  EXPECT_EQ(Install(u"palm"), std::string("done: ") + kNoActiveSync) << "skipped";
+  EXPECT_EQ(palm.Conduits(),
+            "50614c6d|COMConduit.dll|Pylon.cPalmSync|The application|Palm|Palm.pdb|2\n");
+  EXPECT_EQ(HotSyncState(), "installed");
+  EXPECT_EQ(InstallApplication(u"Palm"), "done");
+  EXPECT_TRUE(palm.folder().Exists(u"Mary\\Install\\memos.prc"));
+  EXPECT_EQ(Install(u"Plain"), std::string("failed: ") + kNoActiveSync);
+  EXPECT_EQ(HotSyncState(u"Double").substr(0, 5), "taken");
+  EXPECT_TRUE(Install(u"Double").starts_with("failed: HotSync can't call this conduit: 'Palm'"));
+  EXPECT_EQ(Uninstall(u"Double"), "done");
+  EXPECT_NE(palm.Conduits(), "") << "it wasn't its own";
+  EXPECT_EQ(Uninstall(u"Palm"), "done");
+  EXPECT_EQ(palm.Conduits(), "");
+}
+
+TEST_F(ConduitInstallerTest, EachSystemCanBeChosen) {
+  palm.Install();
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  std::u16string message;
+  EXPECT_TRUE(installer.InstallConduit(SyncSystem::kHotSync, u"Palm", message));
+  EXPECT_EQ(State(SyncSystem::kActiveSync, u"Palm"), "not installed");
+  EXPECT_TRUE(installer.InstallConduit(SyncSystem::kActiveSync, u"Palm", message));
+  EXPECT_EQ(HotSyncState() + ", " + State(SyncSystem::kActiveSync, u"Palm"),
+            "installed, installed");
+  EXPECT_TRUE(installer.UninstallConduit(SyncSystem::kHotSync, u"Palm", message));
+  EXPECT_EQ(HotSyncState() + ", " + State(SyncSystem::kActiveSync, u"Palm"),
+            "not installed, installed");
+  EXPECT_TRUE(installer.UninstallConduit(SyncSystem::kActiveSync, u"Palm", message));
+  EXPECT_FALSE(installer.InstallConduit(SyncSystem::kHotSync, u"Plain", message));
+  EXPECT_NE(message.find(u"no creator id"), message.npos) << ToUtf8(message);
+  EXPECT_EQ(installer.Users(message).value().size(), 0U);
+}
+
+TEST_F(ConduitInstallerTest, AFailureOfOneSystemIsToldAndTheOtherGoesOn) {
+  palm.Install();
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  palm.AddConduit(0x50614c6d, u"The mail of others", u"mail.dll");
+  EXPECT_TRUE(HotSyncState().starts_with("taken: ")) << HotSyncState();
+  const std::string message = Install(u"Palm");
+  EXPECT_TRUE(message.starts_with("failed: ")) << message;
+  EXPECT_NE(message.find("'The mail of others'"), message.npos) << message;
+  EXPECT_NE(Registry::Conduit(L"Palm"), Registry::kMissing);
+
+  palm.Fail("CmGetConduitCount=-1006");
+  EXPECT_TRUE(HotSyncState().starts_with("unknown: ")) << HotSyncState();
+  EXPECT_TRUE(Uninstall(u"Palm").starts_with("failed: HotSync's conduits can't be listed"));
+  EXPECT_EQ(Registry::Conduit(L"Palm"), Registry::kMissing);
+  EXPECT_EQ(Uninstall(u"Plain"), "done") << "HotSync never had it";
+}
+
+TEST_F(ConduitInstallerTest, HotSyncsEntryOutlivesTheSettings) {
+  palm.Install();
+  EXPECT_TRUE(Install(u"Palm").starts_with("done"));
+  folder.Write(u"Pylon.ini", "");
+  conduits.Reload();
+  EXPECT_EQ(HotSyncState(), "installed");
+  EXPECT_EQ(Uninstall(u"Palm"), "done");
+  EXPECT_EQ(palm.Conduits(), "");
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include "base/Text.h"
 #include "conduits/cConduitList.h"
 #include "setup/cActiveSync.h"
+#include "setup/cHotSync.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/sync/Desktop.h"
 
@@ -77,7 +78,7 @@ struct SetupWindow : ::testing::Test {
     if (settings) Settings(settings);
     list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory,
                                           AnsiCodePage::Windows1252());
-    installer = std::make_unique<ConduitInstaller>(*list, active_sync);
+    installer = std::make_unique<ConduitInstaller>(*list, active_sync, hot_sync);
     window = std::make_unique<frmSetup>(*list, *installer);
     window->on_close = [this] { ++closed; };
     window->Show();
@@ -112,6 +113,7 @@ struct SetupWindow : ::testing::Test {
   FakeFactory factory;
   std::unique_ptr<cConduitList> list;
   cActiveSync active_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
+  cHotSync hot_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
   std::unique_ptr<ConduitInstaller> installer;
   std::unique_ptr<frmSetup> window;
   int closed = 0;
