@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <string_view>
 #include <utility>
 
 #include "base/Text.h"
@@ -16,7 +17,13 @@ constexpr char16_t kReportVariable[] = u"PYLON_TEST_COMMAND_REPORT";
 
 const bool kNotTheSecondProcess = [] {
   wchar_t file[MAX_PATH] = L"";
-  if (!::GetEnvironmentVariableW(Wide(kReportVariable), file, MAX_PATH)) return true;
+  if (!::GetEnvironmentVariableW(Wide(kReportVariable), file, MAX_PATH)) {
+    // A second process that nobody waits for any more must not run the tests, which start another.
+    if (std::wstring_view(::GetCommandLineW()).find(L" -AppId ") != std::wstring_view::npos) {
+      std::_Exit(1);
+    }
+    return true;
+  }
   const std::filesystem::path unfinished = std::wstring(file) + L".part";
   std::ofstream(unfinished, std::ios::binary) << ToUtf8(FromWide(::GetCommandLineW()));
   std::filesystem::rename(unfinished, file);
