@@ -19,9 +19,14 @@ STDMETHODIMP PalmSyncObject::BeginProcess(VARIANT_BOOL* failed) noexcept {
   return GetBool(failed, [&] { return !Host().Sync(creator_); });
 }
 
-STDMETHODIMP PalmSyncObject::CfgConduit(long nCreatorId, long, BSTR, BSTR, long, long*, long*,
-                                        long*) noexcept {
-  return Do([&] { Note(nCreatorId); });
+// "Change..." of HotSync's list of conduits; older HotSyncs call ConfigureConduit. What the user
+// may change lies in the component's own settings, so the kinds of sync stay as HotSync has them.
+STDMETHODIMP PalmSyncObject::CfgConduit(long nCreatorId, long, BSTR, BSTR bstrPathName, long, long*,
+                                        long*, long*) noexcept {
+  return Do([&] {
+    Note(nCreatorId);
+    Host().Configure(creator_, com::Text(bstrPathName));
+  });
 }
 
 STDMETHODIMP PalmSyncObject::ConfigureConduit(BSTR pPathName, BSTR, long*, long) noexcept {

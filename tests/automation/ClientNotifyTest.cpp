@@ -235,7 +235,8 @@ TEST_F(PalmSyncServerTest, HotSyncsInterfaceIsThereWhileItsLibraryIs) {
   long preference = 4;
   EXPECT_EQ(
       notify->CfgConduit(0x6D656D6F, 9, text.get(), text.get(), 5, &temp, &fresh, &preference),
-      S_OK);
+      suite::BasicError(5))
+      << "no conduit to configure";
   EXPECT_EQ(temp + fresh + preference, 7) << "left as they were";
   com::Variant info;
   EXPECT_EQ(notify->GetConduitInfo(2, 0x6D656D6F, 9, text.get(), info.Receive()), S_OK);

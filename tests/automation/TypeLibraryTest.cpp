@@ -280,11 +280,12 @@ TEST_F(TypeLibraryTest, ClassesThatClientsMayNotCreateSaySo) {
   const struct {
     const char16_t* name;
     bool creatable;
-  } cases[] = {
-      {u"PDBByteStream", true},         {u"PDBUtils", true},          {u"PDBDatabasePC", true},
-      {u"PDBAppforgeDefinition", true}, {u"PDBAppforgeRecord", true}, {u"AppforgeSignature", true},
-      {u"AppforgeAppSettings", true}, {u"cPalmSync", true},   {u"oSyncInfo", false},        {u"CDevice", false},
-      {u"CConduitInfo", false},         {u"CSyncIndex", false}};
+  } cases[] = {{u"PDBByteStream", true},       {u"PDBUtils", true},
+               {u"PDBDatabasePC", true},       {u"PDBAppforgeDefinition", true},
+               {u"PDBAppforgeRecord", true},   {u"AppforgeSignature", true},
+               {u"AppforgeAppSettings", true}, {u"cPalmSync", true},
+               {u"oSyncInfo", false},          {u"CDevice", false},
+               {u"CConduitInfo", false},       {u"CSyncIndex", false}};
   for (const auto& c : cases) {
     SCOPED_TRACE(ToUtf8(c.name));
     const auto info = Find(c.name);
