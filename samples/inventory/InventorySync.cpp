@@ -80,6 +80,7 @@ void InventorySync::Sync() {
   StopIfCancelled();
   writing_ = true;
   RequireUnchangedFile();
+  if (!is_open_) CreateDatabase();
   KeepRows();
   WriteFile();
   WriteDatabase();
@@ -93,16 +94,7 @@ void InventorySync::OpenDatabase() {
   Check(sync_->get_FileSystem(&files));
   VARIANT_BOOL done = VARIANT_FALSE;
   Check(files->OpenDatabase(Bstr(kDatabase), &database_, &done));
-  if (!done) {
-    // Creating would put an empty database in the place of one that is damaged or in use.
-    Bstr path;
-    std::error_code error;
-    if (database_) Check(database_->get_PDBFilePath(&path));
-    if (path && fs::exists(path.Text(), error)) {
-      throw Error(com::kDeviceError, path.Text() + u" can't be opened. The log says why.");
-    }
-    return;
-  }
+  if (!done) return;
   is_open_ = true;
   Check(database_->ReadAppInfoBlock(&stream_));
   has_table_ = table_.ReadDefinition(stream_);
@@ -325,7 +317,6 @@ std::u16string InventorySync::Merged(const TableRow& row, const TableRecord& rec
 
 void InventorySync::WriteDatabase() {
   Phase(u"Writing the table", steps_.size());
-  if (!is_open_) CreateDatabase();
   if (!has_table_) Check(database_->WriteAppInfoBlock(&definition_));
 
   History history;
@@ -377,8 +368,9 @@ void InventorySync::CreateDatabase() {
   variant.bstrVal = name;
   VARIANT_BOOL done = VARIANT_FALSE;
   Check(files->CreateDatabase(variant, &database_, &done));
+  // It is not created when it is there: damaged, in use or out of reach.
   if (!done) {
-    throw Error(com::kDeviceError, u"The database Inventory can't be created. The log says why.");
+    throw Error(com::kDeviceError, u"The database Inventory can't be opened. The log says why.");
   }
   Check(database_->put_CreatorId(Bstr(kCreator)));
   Check(database_->get_SyncIndex(&index_));

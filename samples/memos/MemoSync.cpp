@@ -92,19 +92,13 @@ void MemoSync::OpenDatabase() {
   Check(files->OpenDatabase(name, &database_, &done));
   if (done) return;
 
-  // Creating would put an empty database in the place of one that is damaged or in use.
-  Bstr path;
-  std::error_code error;
-  if (database_) Check(database_->get_PDBFilePath(&path));
-  if (path && fs::exists(path.Text(), error)) {
-    throw Error(com::kDeviceError, path.Text() + u" can't be opened. The log says why.");
-  }
+  // It is not created when it is there: damaged, in use or out of reach.
   VARIANT variant;
   variant.vt = VT_BSTR;
   variant.bstrVal = name;
   Check(files->CreateDatabase(variant, &database_, &done));
   if (!done) {
-    throw Error(com::kDeviceError, u"The database MemoDB can't be created. The log says why.");
+    throw Error(com::kDeviceError, u"The database MemoDB can't be opened. The log says why.");
   }
   Check(database_->put_CreatorId(Bstr(kCreator)));
 }

@@ -16,7 +16,6 @@ struct LinkError {
   HRESULT result;
 };
 
-inline constexpr HRESULT kLinkLost = static_cast<HRESULT>(0x80072775);
 inline constexpr HRESULT kNotConnected = static_cast<HRESULT>(0x800708CA);
 inline constexpr HRESULT kBadSettings = static_cast<HRESULT>(0x8007064A);
 inline constexpr HRESULT kAlreadyInitialized = static_cast<HRESULT>(0x80041001);

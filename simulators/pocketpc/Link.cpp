@@ -29,7 +29,7 @@ const wchar_t* FindCountedFunction(std::wstring_view name) noexcept {
 }
 
 void Link::Begin(const wchar_t* function) {
-  if (lost_) throw LinkError{kLinkLost};
+  if (lost_) throw LinkError{static_cast<HRESULT>(settings_.lost_error)};
   Spend(settings_.call_delay);
   const uint64_t number = ++calls_of_[function];
   if ((settings_.lost_after_calls && calls_ >= *settings_.lost_after_calls) ||
@@ -53,7 +53,7 @@ uint64_t Link::Transfer(uint64_t size) {
 
 void Link::Lose() {
   lost_ = true;
-  throw LinkError{kLinkLost};
+  throw LinkError{static_cast<HRESULT>(settings_.lost_error)};
 }
 
 // What Windows oversleeps is taken off the next wait, so that many short ones add up right.

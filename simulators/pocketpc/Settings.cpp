@@ -125,6 +125,19 @@ bool ReadLostAt(const std::wstring& text, Settings& settings) {
   return true;
 }
 
+// As HRESULTs are written: 0x and up to eight hexadecimal digits. Those below 0x80000000 are no
+// errors.
+bool ReadLostError(const std::wstring& text, Settings& settings) {
+  if (!EqualIgnoringCase(text.substr(0, 2), L"0x") ||
+      text.find_first_not_of(L"0123456789abcdefABCDEF", 2) != text.npos) {
+    return false;
+  }
+  const uint64_t number = std::wcstoull(text.c_str(), nullptr, 16);
+  if (number < 0x80000000 || number > 0xFFFFFFFF) return false;
+  settings.lost_error = static_cast<uint32_t>(number);
+  return true;
+}
+
 constexpr int64_t kMaxBytes = int64_t{1} << 40;
 constexpr int64_t kMaxDelay = 10 * 60 * 1000;
 constexpr int64_t kMaxOffset = int64_t{100} * 366 * 24 * 60 * 60;
@@ -156,6 +169,7 @@ const std::vector<Field>& Fields() {
       {L"Faults", L"LinkLostAfterBytes", Number(&Settings::lost_after_bytes, 0, kMaxBytes),
        L"a number of bytes"},
       {L"Faults", L"LinkLostAt", ReadLostAt, L"the name of a function and a number from 1"},
+      {L"Faults", L"LinkLostError", ReadLostError, L"a number from 0x80000000 to 0xffffffff"},
       {L"Faults", L"UnreadableFile", DevicePath(&Settings::unreadable_file), L"a device path"},
       {L"Faults", L"LockedFile", DevicePath(&Settings::locked_file), L"a device path"},
       {L"Faults", L"ShortWrites", Number(&Settings::short_writes, 0, 1), L"0 or 1"},

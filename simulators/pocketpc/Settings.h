@@ -31,7 +31,8 @@ struct Settings {
   std::optional<uint64_t> lost_after_calls;
   std::optional<uint64_t> lost_after_bytes;
   std::optional<LostAt> lost_at;
-  std::wstring unreadable_file;  // device paths; empty: none
+  uint32_t lost_error = 0x80072775;  // WSAEDISCON, as an HRESULT
+  std::wstring unreadable_file;      // device paths; empty: none
   std::wstring locked_file;
   bool short_writes = false;
   RegistryValues registry;

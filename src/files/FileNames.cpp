@@ -59,6 +59,11 @@ std::u16string ReplaceExtension(std::u16string_view name, std::u16string_view ex
   return replaced;
 }
 
+std::u16string_view NameWithoutSuffix(std::u16string_view name) {
+  if (name.ends_with(kReplacementSuffix)) name.remove_suffix(kReplacementSuffix.size());
+  return name;
+}
+
 bool IsRelative(std::u16string_view path) {
   if (!path.empty() && kSeparators.find(path.front()) != std::u16string_view::npos) return false;
   return path.size() < 2 || path[1] != u':';

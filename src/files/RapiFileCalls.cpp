@@ -68,6 +68,8 @@ uint32_t RapiFileCalls::Open(const std::u16string& path, FileAccess access,
   position_ = 0;
   uint32_t error = file_error::kNone;
   if (disposition == FileDisposition::kCreateAlways) {
+    // An old file left aside would pass for this one once this one is gone.
+    Recover(device_path);
     error = open(CREATE_ALWAYS);
   } else {
     error = open(OPEN_EXISTING);

@@ -130,6 +130,7 @@ bool cFilePPC::OpenFile(std::u16string_view stFileName, std::u16string_view sRea
     return TakeError(*device_);
   }
   read_only_ = !writing;
+  cut_short_.clear();
   modified_ = fresh;  // closing a fresh file empties it even if nothing is written
   created_ = device_->CreateDateTime();
   if (!fresh) {
@@ -162,13 +163,14 @@ bool cFilePPC::OpenAside() {
   aside_number_ = error_number_;
   if (!local_->OpenTempFile({}, {}, u"PDB")) {
     TakeError(*local_);
-    Log(u"what was to be saved could not be kept on the PC either (" + error_message_ + u")");
+    LoseWorkingCopy(error_message_);
     error_message_ = aside_message_;
     error_number_ = aside_number_;
     return false;
   }
   has_copy_ = aside_ = true;
-  read_only_ = modified_ = aside_short_ = false;
+  read_only_ = modified_ = false;
+  cut_short_.clear();
   return true;
 }
 
@@ -217,6 +219,15 @@ bool cFilePPC::Close() {
     return true;
   }
   modified_ = false;
+  if (!cut_short_.empty()) {
+    const std::u16string reason = std::exchange(cut_short_, {});
+    local_->CloseUncut();
+    device_->CloseUncut();
+    LoseWorkingCopy(reason);
+    error_message_ = reason;
+    error_number_ = cut_number_;
+    return false;
+  }
   const bool copied = local_->CutAtCursor() ? CopyUp() : TakeError(*local_);
   const bool done = copied && (device_->CloseFile() || TakeError(*device_));
   device_->CloseUncut();
@@ -227,12 +238,12 @@ bool cFilePPC::Close() {
 
 bool cFilePPC::CloseAside() {
   aside_ = modified_ = false;
-  const bool whole = local_->CloseFile() && !aside_short_;
-  if (!whole) {
+  if (!local_->CloseFile() && cut_short_.empty()) {
     TakeError(*local_);
-    Log(u"what was to be saved could not be kept on the PC either (" + error_message_ + u")");
-    DropWorkingCopy();
+    cut_short_ = error_message_;
   }
+  const bool whole = cut_short_.empty();
+  if (!whole) LoseWorkingCopy(std::exchange(cut_short_, {}));
   error_message_ = aside_message_;
   error_number_ = aside_number_;
   if (whole) KeepWorkingCopy(u"it could not be opened on the device");
@@ -242,7 +253,7 @@ bool cFilePPC::CloseAside() {
 bool cFilePPC::CopyUp() {
   const int32_t size = local_->FileSize();
   const int32_t chunk = CopyChunk(size);
-  const Panel panel(*progress_, FileName(), size);
+  const Panel panel(*progress_, NameWithoutSuffix(FileName()), size);
   const bool stopped_before = progress_->IsStopped();
   device_->Reset();
   Bytes bytes;
@@ -274,6 +285,12 @@ void cFilePPC::DropWorkingCopy() {
     local_->ReadErrorHandler(message, number);
     Log(u"its working copy could not be deleted (" + message + u")");
   }
+}
+
+// There is no room for it on the PC.
+void cFilePPC::LoseWorkingCopy(std::u16string_view reason) {
+  Log(u"what was to be saved could not be kept on the PC (" + std::u16string(reason) + u")");
+  DropWorkingCopy();
 }
 
 void cFilePPC::KeepWorkingCopy(std::u16string_view what_failed) {
@@ -363,6 +380,9 @@ bool cFilePPC::ReplaceFile(std::u16string_view newName) {
   }
   if (device_->ReplaceFile(newName)) {
     DropWorkingCopy();
+    if (!kept_.empty()) {
+      Log(u"it is saved now. The copy that was kept in " + kept_ + u" is needed no more");
+    }
     return true;
   }
   TakeError(*device_);
@@ -389,7 +409,10 @@ int32_t cFilePPC::WriteByteArray(ByteSpan ByteArray, int32_t iOffSet,
   const int32_t written = local_->WriteByteArray(ByteArray, iOffSet, WriteOption);
   TakeError(*local_);
   modified_ = modified_ || written > 0;
-  if (aside_ && written != static_cast<int32_t>(ByteArray.size())) aside_short_ = true;
+  if (written != static_cast<int32_t>(ByteArray.size())) {
+    cut_short_ = error_message_;
+    cut_number_ = error_number_;
+  }
   return written;
 }
 

@@ -108,6 +108,7 @@ class cFilePPC final : public IPCFile {
 
   bool Close();
   bool CloseAside();
+  void LoseWorkingCopy(std::u16string_view reason);
   bool CopyDown();
   bool CopyUp();
   void DropWorkingCopy();
@@ -125,9 +126,10 @@ class cFilePPC final : public IPCFile {
   bool busy_ = false;  // within an operation that may process messages
   bool read_only_ = false;
   bool modified_ = false;
-  bool has_copy_ = false;     // whether the file that local_ names is there and nobody's but ours
-  bool aside_ = false;        // open without the device's file
-  bool aside_short_ = false;  // not all of it could be written
+  std::u16string cut_short_;  // why a write to the working copy failed, which is not whole then
+  int32_t cut_number_ = 0;
+  bool has_copy_ = false;  // whether the file that local_ names is there and nobody's but ours
+  bool aside_ = false;     // open without the device's file
   std::u16string aside_message_;  // the failure that led to it
   int32_t aside_number_ = 0;
   bool stopped_up_ = false;  // whether Cancel has ended a copy up

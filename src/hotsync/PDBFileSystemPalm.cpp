@@ -93,7 +93,8 @@ bool PDBFileSystemPalm::CloseAll(const std::vector<Named>& databases,
       all = false;
       log_->UpdateLog(error.description());
       try {
-        if (failure.empty()) failure = error.description();
+        if (!failure.empty()) failure += u"\r\n";
+        failure += error.description();
       } catch (const std::bad_alloc&) {
         // The log has it.
       }

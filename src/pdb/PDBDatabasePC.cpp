@@ -8,13 +8,14 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "files/DeviceProgress.h"
+#include "files/FileNames.h"
 
 namespace pylon {
 namespace {
 
 constexpr size_t kMaxFileSize = std::numeric_limits<int32_t>::max();
 constexpr size_t kMaxAppInfo = std::numeric_limits<int16_t>::max();
-constexpr std::u16string_view kNewSuffix = u".new";
 constexpr std::u16string_view kDefaultType = u"DATA";
 
 bool IsModified(const RecordEntry& entry) { return entry.attributes & (eDirty | eDelete); }
@@ -123,11 +124,6 @@ bool PDBDatabasePC::RefuseDamaged(std::u16string_view what) {
   return Refuse(u"the file is damaged: " + std::u16string(what));
 }
 
-bool PDBDatabasePC::RefuseUnreadable(std::u16string_view what) {
-  unreadable_ = true;
-  return Refuse(what);
-}
-
 std::u16string PDBDatabasePC::FileFailure() const {
   std::u16string message;
   int32_t number = 0;
@@ -162,7 +158,7 @@ void PDBDatabasePC::SetPDBFilePath(std::u16string_view path) {
   }
   const std::u16string old_path = PDBFilePath();
   file_->SetFullFileName(path);
-  if (!EqualsIgnoringCase(PDBFilePath(), old_path)) unreadable_ = false;
+  if (!EqualsIgnoringCase(PDBFilePath(), old_path)) unopened_ = false;
   MoveIndex(CSyncIndex::OldFile::kStays);
 }
 
@@ -217,7 +213,8 @@ bool PDBDatabasePC::OpenDatabase() {
     SetIterationIndex(1);
     return true;
   }
-  damaged_ = unreadable_ = false;
+  damaged_ = false;
+  unopened_ = true;  // whatever goes wrong, errors that are raised included
   struct Opening {
     PDBDatabasePC& database;
     ~Opening() {
@@ -230,15 +227,15 @@ bool PDBDatabasePC::OpenDatabase() {
 
   if (!file_->OpenFile({}, u"R", {})) {
     const std::u16string failure = FileFailure();
-    return file_->FileExists() ? RefuseUnreadable(u"the file can't be opened: " + failure)
-                               : Refuse(u"there is no such file");
+    unopened_ = file_->FileExists();
+    return Refuse(unopened_ ? u"the file can't be opened: " + failure : u"there is no such file");
   }
 
   PDBHeader header;
   if (!ReadHeader(header)) return false;
   const int32_t file_size = file_->FileSize();
   if (const std::u16string failure = FileFailure(); file_size == 0 && !failure.empty()) {
-    return RefuseUnreadable(u"the file's size can't be read: " + failure);
+    return Refuse(u"the file's size can't be read: " + failure);
   }
   const size_t list_end = PDBHeader::kSize + PDBListEntry::kSize * header.record_count;
   if (file_size < 0 || static_cast<size_t>(file_size) < list_end) {
@@ -259,6 +256,7 @@ bool PDBDatabasePC::OpenDatabase() {
   body_offset_ = static_cast<uint32_t>(list_end);
   file_size_ = static_cast<uint32_t>(file_size);
   state_ = State::kOpen;
+  unopened_ = false;
   cursor_ = 1;
   TakeIndex();
   return true;
@@ -282,7 +280,7 @@ bool PDBDatabasePC::ReadHeader(PDBHeader& header) {
   if (!complete) {
     const std::u16string failure = FileFailure();
     return failure.empty() ? RefuseDamaged(u"it ends within its header")
-                           : RefuseUnreadable(u"the header can't be read: " + failure);
+                           : Refuse(u"the header can't be read: " + failure);
   }
   header = DecodeHeader(ByteSpan(bytes).first<PDBHeader::kSize>(), FileByteOrder(database_for_));
   return true;
@@ -295,7 +293,7 @@ bool PDBDatabasePC::ReadList(const PDBHeader& header, size_t file_size,
   if (count == 0) return true;
   Bytes list;
   if (!ReadAt(list, PDBHeader::kSize, PDBListEntry::kSize * count)) {
-    return RefuseUnreadable(u"the record list can't be read: " + FileFailure());
+    return Refuse(u"the record list can't be read: " + FileFailure());
   }
   records.resize(count);
   size_t end_of_last = PDBHeader::kSize + list.size();
@@ -355,10 +353,10 @@ bool PDBDatabasePC::CreateDatabase() {
   }
   const int32_t now = utils_.DateToPalmLong(clock_->Now());
   const bool is_new = !file_->FileExists();
-  if (unreadable_ && !is_new) {
-    return Refuse(u"the file is there and could not be read: delete it first");
+  if (unopened_ && !is_new) {
+    return Refuse(u"the file is there and could not be opened: delete it first");
   }
-  unreadable_ = false;
+  unopened_ = false;
   Abandon();
   is_new_ = is_new;
 
@@ -775,15 +773,22 @@ void PDBDatabasePC::CloseIndex() {
 
 void PDBDatabasePC::RemoveDatabase() {
   RequireIdle();
+  const bool needs_file = file_->IsOpen() && !body_loaded_;
   file_->CloseFile();
   if (file_->FileExists() && !file_->DeleteFile()) {
     const AutomationError error = DeviceError(PDBFilePath(), u"it can't be deleted");
     // What is open goes on as before, its unsaved changes included.
-    if (state_ == State::kOpen && !body_loaded_) file_->OpenFile({}, u"R", {});
+    if (needs_file) Reopen();
     throw error;
   }
-  unreadable_ = false;
+  unopened_ = false;
   Abandon();
+}
+
+void PDBDatabasePC::Reopen() {
+  state_ = State::kOpening;  // as ever while a file is opened
+  file_->OpenFile({}, u"R", {});
+  state_ = State::kOpen;
 }
 
 bool PDBDatabasePC::Rename(std::u16string_view new_file_name) {
@@ -814,6 +819,7 @@ void PDBDatabasePC::Close() {
 void PDBDatabasePC::Forget() {
   state_ = State::kClosed;
   dirty_ = false;
+  save_failure_.clear();
   app_info_ = {};
   sort_info_ = {};
   records_.Clear();
@@ -852,12 +858,20 @@ void PDBDatabasePC::Save() {
   } saving{state_};
   state_ = State::kSaving;
 
-  AssignIds();
-  const Layout layout = PlanLayout();
-  if (NeedsBody()) LoadBody();
-  header_.modification_date = utils_.DateToPalmLong(clock_->Now());
+  try {
+    AssignIds();
+    const Layout layout = PlanLayout();
+    if (NeedsBody()) LoadBody();
+    header_.modification_date = utils_.DateToPalmLong(clock_->Now());
 
-  ReplaceFile(layout);
+    ReplaceFile(layout);
+  } catch (const AutomationError& error) {
+    // Whoever was told only that he has stopped it himself doesn't know of this one.
+    if (save_failure_.empty() || save_failure_.find(kCopyCancelled) != save_failure_.npos) {
+      save_failure_ = error.description();
+    }
+    throw;
+  }
 }
 
 // Returns the bytes that the open file took: layout.end when all went well.
@@ -904,7 +918,7 @@ size_t PDBDatabasePC::WriteTo(IPCFile& file, const Layout& layout) {
 void PDBDatabasePC::ReplaceFile(const Layout& layout) {
   const std::u16string path = PDBFilePath();
   const std::u16string name = file_->FileName();
-  const std::u16string new_name = name + std::u16string(kNewSuffix);
+  const std::u16string new_name = name + std::u16string(kReplacementSuffix);
   const auto save_error = [&](std::u16string_view what) {
     return DeviceError(path, u"it can't be saved, " + std::u16string(what));
   };

@@ -65,8 +65,9 @@ class PDBDatabasePC final : public PDBDatabase {
   void RemoveDatabase() override;
   // Without a name the database takes the one of its file, which must have one; without a type and
   // creator it keeps those that the object has.
-  // False as well when the last OpenDatabase could not read a file that is still there: what it
-  // holds may be whole, and the close would replace it. RemoveDatabase or another path lift that.
+  // False as well when the last OpenDatabase did not open a file that is still there, unreadable or
+  // damaged: the close would replace what may be whole or mended. RemoveDatabase or another path
+  // lift that.
   bool CreateDatabase() override;
 
   void ReadAppInfoBlock(PDBByteStream& stream) override;
@@ -104,9 +105,13 @@ class PDBDatabasePC final : public PDBDatabase {
   std::shared_ptr<CSyncIndex> SyncIndex() override;
 
   bool IsOpen() const { return state_ == State::kOpen; }
+  // A file that is not local may let other work in while it is opened or saved.
+  bool IsBusy() const { return state_ == State::kOpening || state_ == State::kSaving; }
   // Whether the last OpenDatabase answered False for what the file holds, not for failing to read.
   bool IsDamaged() const { return damaged_; }
   bool FileExists() const { return file_->FileExists(); }
+  // Why saving failed, the first of the tries since it last did not; empty when none has.
+  const std::u16string& SaveFailure() const { return save_failure_; }
   // Gives the file another name in its folder; an open database goes on under it, unsaved changes
   // included. False, with a line in the log, when the name is taken or the file can't be renamed.
   // Error 57 when an open database can't be read.
@@ -133,13 +138,10 @@ class PDBDatabasePC final : public PDBDatabase {
   };
 
   void RequireOpen() const;
-  // A file that is not local may let other work in while it is opened or saved.
-  bool IsBusy() const { return state_ == State::kOpening || state_ == State::kSaving; }
   void RequireIdle() const;
   bool RefuseBusy() const;
   bool Refuse(std::u16string_view reason) const;
   bool RefuseDamaged(std::u16string_view what);
-  bool RefuseUnreadable(std::u16string_view what);
   std::u16string FileFailure() const;
   AutomationError DeviceError(std::u16string_view path, std::u16string_view what) const;
 
@@ -174,6 +176,7 @@ class PDBDatabasePC final : public PDBDatabase {
   void MoveIndex(CSyncIndex::OldFile old_file);
   void CloseIndex();
   void Close();
+  void Reopen();
   Layout PlanLayout() const;
   void Save();
   size_t WriteTo(IPCFile& file, const Layout& layout);
@@ -195,9 +198,10 @@ class PDBDatabasePC final : public PDBDatabase {
 
   State state_ = State::kClosed;
   bool damaged_ = false;
-  bool unreadable_ = false;  // the last OpenDatabase found a file and could not read it
-  bool dirty_ = false;       // whether the close has something to write
-  PDBHeader header_;         // offsets and count as last read; the close computes them anew
+  bool unopened_ = false;  // the last OpenDatabase found a file and did not open it
+  bool dirty_ = false;     // whether the close has something to write
+  std::u16string save_failure_;
+  PDBHeader header_;  // offsets and count as last read; the close computes them anew
   Block app_info_;
   Block sort_info_;
   RecordTable records_;

@@ -28,7 +28,8 @@ class PDBFileSystem {
   virtual std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const = 0;
 
   // Saves and closes what is open. False when something could not be saved: that stays open, the
-  // log tells it, and `failure` has the first reason.
+  // log tells it, and `failure` gets the reason as a line of its own: the one that the first try to
+  // save it gave, when there was one.
   virtual bool CloseDatabases(std::u16string& failure) noexcept = 0;
   // Does the same and ends the file system: afterwards every member answers False or 0, and what
   // could not be saved is gone.

@@ -108,7 +108,7 @@ bool PDBFileSystemPC::CreateDatabase(std::u16string_view FileName,
   }
   const std::shared_ptr<PDBDatabasePC> database = FindOrAdd(FileName);
   oDatabase = database;
-  database->SetPDBDatabaseName(FileName);
+  if (!database->IsBusy()) database->SetPDBDatabaseName(FileName);
   return database->CreateDatabase();
 }
 
@@ -126,8 +126,9 @@ bool PDBFileSystemPC::MoveDatabase(std::u16string_view FromFileName,
   if (from == to) return true;
   const auto target = Find(to);
   // Where the disk ignores case, the file of a name that differs in case only is its own.
-  const bool taken = (target != databases_.end() && target->database->IsOpen()) ||
-                     (!EqualsIgnoringCase(from, to) && NewDatabase(to)->FileExists());
+  const bool in_use =
+      target != databases_.end() && (target->database->IsOpen() || target->database->IsBusy());
+  const bool taken = in_use || (!EqualsIgnoringCase(from, to) && NewDatabase(to)->FileExists());
   if (taken) return Refuse(from, u"it can't be moved to \"" + to + u"\", which exists");
   try {
     if (!database->Rename(FileNameOf(to))) return false;
@@ -176,7 +177,14 @@ std::shared_ptr<PDBDatabase> PDBFileSystemPC::Database(int32_t iIndex) const {
 bool PDBFileSystemPC::CloseDatabases(std::u16string& failure) noexcept {
   try {
     // A copy: closing a device's file may let other work in, and the list change.
-    return CloseAll(std::vector<Named>(databases_), failure);
+    std::vector<Named> databases(databases_);
+    const bool all = CloseAll(databases, failure);
+    for (Named& entry : databases_) {
+      entry.given_up = std::ranges::any_of(databases, [&](const Named& closed) {
+        return closed.given_up && closed.database == entry.database;
+      });
+    }
+    return all;
   } catch (const std::bad_alloc&) {
     log_->UpdateLog(kNoMemory);
     return false;
@@ -185,20 +193,27 @@ bool PDBFileSystemPC::CloseDatabases(std::u16string& failure) noexcept {
 
 bool PDBFileSystemPC::End(std::u16string& failure) noexcept {
   closed_ = true;
-  return CloseAll(std::exchange(databases_, {}), failure);
+  std::vector<Named> databases = std::exchange(databases_, {});
+  return CloseAll(databases, failure);
 }
 
-bool PDBFileSystemPC::CloseAll(const std::vector<Named>& databases,
-                               std::u16string& failure) noexcept {
+bool PDBFileSystemPC::CloseAll(std::vector<Named>& databases, std::u16string& failure) noexcept {
   bool all = true;
-  for (const Named& entry : databases) {
+  for (Named& entry : databases) {
+    if (entry.given_up && entry.database->IsOpen()) {
+      all = false;
+      continue;
+    }
     try {
       entry.database->CloseDatabase();
     } catch (const AutomationError& error) {
       all = false;
+      entry.given_up = true;
       log_->UpdateLog(error.description());
       try {
-        if (failure.empty()) failure = error.description();
+        const std::u16string& told = entry.database->SaveFailure();
+        if (!failure.empty()) failure += u"\r\n";
+        failure += told.empty() ? error.description() : told;
       } catch (const std::bad_alloc&) {
         // The log has it.
       }

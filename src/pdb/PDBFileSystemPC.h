@@ -61,9 +61,10 @@ class PDBFileSystemPC final : public PDBFileSystem {
   struct Named {
     std::u16string name;  // as given by the caller
     std::shared_ptr<PDBDatabasePC> database;
+    bool given_up = false;  // CloseDatabases has failed: the end doesn't copy it all once more
   };
 
-  bool CloseAll(const std::vector<Named>& databases, std::u16string& failure) noexcept;
+  bool CloseAll(std::vector<Named>& databases, std::u16string& failure) noexcept;
   bool Accepts(std::u16string_view name) const;
   bool Refuse(std::u16string_view name, std::u16string_view reason) const;
   std::vector<Named>::iterator Find(std::u16string_view name);

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/AutomationError.h"
-#include "files/DeviceProgress.h"
 #include "files/RapiConnection.h"
 #include "sync/SyncDriver.h"
 #include "sync/frmLog.h"
@@ -62,11 +61,11 @@ SyncOutcome RunSync(const SyncProgram& program, std::shared_ptr<cConduitList> co
   }
   status.reset();
 
-  // What was changed and is not where it belongs is told in any case. Cancel means that of a copy
-  // which it stopped itself.
-  std::u16string unsaved = driver.Unsaved();
-  if (cancelled && unsaved.find(kCopyCancelled) != std::u16string::npos) unsaved.clear();
-  if (cancelled && !finished && unsaved.empty() && !device->IsLost()) {
+  // What was changed and is not where it belongs is told in any case.
+  const std::u16string unsaved = driver.Unsaved();
+  const std::u16string_view lost = driver.LostLink();
+  const bool stopped = (cancelled && !finished) || driver.IsSaveCancelled();
+  if (stopped && unsaved.empty() && lost.empty()) {
     outcome.result = SyncResult::kCancelled;
     return outcome;
   }
@@ -76,7 +75,7 @@ SyncOutcome RunSync(const SyncProgram& program, std::shared_ptr<cConduitList> co
     error += (error.empty() ? u"" : u"\r\n") + std::u16string(text);
   };
   add(unsaved);
-  if (device->IsLost()) add(RapiConnection::kClosedText);
+  add(lost);
   if (error.empty()) outcome.result = SyncResult::kDone;
   return outcome;
 }

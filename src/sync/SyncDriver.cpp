@@ -1,10 +1,14 @@
 #include "sync/SyncDriver.h"
 
+#include <algorithm>
+#include <iterator>
 #include <optional>
+#include <string_view>
 #include <utility>
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "files/DeviceProgress.h"
 #include "files/FileNames.h"
 #include "files/ProgramFiles.h"
 #include "files/cFileIO.h"
@@ -74,14 +78,17 @@ bool SyncDriver::BeginSync(std::u16string_view AppId, int16_t DatabaseType,
     session_.component->BeginSynchronize(info_);
     return true;
   } catch (const AutomationError& error) {
-    ErrorMessage = ConduitError(error);
+    told_ = ErrorMessage = ConduitError(error);
   } catch (const std::bad_alloc&) {
     ErrorMessage = ConduitError(AutomationError(ErrorNumber::kOutOfMemory));
   } catch (const std::exception& error) {
     ErrorMessage = ConduitError(AutomationError(51, u"Pylon", FromUtf8(error.what())));
   }
   with_.log->UpdateLog(u"Sync Failed: " + ErrorMessage);
-  TellHandheldLoss(ErrorMessage);
+  if (IsHandheldLost()) {
+    with_.log->UpdateLog(kHandheldClosed);
+    ErrorMessage += std::u16string(kLineEnd) + kHandheldClosed;
+  }
   return false;
 }
 
@@ -243,8 +250,9 @@ std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app
   NameLog(index, app_id);
   if (!refusal.empty()) {
     with_.log->UpdateLog(refusal);
-    TellHandheldLoss(refusal);
-    return refusal;
+    if (!IsHandheldLost()) return refusal;
+    with_.log->UpdateLog(kHandheldClosed);
+    return refusal + kLineEnd + kHandheldClosed;
   }
   with_.log->UpdateLog(u"Begin Sync using HotSync");
   auto files = std::make_shared<PDBFileSystemPalm>(with_.handheld, with_.code_page, with_.log,
@@ -256,17 +264,14 @@ std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app
   return {};
 }
 
-// When the handheld is lost, adds that to the text, and to the log and what the end of the sync
-// knows.
-bool SyncDriver::TellHandheldLoss(std::u16string& text) {
-  if (!with_.handheld || !with_.handheld->IsLost()) return false;
-  with_.log->UpdateLog(kHandheldClosed);
-  for (std::u16string* const place : {&text, &unsaved_}) {
-    if (place->find(kHandheldClosed) != place->npos) continue;
-    if (!place->empty()) *place += kLineEnd;
-    *place += kHandheldClosed;
-  }
-  return true;
+bool SyncDriver::IsHandheldLost() const noexcept {
+  return handheld_lost_ || (with_.handheld && with_.handheld->IsLost());
+}
+
+std::u16string_view SyncDriver::LostLink() const noexcept {
+  if (with_.device->IsLost()) return RapiConnection::kClosedText;
+  if (IsHandheldLost()) return kHandheldClosed;
+  return {};
 }
 
 void SyncDriver::ReadDeviceTime() {
@@ -331,10 +336,10 @@ void SyncDriver::SyncFinish() noexcept {
     with_.log->UpdateLog(u"SynchronizeClose failed.");
   }
   const bool saved = session_.file_system->CloseDatabases(unsaved_);
-  // Which the component may not have noticed.
-  const bool lost = TellHandheldLoss(unsaved_);
-  if (!saved || lost) {
-    with_.log->UpdateLog(saved ? u"Sync Failed: the handheld was lost."
+  // Which the component may not have noticed; its next sync must not start from today.
+  const std::u16string lost(LostLink());
+  if (!saved || !lost.empty()) {
+    with_.log->UpdateLog(saved ? u"Sync Failed: " + lost
                                : u"Sync Failed: what was changed could not be saved.");
     SyncStop();
     return;
@@ -350,6 +355,22 @@ void SyncDriver::SyncFinish() noexcept {
   SyncStop();
 }
 
+std::u16string SyncDriver::Unsaved() const {
+  std::u16string untold;
+  for (std::u16string_view rest = unsaved_; !rest.empty();) {
+    const size_t end = std::min(rest.find(kLineEnd), rest.size());
+    const std::u16string_view line = rest.substr(0, end);
+    rest.remove_prefix(std::min(end + std::size(kLineEnd) - 1, rest.size()));
+    if (told_.find(line) != told_.npos || line.find(kCopyCancelled) != line.npos) continue;
+    untold += (untold.empty() ? u"" : kLineEnd) + std::u16string(line);
+  }
+  return untold;
+}
+
+bool SyncDriver::IsSaveCancelled() const noexcept {
+  return unsaved_.find(kCopyCancelled) != unsaved_.npos;
+}
+
 void SyncDriver::SyncStop() noexcept {
   if (!with_.log) return;
   // A component may call back while it is released, even for the last time, so everything it can
@@ -360,6 +381,7 @@ void SyncDriver::SyncStop() noexcept {
   info_->Detach();
   if (ended.file_system) ended.file_system->End(unsaved_);
   if (ended.file_panel) ended.file_panel->Detach();
+  handheld_lost_ = IsHandheldLost();
   with_.handheld.reset();
   with_.device->End();
   log->Close();

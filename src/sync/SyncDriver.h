@@ -63,9 +63,13 @@ class SyncDriver {
   // can't be saved, or whose handheld is gone, has failed: the dates of the last sync stay.
   void SyncFinish() noexcept;
   void SyncStop() noexcept;  // releases everything the sync holds; twice does nothing
-  // Why what was done may not be whole: a database that could not be saved at the end, a handheld
-  // that was lost. Empty when all went well.
-  const std::u16string& Unsaved() const noexcept { return unsaved_; }
+  // Why databases could not be saved at the end, a line each: but for what BeginSync's text has
+  // told already, and for those whose copy the user has stopped.
+  std::u16string Unsaved() const;
+  // Whether the user has stopped the copy of a database, which is not saved therefore.
+  bool IsSaveCancelled() const noexcept;
+  // That the link to the handheld was lost, in words; empty when it was not.
+  std::u16string_view LostLink() const noexcept;
 
   // Lives as long as the driver; its CancelSync can be read after SyncStop too.
   const std::shared_ptr<oSyncInfo>& SyncInfo() const noexcept { return info_; }
@@ -96,7 +100,7 @@ class SyncDriver {
   // The part for a handheld in its HotSync session.
   std::u16string ChooseHandheld(int16_t index, std::u16string_view app_id,
                                 const std::u16string& pc_folder);
-  bool TellHandheldLoss(std::u16string& text);
+  bool IsHandheldLost() const noexcept;
   void ReadDeviceTime();
   std::u16string DeviceFolder(int16_t index, std::u16string_view app_id);
   FileFactory DeviceFiles() const;
@@ -107,7 +111,9 @@ class SyncDriver {
   std::shared_ptr<oSyncInfo> info_;
   StatusHeading heading_;  // as shown
   Session session_;
-  std::u16string unsaved_;
+  std::u16string told_;         // BeginSync's text
+  std::u16string unsaved_;      // a line for each database
+  bool handheld_lost_ = false;  // as the sync let go of it
 };
 
 }  // namespace pylon

@@ -144,16 +144,15 @@ std::u16string WindowText(HWND window) {
 
 std::optional<MessageBoxTexts> WaitForMessageBox(DWORD process) {
   HWND box = nullptr;
-  if (!WaitUntil([&] { return (box = FindWindowOf(process, L"#32770")) != nullptr; })) {
-    return std::nullopt;
-  }
-  MessageBoxTexts texts;
-  texts.title = WindowText(box);
   std::vector<wchar_t> text(4096);
-  ::SendDlgItemMessageW(box, 0xFFFF, WM_GETTEXT, text.size(),
-                        reinterpret_cast<LPARAM>(text.data()));
-  texts.text = FromWide(text.data());
-  return texts;
+  // The box is there before its texts are.
+  const bool found = WaitUntil([&] {
+    box = FindWindowOf(process, L"#32770");
+    return box && ::SendDlgItemMessageW(box, 0xFFFF, WM_GETTEXT, text.size(),
+                                        reinterpret_cast<LPARAM>(text.data())) > 0;
+  });
+  if (!found) return std::nullopt;
+  return MessageBoxTexts{WindowText(box), FromWide(text.data())};
 }
 
 void PressOk(DWORD process) {

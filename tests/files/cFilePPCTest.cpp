@@ -215,12 +215,29 @@ TEST_F(cFilePPCTest, WhatDoesNotReachTheDeviceIsKeptOnThePc) {
   }
 }
 
+TEST_F(cFilePPCTest, ACopyThatIsNotWholeNeitherGoesUpNorIsKept) {
+  device_.Put(kNew, "old");
+  ASSERT_TRUE(file_.OpenFile(kNew, u"W", {}));
+  pc_.room = 5;
+  EXPECT_LT(file_.WriteByteArray(ToBytes("0123456789"), 0, {}), 10);
+  EXPECT_FALSE(file_.CloseFile());
+  EXPECT_THAT(Error(), HasSubstr("error 112"));
+  EXPECT_THAT(log_->lines, ElementsAre(HasSubstr("could not be kept")));
+  EXPECT_EQ(device_.Text(kNew), "old");
+  EXPECT_EQ(Kept(), "");
+}
+
 TEST_F(cFilePPCTest, AFailedSecondTryKeepsTheLatest) {
   for (const char* text : {"first", "second"}) {
     device_.fault = "Write";
     EXPECT_FALSE(Rewrite(kNew, text));
     EXPECT_EQ(Kept(), text);
   }
+  device_.fault.clear();
+  progress_->steps.clear();
+  EXPECT_TRUE(Rewrite(kNew, "third") && file_.ReplaceFile(u"x"));
+  EXPECT_THAT(log_->lines.back(), HasSubstr("needed no more"));
+  EXPECT_EQ(progress_->steps.front(), "x of 5") << "the name that the user knows";
 }
 
 TEST_F(cFilePPCTest, WhatCannotBeOpenedOnTheDeviceIsKeptAside) {
@@ -232,7 +249,7 @@ TEST_F(cFilePPCTest, WhatCannotBeOpenedOnTheDeviceIsKeptAside) {
   } kCases[] = {
       {"first try", [] {}, "0123456789", "is kept in"},
       {"second try replaces it", [] {}, "0123456789", "is kept in"},
-      {"PC's disk full", [&] { pc_.room = 5; }, "0123456789", "could not be kept"},
+      {"PC's disk full", [&] { pc_.room = 5; }, "0123456789", "kept on the PC (modMain.Write"},
       {"no working copy", [&] { pc_.fault = "CreateTempFile"; }, "0123456789", "could not be kept"},
   };
   for (const auto& test : kCases) {

@@ -189,6 +189,10 @@ TEST_F(cFileRAPITest, OpeningForWritingFindsWhatACutReplacementLeft) {
     EXPECT_EQ(file_->FileSize(), 3);
     EXPECT_TRUE(file_->DeleteFile());
   }
+  device_.Write(u"\\x.replaced", "old");
+  ASSERT_TRUE(file_->OpenFile(u"\\x", u"W", {}));
+  EXPECT_EQ(file_->FileSize(), 0);
+  EXPECT_FALSE(device_.Exists(u"\\x.replaced")) << "it would pass for x once that is gone";
 }
 
 TEST_F(cFileRAPITest, AFailedReplacementIsTakenBack) {

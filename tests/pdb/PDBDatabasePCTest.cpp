@@ -533,7 +533,7 @@ TEST(PDBDatabasePC, AReadThatFailsIsAnErrorAndTheCursorStays) {
 }
 
 // A component that creates what it can't open must not replace what may be whole.
-TEST(PDBDatabasePC, AFileThatCouldNotBeReadIsNotCreatedAnew) {
+TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotCreatedAnew) {
   const struct {
     const char* name;
     std::function<void(MemoryFolder&)> fault;
@@ -542,7 +542,14 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeReadIsNotCreatedAnew) {
       {"header", [](MemoryFolder& f) { f.FailNth(FileOperation::kRead, 1); }, false},
       {"record list", [](MemoryFolder& f) { f.FailNth(FileOperation::kRead, 2); }, false},
       {"in use", [](MemoryFolder& f) { f.open.insert(DatabaseFile::kPath); }, false},
-      {"damaged", [](MemoryFolder& f) { f.files[DatabaseFile::kPath].resize(90); }, true},
+      {"damaged", [](MemoryFolder& f) { f.files[DatabaseFile::kPath].resize(90); }, false},
+      {"AppInfo too large",
+       [](MemoryFolder& f) {
+         FileImage image = ThreeRecords();
+         image.app_info = Bytes(32768);
+         f.files[DatabaseFile::kPath] = image.Build();
+       },
+       false},
       {"missing", [](MemoryFolder& f) { f.files.clear(); }, true},
   };
   const auto without_reading = [](PDBDatabasePC& database) {
@@ -553,10 +560,14 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeReadIsNotCreatedAnew) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     DatabaseFile file(ThreeRecords());
-    const Bytes before = file.bytes();
     const auto database = file.Database();
     c.fault(file.folder);
-    EXPECT_FALSE(database->OpenDatabase());
+    const Bytes before = file.exists() ? file.bytes() : Bytes();
+    try {
+      EXPECT_FALSE(database->OpenDatabase());
+    } catch (const AutomationError& error) {
+      EXPECT_EQ(error.number(), 6);
+    }
     file.folder.open.clear();
     EXPECT_EQ(without_reading(*database), c.creates);
     if (c.creates) continue;
@@ -571,7 +582,7 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeReadIsNotCreatedAnew) {
     for (const auto& lift : lifts) {
       database->Abandon();
       database->SetPDBFilePath(DatabaseFile::kPath);
-      file.bytes() = before;
+      file.bytes() = ThreeRecords().Build();
       file.folder.FailNth(FileOperation::kRead, 1);
       EXPECT_FALSE(database->OpenDatabase());
       database->SetPDBFilePath(DatabaseFile::kPath);

@@ -197,6 +197,41 @@ TEST_F(FileSystem, Deleting) {
   EXPECT_EQ(Open(u"E")->RecordCount(), count + 1);
 }
 
+TEST_F(FileSystem, EachFailureIsToldOnceAndNotTriedAgain) {
+  const auto a = Create(u"A");
+  const auto b = Create(u"B");
+  const auto c = Create(u"C");
+  folder_.FailNth(FileOperation::kWrite, 1);
+  EXPECT_EQ(ErrorOf([&] { a->CloseDatabase(); }), 57);
+  folder_.open = {Path(u"A") + u".new", Path(u"B") + u".new"};
+  std::u16string failure;
+  EXPECT_FALSE(system_.CloseDatabases(failure));
+  EXPECT_TRUE(Has(u"C"));
+  const size_t line = failure.find(u"\r\n");
+  ASSERT_NE(line, failure.npos);
+  EXPECT_THAT(ToUtf8(failure.substr(0, line)), HasSubstr("the disk is full"))
+      << "what the caller of CloseDatabase was told";
+  EXPECT_THAT(ToUtf8(failure.substr(line)), HasSubstr("another program"));
+  folder_.ResetOperations();
+  const std::u16string before = failure;
+  EXPECT_FALSE(system_.End(failure));
+  EXPECT_EQ(failure, before);
+  EXPECT_EQ(folder_.operations(), 0);
+}
+
+TEST_F(FileSystem, WhatIsBeingOpenedOrSavedIsLeftAlone) {
+  Save(u"A");
+  std::shared_ptr<PDBDatabase> a, other;
+  folder_.while_opening = [&] { EXPECT_FALSE(system_.CreateDatabase(u"A", other)); };
+  EXPECT_TRUE(system_.OpenDatabase(u"A", a));
+  const auto b = Create(u"B");
+  a->CloseDatabase();
+  folder_.while_opening = [&] { EXPECT_FALSE(system_.MoveDatabase(u"A", u"B")); };
+  b->CloseDatabase();
+  EXPECT_TRUE(Has(u"A"));
+  EXPECT_TRUE(Has(u"B"));
+}
+
 TEST_F(FileSystem, EndingSavesEveryDatabaseAndLogsFailures) {
   const auto a = Create(u"A");
   const auto b = Create(u"B");

@@ -88,6 +88,7 @@ TEST_F(ConnectionTest, WrongSettingsRefuseTheConnectionAndAreNamed) {
       {"[Divice]\nFolder=x\n", "[Divice]: there is no such section"},
       {"[Faults]\nLinkLostAt=CeGuess 2\n", "[Faults] LinkLostAt=CeGuess 2: this must be the name"},
       {"[Faults]\nLinkLostAt=CeReadFile 0\n", "[Faults] LinkLostAt=CeReadFile 0: "},
+      {"[Faults]\nLinkLostError=0x2775\n", "[Faults] LinkLostError=0x2775: this must be"},
       {"[Faults]\nLockedFile=\\..\\a\n", "[Faults] LockedFile=\\..\\a: this must be a device path"},
       {"[HKLM\\A]\nB=dword:xyz\n", "[HKLM\\A] B=dword:xyz: the digits"},
       {"[HKLM\\A]\nB=hex:1,234\n", "[HKLM\\A] B=hex:1,234: the digits"},

@@ -65,6 +65,8 @@ TEST_F(FaultsTest, TheLinkIsLostWhereTheSettingsSay) {
     EXPECT_EQ(rapi.CeGetLastError(), 0u);
     EXPECT_TRUE(!std::filesystem::exists(OnPc("file")) || std::filesystem::remove(OnPc("file")));
   }
+  Reconnect("[Faults]\nLinkLostAfterCalls=0\nLinkLostError=0x80072746\n");
+  EXPECT_EQ(Outcome(rapi.CeDeleteFile(L"\\file") != FALSE), "rapi 80072746");
   Reconnect();
   EXPECT_EQ(WorkOnFile(), whole) << "the next connection is sound";
 }

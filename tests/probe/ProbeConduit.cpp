@@ -8,8 +8,8 @@
 #include <map>
 #include <string>
 
-#include "base/AutomationError.h"
 #include "automation/Library.h"
+#include "base/AutomationError.h"
 #include "base/Com.h"
 #include "base/Text.h"
 #include "tests/probe/ProbeConduit.h"
@@ -142,7 +142,9 @@ void Fill(::_oSyncInfo* sync, int records) {
 
 // Opens the database, changes its first record or looks at each, and closes it. A component that
 // minds raises an error of its own when there is nothing to open.
-HRESULT Visit(::_oSyncInfo* sync, bool change, bool minds) {
+HRESULT Visit(::_oSyncInfo* sync, const std::string& what) {
+  const bool change = what.starts_with("change");
+  const bool minds = what != "read, not minding";
   com::Ptr<::PDBDatabase> database;
   VARIANT_BOOL done = VARIANT_FALSE;
   const com::Bstr name = Text(u"Probe");
@@ -164,7 +166,9 @@ HRESULT Visit(::_oSyncInfo* sync, bool change, bool minds) {
       com::Check(database->ReadNextByIndex(i, &id, &category, &attributes, stream.InOut(), &done));
     }
   }
-  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+  if (what != "change, unclosed") {
+    com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+  }
   Note(std::string(change ? "changed" : "read") + " of " + std::to_string(count));
   return S_OK;
 }
@@ -263,8 +267,8 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "direct") return NoteStreamIsDirect();
     if (what == "open or create") OpenOrCreate(sync);
     if (what.starts_with("fill ")) Fill(sync, std::stoi(what.substr(5)));
-    if (what == "change" || what == "read" || what == "read, not minding") {
-      return Visit(sync, what == "change", what != "read, not minding");
+    if (what.starts_with("change") || what == "read" || what == "read, not minding") {
+      return Visit(sync, what);
     }
     if (what == "records" || what == "unclosed") return WriteRecords(sync);
     if (what == "late" || what == "cancel") {

@@ -262,9 +262,11 @@ TEST_F(PocketPcTest, WhateverFailsTheOldDatabaseIsThereAndTheNewOneIsKept) {
       {"while copying up", "LinkLostAt=CeWriteFile 2", kClosed, true},
       {"in the middle of a block", "LinkLostAfterBytes=9000", kClosed, true},
       {"while closing", "LinkLostAt=CeCloseHandle 3", kClosed, true},
-      {"before replacing", "LinkLostAt=CeMoveFile 2", kClosed, true},
-      {"within replacing", "LinkLostAt=CeMoveFile 3", kClosed, true},
+      {"before replacing", "LinkLostAt=CeMoveFile 3", kClosed, true},
+      {"within replacing", "LinkLostAt=CeMoveFile 4", kClosed, true},
       {"full", "", "Disk Full", true},
+      {"link reset", "LinkLostAt=CeWriteFile 2\r\nLinkLostError=0x80072746",
+       "RAPI Error: -2147014842", true},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -276,7 +278,11 @@ TEST_F(PocketPcTest, WhateverFailsTheOldDatabaseIsThereAndTheNewOneIsKept) {
     SimulateWith(c.settings.empty()
                      ? "[Device]\r\nDiskSize=" + std::to_string(old.size() + 1'000) + "\r\n"
                      : "[Faults]\r\n" + c.settings + "\r\n");
-    EXPECT_THAT(RunIntoMessage(u"change"), HasSubstr(c.message));
+    const std::string message = RunIntoMessage(u"change");
+    EXPECT_THAT(message, HasSubstr(c.message));
+    EXPECT_EQ(message.find("Database "), message.rfind("Database ")) << message;
+    EXPECT_EQ(message.find(kClosed) != message.npos,
+              c.settings.find("LinkLost") != c.settings.npos);
     EXPECT_THAT(Log(), Contains(StartsWith("Sync Failed: ")));
     EXPECT_THAT(Notes(), Not(Contains("SynchronizeClose")));
     EXPECT_EQ(Calls().back(), "CeRapiUninit");
@@ -312,6 +318,13 @@ TEST_F(PocketPcTest, AComponentThatCreatesWhatItCouldNotOpenReplacesNothing) {
     EXPECT_THAT(Log(), Contains(HasSubstr("delete it first")));
     EXPECT_EQ(testing::ReadFile(DeviceFile("Probe.pdb")), old);
   }
+  SimulateWith("");
+  const std::string damaged = old.substr(0, 90);
+  std::ofstream(DeviceFile("Probe.pdb"), std::ios::binary) << damaged;
+  EXPECT_EQ(Run(u"open or create"), 0U);
+  EXPECT_THAT(Notes(), AllOf(Contains("not opened"), Contains("not created")));
+  EXPECT_THAT(Log(), Contains(HasSubstr("damaged")));
+  EXPECT_EQ(testing::ReadFile(DeviceFile("Probe.pdb")), damaged);
 }
 
 TEST_F(PocketPcTest, AComponentThatMissesTheEndOfTheLinkDoesNotHideIt) {
@@ -319,6 +332,8 @@ TEST_F(PocketPcTest, AComponentThatMissesTheEndOfTheLinkDoesNotHideIt) {
   SimulateWith("[Faults]\r\nLinkLostAt=CeReadFile 2\r\n");
   EXPECT_EQ(RunIntoMessage(u"read, not minding"), kClosed);
   EXPECT_THAT(Notes(), Contains("SynchronizeClose"));
+  EXPECT_THAT(Log(), Not(Contains("Sync Finished")));
+  EXPECT_FALSE(std::filesystem::exists(home() / "Probe" / "AppStore.ini")) << "no date of a sync";
   SimulateWith("[Faults]\r\nLinkLostAt=CeWriteFile\r\n");
   EXPECT_THAT(RunIntoMessage(u"unclosed"), HasSubstr(kClosed)) << "saved by the end, or not";
 }
@@ -338,9 +353,13 @@ TEST_F(PocketPcTest, CancelEndsACopyAndTheRun) {
     const char16_t* probe;
     const char* call;
     size_t kept;
-  } cases[] = {{u"read", "CeReadFile", 0}, {u"change", "CeWriteFile", 1}};
+  } cases[] = {{u"read", "CeReadFile", 0},
+               {u"change", "CeWriteFile", 1},
+               {u"change, unclosed", "CeWriteFile", 1}};
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.call);
+    SCOPED_TRACE(ToUtf8(c.probe));
+    std::filesystem::remove_all(temp());
+    std::filesystem::create_directories(temp());
     SimulateWith("[Link]\r\nBandwidth=500000\r\n");
     const auto copying = [&](HWND window) {
       const HWND bar = ::FindWindowExW(window, nullptr, L"msctls_progress32", nullptr);
@@ -354,7 +373,7 @@ TEST_F(PocketPcTest, CancelEndsACopyAndTheRun) {
     EXPECT_EQ(calls.back(), "CeRapiUninit");
     EXPECT_EQ(testing::ReadFile(DeviceFile("Probe.pdb")), old);
     EXPECT_EQ(Kept().size(), c.kept);
-    EXPECT_THAT(Log(), Contains(HasSubstr("cancelled")));
+    EXPECT_THAT(Log(), AllOf(Contains(HasSubstr("cancelled")), Not(Contains("Sync Finished"))));
   }
 }
 
