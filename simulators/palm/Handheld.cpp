@@ -23,7 +23,7 @@ Bytes ReadFile(const std::filesystem::path& path) {
   if (size < 0) throw SuiteError{kFailed, u"The file can't be opened"};
   Bytes bytes(static_cast<size_t>(size));
   file.seekg(0);
-  file.read(reinterpret_cast<char*>(bytes.data()), size);
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
   if (!file) throw SuiteError{kFailed, u"The file can't be read"};
   return bytes;
 }

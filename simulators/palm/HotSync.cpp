@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -162,8 +163,8 @@ void CfgConduit(uint32_t creator, const Settings& settings, const Tell& tell) {
 void ShowConduitInfo(uint32_t creator, const Settings& settings, const Tell& tell) {
   const Conduit conduit = RequireConduit(creator);
   ClientNotify client(conduit.com_client);
-  constexpr const char16_t* kTypes[] = {u"Name", u"Version", u"Default action"};
-  for (int32_t type = 0; type < 3; ++type) {
+  constexpr const char16_t* kTypes[] = {u"Name", u"MFC version", u"Default action", u"Version"};
+  for (int32_t type = 0; type < static_cast<int32_t>(std::size(kTypes)); ++type) {
     const std::u16string line = std::u16string(kTypes[type]) + u": ";
     try {
       com::Variant info =

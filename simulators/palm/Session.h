@@ -31,6 +31,8 @@ class Session {
  public:
   // Raises SuiteError when folder or logs can't be had.
   Session(Settings settings, AccessModes modes);
+  // Writes what End did not come to.
+  ~Session() { SaveAll(); }
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 

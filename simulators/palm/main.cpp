@@ -43,6 +43,7 @@ constexpr char16_t kUsage[] =
 What the handheld's user does:
   /list                           databases
   /show DATABASE                  records, as texts
+  /create DATABASE CREATOR TYPE   a new one, empty
   /add DATABASE TEXT              a record with the text; \n is a line end
   /change DATABASE ID TEXT
   /delete DATABASE ID [/archive]
@@ -182,6 +183,14 @@ int EditHandheld(const std::u16string& command, CommandLine& line, const Setting
     return kAllWell;
   }
   const std::u16string name = line.Take(u"The database");
+  if (command == u"/create") {
+    const uint32_t creator = TakeCreator(line);
+    const uint32_t type = TakeCreator(line);
+    line.RequireEnd();
+    handheld.Add(Database::Make(name, creator, type, now));
+    handheld.Save(name);
+    return kAllWell;
+  }
   Database& database = RequireDatabase(handheld, name);
   const auto require_record = [&](uint32_t id) {
     const auto record = database.Find(id);
@@ -268,8 +277,8 @@ int RunCommand(const std::u16string& command, CommandLine& line) {
                         : command == u"/cfg"     ? CfgConduit
                                                  : ShowConduitInfo;
     action(creator, UsableSettings(ini), Print);
-  } else if (command == u"/list" || command == u"/show" || command == u"/add" ||
-             command == u"/change" || command == u"/delete") {
+  } else if (command == u"/list" || command == u"/show" || command == u"/create" ||
+             command == u"/add" || command == u"/change" || command == u"/delete") {
     return EditHandheld(command, line, UsableSettings(ini));
   } else {
     throw UsageError{u"There is no command " + command};

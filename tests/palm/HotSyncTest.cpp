@@ -137,6 +137,8 @@ TEST_F(HotSyncTest, TheUserEditsTheHandheld) {
     const char* said;
   } cases[] = {
       {u"/list", 0, "Test: type DATA, creator tst1, 1 records"},
+      {u"/create Other tst1 DATA", 0, ""},
+      {u"/create Other tst1 DATA", 2, "There is a database Other already"},
       {u"/add Test \"new\\ntext\"", 0, "Record 2"},
       {u"/change Test 1 changed", 0, "Record 1"},
       {u"/show Test", 0, "id 1, category 0, dirty, secret: changed"},

@@ -181,9 +181,12 @@ TestConduit::~TestConduit() {
 int ServeCrash() {
   com::Check(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
   Offer(kCrash);
-  ::SetTimer(nullptr, 0, 30'000, [](HWND, UINT, UINT_PTR, DWORD) { ::PostQuitMessage(0); });
+  // Ends by itself when nobody calls.
+  ::SetTimer(nullptr, 0, 30'000, nullptr);
   MSG message;
-  while (::GetMessageW(&message, nullptr, 0, 0) > 0) ::DispatchMessageW(&message);
+  while (::GetMessageW(&message, nullptr, 0, 0) > 0 && message.message != WM_TIMER) {
+    ::DispatchMessageW(&message);
+  }
   return 0;
 }
 
