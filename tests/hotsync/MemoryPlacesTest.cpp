@@ -2,28 +2,13 @@
 
 #include "hotsync/PDBFileSystemPalm.h"
 #include "pdb/PDBFileSystemPC.h"
-#include "tests/hotsync/DatabasePlaceTest.h"
+#include "tests/hotsync/IndexesInMemory.h"
 #include "tests/support/MemoryHandheld.h"
-#include "tests/support/PdbTesting.h"
 
 namespace pylon::testing {
 namespace {
 
-class MemoryPlace : public DatabasePlace {
- protected:
-  SyncIndexFactory Indexes() {
-    return [this] {
-      return std::make_shared<CSyncIndex>(CSyncIndex::Surroundings{
-          disk_.Factory(), AnsiCodePage::Windows1252(), clock_, log_, {}, u"C:\\index", u"Device"});
-    };
-  }
-
-  MemoryFolder disk_;
-  FixedClock clock_;
-  std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
-};
-
-class PcPlace final : public MemoryPlace {
+class PcPlace final : public IndexesInMemory {
  public:
   std::shared_ptr<PDBFileSystem> BeginSync() override {
     return std::make_shared<PDBFileSystemPC>(u"C:\\pdb", disk_.Factory(), dftWindows,
@@ -31,7 +16,7 @@ class PcPlace final : public MemoryPlace {
   }
 };
 
-class HandheldPlace final : public MemoryPlace {
+class HandheldPlace final : public IndexesInMemory {
  public:
   std::shared_ptr<PDBFileSystem> BeginSync() override {
     auto files = std::make_shared<PDBFileSystemPalm>(handheld_, AnsiCodePage::Windows1252(), log_,
