@@ -48,7 +48,7 @@ printf '%s\n' 'The handheld:' && simulator /list
 
 # settings [LINE...]: the handheld's.
 settings() {
-  printf '%s\r\n' '[Handheld]' 'UserName=J. Doe' '[Session]' 'Conduits=memo' "$@" >handheld.ini
+  printf '%s\r\n' '[Handheld]' 'UserName=Palm User' '[Session]' 'Conduits=memo' "$@" >handheld.ini
 }
 lines_of() { if [[ -f $1 ]]; then wc -l <"$1"; else echo 0; fi; }
 show_handheld() { printf '\nMemos on the handheld:\n' && simulator /show MemoDB | tr -d '\r'; }

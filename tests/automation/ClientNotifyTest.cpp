@@ -94,8 +94,8 @@ class ClientNotifyTest : public ::testing::Test {
   Recorder recorder_;
   std::optional<ClientNotifyLayout> layout_;
   ClientNotifyFace face_ = {};
-  const com::Bstr user_{u"Ann"};
-  const com::Bstr path_{u"C:\\Ann"};
+  const com::Bstr user_{u"User"};
+  const com::Bstr path_{u"C:\\User"};
 };
 
 TEST_F(ClientNotifyTest, ADualInterfaceIsServedInItsOwnOrder) {
@@ -117,9 +117,9 @@ TEST_F(ClientNotifyTest, ADualInterfaceIsServedInItsOwnOrder) {
   EXPECT_EQ(V_I4(info.get()), 7);
   EXPECT_EQ(notify->BeginProcess(nullptr), E_POINTER);
   EXPECT_EQ(recorder_.calls,
-            (std::vector<std::string>{"CfgConduit 1835363695 9 5 1 2 4 Ann C:\\Ann",
-                                      "ConfigureConduit 6 8 C:\\Ann Ann", "BeginProcess",
-                                      "GetConduitInfo 1 2 3 Ann"}));
+            (std::vector<std::string>{"CfgConduit 1835363695 9 5 1 2 4 User C:\\User",
+                                      "ConfigureConduit 6 8 C:\\User User", "BeginProcess",
+                                      "GetConduitInfo 1 2 3 User"}));
   void* other = nullptr;
   EXPECT_EQ(notify->QueryInterface(IID_IUnknown, &other), S_FALSE) << "the object's identity";
   EXPECT_EQ(notify->Release(), 1U);
@@ -165,8 +165,8 @@ TEST_F(ClientNotifyTest, AnotherOrderBaseAndOtherNumbersAreServedToo) {
   EXPECT_EQ(notify->BeginProcess(&failed), S_OK);
   EXPECT_EQ(failed, VARIANT_FALSE);
   EXPECT_EQ(recorder_.calls,
-            (std::vector<std::string>{"CfgConduit -1 9 1 1 -2 200 Ann C:\\Ann",
-                                      "ConfigureConduit -7 1 C:\\Ann Ann", "BeginProcess"}));
+            (std::vector<std::string>{"CfgConduit -1 9 1 1 -2 200 User C:\\User",
+                                      "ConfigureConduit -7 1 C:\\User User", "BeginProcess"}));
   EXPECT_EQ(layout_->dispatch(), nullptr);
 }
 
@@ -229,7 +229,7 @@ TEST_F(PalmSyncServerTest, HotSyncsInterfaceIsThereWhileItsLibraryIs) {
   const auto object = testing::CreateOutside<::_cPalmSync>(CLSID_cPalmSync);
   const auto notify = object.As<::IPDClientNotify>();
   ASSERT_TRUE(notify);
-  const com::Bstr text(u"Ann");
+  const com::Bstr text(u"User");
   long temp = 1;
   long fresh = 2;
   long preference = 4;

@@ -99,19 +99,19 @@ TEST_F(SuiteTest, NamesMayBeVariants) {
 }
 
 TEST_F(SuiteTest, TheSystemTellsOfUserAndSession) {
-  EXPECT_EQ(Sync("SyncType=1\n[Handheld]\nUserName=J. Doe\nUserId=77\n"
+  EXPECT_EQ(Sync("SyncType=1\n[Handheld]\nUserName=Test user\nUserId=77\n"
                  "Clock=2003-05-17 09:30:00\n",
                  [] {
                    const Late system = Late::Create(L"PDDirect.PDSystemAdapter");
                    EXPECT_NEAR(V_DATE(system.Call(L"DateTime").value.get()), 37758.3958333, 1e-6);
                    EXPECT_EQ(system.Call(L"AddLogEntry", u"A line \u20AC").result, "ok");
                    const Late user(system.Call(L"PDUserInfo"));
-                   EXPECT_EQ(user.Call(L"UserName").Text(), "J. Doe");
+                   EXPECT_EQ(user.Call(L"UserName").Text(), "Test user");
                    EXPECT_EQ(user.Call(L"UserId").Number(), 77);
                    const Late sync(system.Call(L"PDHotSyncInfo"));
                    EXPECT_EQ(sync.Call(L"SyncType").Number(), 1);
                    EXPECT_EQ(sync.Call(L"CreatorId").Number(), kTst1);
-                   EXPECT_TRUE(sync.Call(L"PathName").Text().ends_with("\\J. Doe\\Tests\\"));
+                   EXPECT_TRUE(sync.Call(L"PathName").Text().ends_with("\\Test user\\Tests\\"));
                    EXPECT_EQ(sync.Call(L"NameCount").Number(), 2);
                    EXPECT_EQ(sync.Call(L"NameList", 1).Text(), "Two");
                    EXPECT_EQ(sync.Call(L"NameList", 2).result, "800A0009");
