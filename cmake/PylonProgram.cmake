@@ -5,7 +5,7 @@ function(pylon_program)
   set(resources "${CMAKE_SOURCE_DIR}/resources")
   add_executable(Pylon WIN32 ${arg_UNPARSED_ARGUMENTS} "${resources}/pylon.rc")
   set_source_files_properties("${resources}/pylon.rc" PROPERTIES OBJECT_DEPENDS
-    "${resources}/pylon.ico;${resources}/pylon.manifest;${PYLON_GENERATED_DIR}/version.h;${PYLON_TYPELIB};${PYLON_TYPELIB_32}")
+    "${resources}/pylon.ico;${resources}/strings.rc;${CMAKE_SOURCE_DIR}/src/setup/Strings.h;${resources}/pylon.manifest;${PYLON_GENERATED_DIR}/version.h;${PYLON_TYPELIB};${PYLON_TYPELIB_32}")
   set_target_properties(Pylon PROPERTIES RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
   target_include_directories(Pylon PRIVATE "${resources}" "${PYLON_GENERATED_DIR}")
   target_link_options(Pylon PRIVATE -municode)

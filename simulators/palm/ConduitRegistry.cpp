@@ -13,6 +13,7 @@
 namespace pylon::palm {
 namespace {
 
+constexpr wchar_t kMaker[] = L"Software\\U.S. Robotics";
 constexpr wchar_t kDesktop[] = L"Software\\U.S. Robotics\\Pilot Desktop";
 constexpr std::wstring_view kComponent = L"Component";
 
@@ -43,6 +44,17 @@ std::optional<uint32_t> ReadNumber(HKEY key, const wchar_t* name) {
     return std::nullopt;
   }
   return value;
+}
+
+void DeleteIfEmpty(const wchar_t* path) {
+  const RegistryKey key = Open(HKEY_CURRENT_USER, path);
+  DWORD keys = 0;
+  DWORD values = 0;
+  if (::RegQueryInfoKeyW(key.get(), nullptr, nullptr, nullptr, &keys, nullptr, nullptr, &values,
+                         nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
+    return;
+  }
+  if (keys + values == 0) ::RegDeleteKeyW(HKEY_CURRENT_USER, path);
 }
 
 void CheckRegistry(LSTATUS status) {
@@ -142,12 +154,16 @@ void AddConduit(const Conduit& conduit) {
 }
 
 bool RemoveConduit(uint32_t creator) {
-  const RegistryKey desktop = Open(HKEY_CURRENT_USER, kDesktop, KEY_READ | KEY_WRITE);
+  RegistryKey desktop = Open(HKEY_CURRENT_USER, kDesktop, KEY_READ | KEY_WRITE);
   if (!desktop) return false;
   for (const std::wstring& name : ComponentKeys(desktop.get())) {
-    const RegistryKey key = Open(desktop.get(), name.c_str());
+    RegistryKey key = Open(desktop.get(), name.c_str());
     if (!key || ReadNumber(key.get(), L"Creator") != creator) continue;
+    key.Reset();
     CheckRegistry(::RegDeleteTreeW(desktop.get(), name.c_str()));
+    desktop.Reset();
+    // A PC that had no HotSync looks like it again.
+    for (const wchar_t* const path : {kDesktop, kMaker}) DeleteIfEmpty(path);
     return true;
   }
   return false;

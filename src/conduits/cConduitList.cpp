@@ -10,6 +10,7 @@
 #include "base/Win32.h"
 #include "conduits/AwaitedFile.h"
 #include "conduits/SettingsStore.h"
+#include "files/FileNames.h"
 #include "files/IniText.h"
 
 namespace pylon {
@@ -50,6 +51,12 @@ int16_t cConduitList::Find(std::u16string Entry::*field, std::u16string_view tex
 std::u16string cConduitList::PCPath(int16_t index) {
   const std::u16string& app_path = At(index).app_path;
   return app_path.empty() ? Setting(index, u"PCPath") : app_path;
+}
+
+std::u16string cConduitList::PCFolder(int16_t index) {
+  const std::u16string path = PCPath(index);
+  if (path.empty()) return JoinFullName(program_folder_, AppId(index));
+  return IsRelative(path) ? JoinFullName(program_folder_, path) : path;
 }
 
 std::u16string cConduitList::GetSettings(std::u16string_view key,
@@ -116,6 +123,8 @@ void cConduitList::Describe(Entry& entry) {
     const ComponentFactory::Result created = components_->Create(entry.class_id);
     if (!created.component) {
       entry.application_name = kNotCreated;
+      entry.failure =
+          created.reason.empty() ? entry.class_id + u" can't be created" : created.reason;
       return;
     }
     ConduitComponent& component = *created.component;
@@ -128,7 +137,11 @@ void cConduitList::Describe(Entry& entry) {
     if (!entry.icon.empty() && entry.icon.find(u'\\') == entry.icon.npos) {
       entry.icon = program_folder_ + u"\\" + entry.app_id + u"\\" + entry.icon;
     }
-  } catch (const std::exception&) {
+  } catch (const AutomationError& error) {
+    entry.failure =
+        error.description().empty() ? u"error " + ToText(error.number()) : error.description();
+  } catch (const std::exception& error) {
+    entry.failure = FromUtf8(error.what());
   }
 }
 

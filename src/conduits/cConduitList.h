@@ -39,12 +39,16 @@ class cConduitList {
   const std::u16string& ClassId(int16_t index) const { return At(index).class_id; }
   const std::u16string& CreatorId(int16_t index) const { return At(index).creator_id; }
   const std::u16string& Icon(int16_t index) const { return At(index).icon; }
+  // Why the component could not be created or asked; empty when it could, or has no class.
+  const std::u16string& Failure(int16_t index) const { return At(index).failure; }
   // These are read from the file now.
   std::u16string PPCInstall(int16_t index) { return Setting(index, u"PPCInstall"); }
   std::u16string PalmInstall(int16_t index) { return Setting(index, u"PalmInstall"); }
   std::u16string CePath(int16_t index) { return Setting(index, u"CePath"); }
   std::u16string PCPath(int16_t index);  // the component's application path comes first
   const std::u16string& Version(int16_t index) const { return At(index).version; }
+  // The full path of the folder that a sync with PC files uses.
+  std::u16string PCFolder(int16_t index);
   bool ShowLogMsg(int16_t index) { return Setting(index, u"ShowLog") == u"1"; }
 
   // Of the program, in the section Pylon.
@@ -66,6 +70,7 @@ class cConduitList {
     std::u16string icon;
     std::u16string app_path;
     std::u16string version;
+    std::u16string failure;
   };
 
   std::vector<Entry> ReadSections();

@@ -6,14 +6,13 @@
 #include <string_view>
 #include <vector>
 
+#include "setup/SyncSystem.h"
+
 namespace pylon {
 
 class cActiveSync;
 class cConduitList;
 class cHotSync;
-
-// What synchronizes handhelds with this PC and starts conduits.
-enum class SyncSystem { kHotSync, kActiveSync };
 
 enum class InstallState {
   kNoSystem,      // the system is not on this PC
@@ -49,6 +48,7 @@ class ConduitInstaller {
   bool InstallApplication(SyncSystem system, std::u16string_view AppId, std::u16string_view user,
                           std::u16string& message);
 
+  bool IsPresent(SyncSystem system) const;  // on this PC
   // These change nothing. The message says whose the creator id is, or why HotSync can't be asked.
   InstallState State(SyncSystem system, std::u16string_view AppId, std::u16string& message);
   bool HasApplication(SyncSystem system, std::u16string_view AppId);
@@ -59,7 +59,6 @@ class ConduitInstaller {
   using Creators = std::vector<std::u16string>;
 
   int16_t Find(std::u16string_view app_id, std::u16string& message) const;  // 0: tells why
-  bool IsPresent(SyncSystem system) const;
   std::u16string ApplicationFiles(SyncSystem system, int16_t index);
   template <class Step>
   bool WithEach(int16_t index, std::u16string& message, Step step);

@@ -1,5 +1,7 @@
 #include "setup/SyncCommand.h"
 
+#include "base/Text.h"
+
 namespace pylon {
 namespace {
 
@@ -9,9 +11,16 @@ bool IsWord(std::u16string_view text) {
 
 }  // namespace
 
-std::optional<std::u16string> SyncArguments(std::u16string_view app_id) {
+std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database) {
   if (!IsWord(app_id) || app_id.find(u'"') != app_id.npos) return std::nullopt;
-  return u"-AppId \"" + std::u16string(app_id) + u"\" -Database 4";
+  return u"-AppId \"" + std::u16string(app_id) + u"\" -Database " + ToText(database);
+}
+
+std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool install,
+                                            std::u16string_view system) {
+  if (!IsWord(app_id) || app_id.find(u'"') != app_id.npos) return std::nullopt;
+  return u"-AppId \"" + std::u16string(app_id) + (install ? u"\" -install" : u"\" -uninstall") +
+         u" -system " + std::u16string(system);
 }
 
 std::u16string ConnectArguments(std::u16string_view app_id) {

@@ -6,9 +6,15 @@
 
 namespace pylon {
 
-// The arguments that start a sync of a conduit with files on the PC. Nothing for an AppId that no
-// argument text can carry: an empty one, one with a double quote, one that begins like a switch.
-std::optional<std::u16string> SyncArguments(std::u16string_view app_id);
+// The arguments that start a sync of a conduit, with files on the PC (4) or a Pocket PC (5).
+// Nothing for an AppId that no argument text can carry: an empty one, one with a double quote, one
+// that begins like a switch.
+std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database = 4);
+
+// The arguments that install or remove a conduit in one system only ("ActiveSync", "HotSync"), for
+// a step that runs with other rights than ours. Nothing as above.
+std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool install,
+                                            std::u16string_view system);
 
 // The arguments with which ActiveSync starts a sync of a conduit. The AppId stands there without
 // quotes, as ActiveSync's other entries have it, so not every AppId can be told from them again.

@@ -1,64 +1,76 @@
 #include "setup/frmSetup.h"
 
-#include <commctrl.h>
 #include <shellapi.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
-#include <optional>
+#include <utility>
 
+#include "base/AutomationError.h"
 #include "base/Text.h"
+#include "conduits/CConduitInfo.h"
 #include "conduits/cConduitList.h"
-#include "files/ProgramFiles.h"
-#include "setup/StartProcess.h"
+#include "files/FileNames.h"
+#include "setup/SettingsFile.h"
+#include "setup/SetupServices.h"
 #include "setup/SyncCommand.h"
+#include "setup/Texts.h"
 #include "sync/ConduitIcon.h"
 
 namespace pylon {
 namespace {
 
-constexpr wchar_t kTitle[] = L"Pylon Manager";
-constexpr wchar_t kSyncText[] = L"&Sync to PC files";
-constexpr wchar_t kEditText[] = L"&Edit settings";
-constexpr wchar_t kCloseText[] = L"&Close";
-constexpr char16_t kFilePrefix[] = u"Settings file: ";
-constexpr wchar_t kHintText[] =
-    L"No conduits are registered yet.\r\n"
-    L"\r\n"
-    L"To register one, choose Edit settings and add a section that is named by the application id, "
-    L"with the class name of the conduit component:\r\n"
-    L"\r\n"
-    L"[MyApp]\r\n"
-    L"ClassID=MyLibrary.MyConduit\r\n"
-    L"\r\n"
-    L"Save the file and come back to this window, or press F5.";
-constexpr char16_t kUnreadable[] =
-    u"The settings file could not be read, so no conduits are listed:\r\n\r\n";
-constexpr char16_t kReadAgain[] =
-    u"\r\n\r\nClose the program that uses it, or see to it that you may read it; then press F5.";
-constexpr char16_t kCannotStart[] =
-    u"This conduit can't be started by its application id, which is empty, holds a double quote or "
-    u"begins with '-' or '/'. Change the name of its section in the settings file.";
-
 struct Column {
-  const wchar_t* title;
+  int title;
   int width;  // units
 };
-constexpr Column kColumns[] = {
-    {L"Application", 160}, {L"AppId", 100}, {L"Version", 70}, {L"Author", 120}, {L"Class", 150}};
+constexpr Column kColumns[] = {{IDS_COLUMN_APPLICATION, 150}, {IDS_COLUMN_VERSION, 56},
+                               {IDS_COLUMN_AUTHOR, 110},      {IDS_COLUMN_APPID, 96},
+                               {IDS_COLUMN_LAST_SYNC, 124},   {IDS_COLUMN_STATE, 120}};
 
 // Units.
-constexpr int kWidth = 660;
-constexpr int kHeight = 380;
-constexpr int kLeastWidth = 460;
-constexpr int kLeastHeight = 300;
+constexpr SIZE kSize = {800, 600};
+constexpr SIZE kLeast = {740, 540};
 constexpr int kMargin = 12;
 constexpr int kGap = 8;
-constexpr int kButtonWidth = 120;
-constexpr int kButtonHeight = 28;
+constexpr int kInner = 12;  // within a group box
 constexpr int kHintMargin = 16;
+constexpr int kIconSize = 16;
+constexpr int kLargeIconSize = 32;
+constexpr int kProgressWidth = 140;
+constexpr int kComboWidth = 170;
+constexpr int kLabelWidth = 90;
+constexpr int kListHeight = 160;
 
-constexpr UINT kReload = WM_APP;
+constexpr wchar_t kLayoutKey[] = L"Software\\Pylon\\Setup";
+constexpr wchar_t kLayoutValue[] = L"Layout";
+
+constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
+constexpr UINT kReloadMessage = WM_APP;
+constexpr int kMarqueeMs = 40;
+
+struct MenuTraits {
+  using Type = HMENU;
+  static Type Invalid() noexcept { return nullptr; }
+  static void Close(Type menu) noexcept { ::DestroyMenu(menu); }
+};
+
+// A menu of the texts under a button; the index of the chosen one.
+std::optional<size_t> ChooseFromMenu(HWND button, const std::vector<std::u16string>& texts) {
+  const UniqueHandle<MenuTraits> menu(::CreatePopupMenu());
+  for (size_t i = 0; i < texts.size(); ++i) {
+    std::u16string text;
+    for (const char16_t c : texts[i]) text.append(c == u'&' ? 2 : 1, c);  // no underline
+    ::AppendMenuW(menu.get(), MF_STRING, i + 1, Wide(text));
+  }
+  RECT box = {};
+  ::GetWindowRect(button, &box);
+  const BOOL chosen = ::TrackPopupMenu(menu.get(), TPM_RETURNCMD | TPM_NONOTIFY | TPM_LEFTALIGN,
+                                       box.left, box.bottom, 0, ::GetParent(button), nullptr);
+  if (chosen == 0) return std::nullopt;
+  return static_cast<size_t>(chosen) - 1;
+}
 
 uint64_t WriteTime(const std::u16string& file) noexcept {
   WIN32_FILE_ATTRIBUTE_DATA data = {};
@@ -66,36 +78,87 @@ uint64_t WriteTime(const std::u16string& file) noexcept {
   return uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
 }
 
-// Raises a flag and shows the busy cursor as long as it lives.
-class Busy {
- public:
-  explicit Busy(bool& flag) noexcept
-      : flag_(flag), cursor_(::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)))) {
-    flag_ = true;
+// The status window of a sync that another process runs; null while it has none.
+HWND StatusWindowOf(DWORD process) noexcept {
+  HWND found = nullptr;
+  while ((found = ::FindWindowExW(nullptr, found, L"Pylon.frmStatus", nullptr)) != nullptr) {
+    DWORD owner = 0;
+    ::GetWindowThreadProcessId(found, &owner);
+    if (owner == process) return found;
   }
-  ~Busy() {
-    ::SetCursor(cursor_);
-    flag_ = false;
-  }
-  Busy(const Busy&) = delete;
-  Busy& operator=(const Busy&) = delete;
+  return nullptr;
+}
 
- private:
-  bool& flag_;
-  HCURSOR cursor_;
-};
+std::optional<SetupAction> ActionOf(int control) noexcept {
+  switch (control) {
+    case frmSetup::kSync:
+      return SetupAction::kSync;
+    case frmSetup::kInstallHotSync:
+      return SetupAction::kInstallHotSync;
+    case frmSetup::kRemoveHotSync:
+      return SetupAction::kRemoveHotSync;
+    case frmSetup::kInstallActiveSync:
+      return SetupAction::kInstallActiveSync;
+    case frmSetup::kRemoveActiveSync:
+      return SetupAction::kRemoveActiveSync;
+    case frmSetup::kInstallApplication:
+      return SetupAction::kInstallApplication;
+    case frmSetup::kConfigure:
+      return SetupAction::kConfigure;
+    case frmSetup::kFolder:
+      return SetupAction::kOpenFolder;
+    case frmSetup::kLog:
+      return SetupAction::kOpenLog;
+    case frmSetup::kDatabases:
+      return SetupAction::kOpenDatabases;
+    case frmSetup::kAdd:
+      return SetupAction::kAdd;
+    case frmSetup::kRemove:
+      return SetupAction::kRemove;
+    case frmSetup::kEdit:
+      return SetupAction::kEdit;
+    case frmSetup::kReload:
+      return SetupAction::kReload;
+    case frmSetup::kGuestMode:
+      return SetupAction::kGuestMode;
+    case frmSetup::kAbout:
+      return SetupAction::kAbout;
+    case frmSetup::kClose:
+      return SetupAction::kClose;
+    case frmSetup::kCancel:
+      return SetupAction::kCancel;
+    default:
+      return std::nullopt;
+  }
+}
+
+constexpr int kActionControls[] = {frmSetup::kSync,
+                                   frmSetup::kInstallHotSync,
+                                   frmSetup::kRemoveHotSync,
+                                   frmSetup::kInstallActiveSync,
+                                   frmSetup::kRemoveActiveSync,
+                                   frmSetup::kInstallApplication,
+                                   frmSetup::kConfigure,
+                                   frmSetup::kFolder,
+                                   frmSetup::kLog,
+                                   frmSetup::kDatabases,
+                                   frmSetup::kAdd,
+                                   frmSetup::kRemove,
+                                   frmSetup::kEdit,
+                                   frmSetup::kReload,
+                                   frmSetup::kGuestMode,
+                                   frmSetup::kAbout,
+                                   frmSetup::kClose,
+                                   frmSetup::kCancel};
 
 }  // namespace
+
+frmSetup::frmSetup(With with) : with_(std::move(with)) {}
 
 frmSetup::~frmSetup() { Destroy(); }
 
 void frmSetup::Create() {
-  const INITCOMMONCONTROLSEX controls = {sizeof(controls),
-                                         ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES};
-  ::InitCommonControlsEx(&controls);
-  Window::Create({L"Pylon.frmSetup", WS_OVERLAPPEDWINDOW | WS_CLIPCHILDREN,
-                  WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, COLOR_BTNFACE},
-                 kTitle);
+  Open({L"Pylon.frmSetup", kSize, kLeast, IDA_SETUP, kSync}, LoadText(IDS_PROGRAM));
 }
 
 void frmSetup::Show() {
@@ -104,279 +167,784 @@ void frmSetup::Show() {
 }
 
 bool frmSetup::TranslateDialogMessage(MSG& message) {
-  if (!handle()) return false;
-  const bool ours = message.hwnd == handle() || ::IsChild(handle(), message.hwnd);
-  if (ours && message.message == WM_KEYDOWN && message.wParam == VK_F5) {
-    OnReload();
+  SetupForm* const others[] = {about_.get(), add_.get(), log_.get()};
+  for (SetupForm* other : others) {
+    if (other && other->TranslateDialogMessage(message)) return true;
+  }
+  // Esc is the Close button's, which the system leaves alone while it is disabled.
+  if (busy_ && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE &&
+      (message.hwnd == handle() || ::IsChild(handle(), message.hwnd))) {
+    ++cancelled_;
     return true;
   }
-  return ::IsDialogMessageW(handle(), &message) != FALSE;
+  return SetupForm::TranslateDialogMessage(message);
 }
+
+// ---- controls: created in the order of the Tab key ----
+
+void frmSetup::AddControls() {
+  icons_ = nullptr;
+  const HWND list =
+      Add(WC_LISTVIEWW, 0, LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP, kList,
+          WS_EX_CLIENTEDGE);
+  ListView_SetExtendedListViewStyle(
+      list, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP | LVS_EX_INFOTIP);
+  for (const Column& column : kColumns) {
+    const std::u16string title = LoadText(column.title);
+    LVCOLUMNW header = {};
+    header.mask = LVCF_TEXT;
+    header.pszText = const_cast<wchar_t*>(Wide(title));
+    ::SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(&column - kColumns),
+                   reinterpret_cast<LPARAM>(&header));
+  }
+  // In the list's place, and an edit control so that its lines can be copied.
+  Add(L"EDIT", 0, ES_MULTILINE | ES_READONLY | WS_TABSTOP, kHint, WS_EX_CLIENTEDGE);
+  AddButton(kAdd, IDS_BUTTON_ADD);
+  AddButton(kRemove, IDS_BUTTON_REMOVE);
+  AddButton(kEdit, IDS_BUTTON_EDIT);
+  AddButton(kReload, IDS_BUTTON_RELOAD);
+  AddButton(kAbout, IDS_BUTTON_ABOUT);
+  Add(L"STATIC", 0, SS_NOPREFIX | SS_PATHELLIPSIS, kFile);
+
+  AddGroup(kConduitGroup, IDS_GROUP_CONDUIT);
+  Add(L"STATIC", 0, SS_ICON | SS_REALSIZEIMAGE, kIcon);
+  AddLabel(kName);
+  AddLabel(kHotSyncLabel, IDS_HOTSYNC);
+  AddLabel(kHotSyncState);
+  AddButton(kInstallHotSync, IDS_BUTTON_INSTALL_HOTSYNC);
+  AddButton(kRemoveHotSync, IDS_BUTTON_REMOVE_HOTSYNC);
+  AddLabel(kActiveSyncLabel, IDS_ACTIVESYNC);
+  AddLabel(kActiveSyncState);
+  AddButton(kInstallActiveSync, IDS_BUTTON_INSTALL_ACTIVESYNC);
+  AddButton(kRemoveActiveSync, IDS_BUTTON_REMOVE_ACTIVESYNC);
+  AddLabel(kApplicationLabel, IDS_HANDHELD_APPLICATION);
+  AddLabel(kApplicationState);
+  AddButton(kInstallApplication, IDS_BUTTON_INSTALL_APPLICATION);
+  AddLabel(kSyncWithLabel, IDS_SYNC_WITH);
+  Add(L"COMBOBOX", 0, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP, kSyncWith);
+  AddButton(kSync, IDS_BUTTON_SYNC, true);
+  AddButton(kConfigure, IDS_BUTTON_CONFIGURE);
+  AddButton(kFolder, IDS_BUTTON_FOLDER);
+  AddButton(kLog, IDS_BUTTON_LOG);
+  AddButton(kDatabases, IDS_BUTTON_DATABASES);
+
+  AddGroup(kPcGroup, IDS_GROUP_PC);
+  AddLabel(kPcHotSync);
+  AddLabel(kPcActiveSync);
+  AddButton(kGuestMode, IDS_BUTTON_GUEST_OFF);  // the longer text, for its width
+
+  AddLabel(kStatus);
+  Add(PROGRESS_CLASSW, 0, PBS_MARQUEE, kProgress);
+  AddButton(kCancel, IDS_CANCEL);
+  AddButton(kClose, IDS_CLOSE);
+  ::ShowWindow(Control(kProgress), SW_HIDE);
+  SetText(kFile, LoadText(IDS_SETTINGS_FILE, with_.conduits.FileName()));
+  SetText(kStatus, LoadText(IDS_READY));
+}
+
+void frmSetup::OnReady() {
+  RestoreLayout();
+  file_time_ = WriteTime(with_.conduits.FileName());
+  FillList({});
+}
+
+void frmSetup::OnDpi() {
+  for (const Column& column : kColumns) {
+    ListView_SetColumnWidth(Control(kList), static_cast<int>(&column - kColumns),
+                            Scaled(column.width));
+  }
+  RestoreLayout();
+  TakeIcons();
+  TakeLargeIcon();
+}
+
+void frmSetup::Arrange() {
+  const SIZE client = Client();
+  const int margin = Scaled(kMargin);
+  const int gap = Scaled(kGap);
+  const int inner = Scaled(kInner);
+  const int line = Line();
+  const int height = ButtonHeight();
+  const int row = height + gap / 2;
+  const int width = client.cx - 2 * margin;
+  const auto centre = [&](int id, int x, int y, int w) {
+    Place(id, x, y + (height - line) / 2, w, line);
+  };
+
+  // From the bottom upwards; the list takes what is left.
+  const int side = ButtonWidth({kAdd, kRemove, kEdit, kReload, kAbout, kCancel, kClose});
+  int y = client.cy - margin - height;
+  Place(kClose, client.cx - margin - side, y, side, height);
+  Place(kCancel, client.cx - margin - 2 * side - gap, y, side, height);
+  const int bar = client.cx - margin - 2 * side - 2 * gap - Scaled(kProgressWidth);
+  Place(kProgress, bar, y + Scaled(5), Scaled(kProgressWidth), height - 2 * Scaled(5));
+  centre(kStatus, margin, y, bar - gap - margin);
+
+  const int pc = line + gap + row + line + inner;
+  y -= gap + pc;
+  Place(kPcGroup, margin, y, width, pc);
+  const int guest = ButtonWidth({kGuestMode});
+  const int right = client.cx - margin - inner;
+  int at = y + line + gap / 2;
+  centre(kPcActiveSync, margin + inner, at, right - guest - gap - margin - inner);
+  Place(kGuestMode, right - guest, at, guest, height);
+  at += row;
+  Place(kPcHotSync, margin + inner, at + gap / 2, right - margin - inner, line);
+
+  const int icon = std::max(Scaled(kLargeIconSize), line);
+  const int conduit = line + gap + icon + gap + 4 * row + gap + inner;
+  y -= gap + conduit;
+  Place(kConduitGroup, margin, y, width, conduit);
+  const int left = margin + inner;
+  const int label = Scaled(kLabelWidth);
+  const int button =
+      ButtonWidth({kInstallHotSync, kRemoveHotSync, kInstallActiveSync, kRemoveActiveSync});
+  const int state = right - 2 * button - 2 * gap - left - label;
+  at = y + line + gap;
+  Place(kIcon, left, at, Scaled(kLargeIconSize), Scaled(kLargeIconSize));
+  const int name = left + Scaled(kLargeIconSize) + gap;
+  Place(kName, name, at + (icon - line) / 2, right - name, line);
+  at += icon + gap;
+  const struct {
+    int label, state, install, remove;
+  } systems[] = {{kHotSyncLabel, kHotSyncState, kInstallHotSync, kRemoveHotSync},
+                 {kActiveSyncLabel, kActiveSyncState, kInstallActiveSync, kRemoveActiveSync}};
+  for (const auto& system : systems) {
+    centre(system.label, left, at, label - gap);
+    centre(system.state, left + label, at, state);
+    Place(system.install, right - 2 * button - gap, at, button, height);
+    Place(system.remove, right - button, at, button, height);
+    at += row;
+  }
+  centre(kApplicationLabel, left, at, label - gap);
+  centre(kApplicationState, left + label, at, state);
+  Place(kInstallApplication, right - 2 * button - gap, at, 2 * button + gap, height);
+  at += row + gap;
+  const int wide = ButtonWidth({kSync, kConfigure, kFolder, kLog, kDatabases});
+  centre(kSyncWithLabel, left, at, label - gap);
+  const int combo = std::min(Scaled(kComboWidth), right - left - label - 5 * (wide + gap) - gap);
+  Place(kSyncWith, left + label, at + (height - line - Scaled(8)) / 2, combo, Scaled(kListHeight));
+  Place(kSync, left + label + combo + gap, at, wide, height);
+  int x = right - wide;
+  for (const int id : {kDatabases, kLog, kFolder, kConfigure}) {
+    Place(id, x, at, wide, height);
+    x -= wide + gap;
+  }
+
+  y -= gap + line;
+  Place(kFile, margin, y, width, line);
+  const int list_width = width - side - gap;
+  const int list_height = y - gap / 2 - margin;
+  Place(kList, margin, margin, list_width, list_height);
+  FillWidth();
+  Place(kHint, margin, margin, list_width, list_height);
+  RECT text = {};
+  ::GetClientRect(Control(kHint), &text);
+  ::InflateRect(&text, -Scaled(kHintMargin), -Scaled(kHintMargin));
+  ::SendMessageW(Control(kHint), EM_SETRECT, 0, reinterpret_cast<LPARAM>(&text));
+  y = margin;
+  for (const int id : {kAdd, kRemove, kEdit, kReload, kAbout}) {
+    Place(id, client.cx - margin - side, y, side, height);
+    y += row;
+  }
+}
+
+// The last column takes what the others leave.
+void frmSetup::FillWidth() {
+  const HWND list = Control(kList);
+  int used = 0;
+  const int last = static_cast<int>(std::size(kColumns)) - 1;
+  for (int column = 0; column < last; ++column) used += ListView_GetColumnWidth(list, column);
+  RECT client = {};
+  ::GetClientRect(list, &client);
+  ListView_SetColumnWidth(list, last,
+                          std::max<int>(Scaled(std::rbegin(kColumns)->width), client.right - used));
+}
+
+// Column widths and the size of the client area, in units.
+void frmSetup::KeepLayout() const {
+  if (::IsIconic(handle()) || ::IsZoomed(handle())) return;
+  const auto units = [this](int pixels) { return ::MulDiv(pixels, 96, dpi()); };
+  const SIZE client = Client();
+  std::u16string text = ToText(units(client.cx)) + u" " + ToText(units(client.cy));
+  for (size_t i = 0; i < std::size(kColumns); ++i) {
+    text += u" " + ToText(units(ListView_GetColumnWidth(Control(kList), static_cast<int>(i))));
+  }
+  // A layout that can't be kept is no loss that a user should be told of.
+  (void)::RegSetKeyValueW(HKEY_CURRENT_USER, kLayoutKey, kLayoutValue, REG_SZ, Wide(text),
+                          static_cast<DWORD>((text.size() + 1) * sizeof(char16_t)));
+}
+
+void frmSetup::RestoreLayout() {
+  wchar_t text[256] = L"";
+  DWORD size = sizeof(text);
+  if (::RegGetValueW(HKEY_CURRENT_USER, kLayoutKey, kLayoutValue, RRF_RT_REG_SZ, nullptr, text,
+                     &size) != ERROR_SUCCESS) {
+    return;
+  }
+  int numbers[2 + std::size(kColumns)] = {};
+  const wchar_t* rest = text;
+  for (int& number : numbers) {
+    wchar_t* end = nullptr;
+    number = static_cast<int>(std::wcstol(rest, &end, 10));
+    if (end == rest || number < 0 || number > 4000) return;
+    rest = end;
+  }
+  for (size_t i = 0; i < std::size(kColumns); ++i) {
+    ListView_SetColumnWidth(Control(kList), static_cast<int>(i),
+                            std::max(Scaled(numbers[2 + i]), Scaled(16)));
+  }
+  if (::IsWindowVisible(handle())) return;  // at another DPI the system has suggested a size
+  SetOuterSize(OuterSize({Scaled(std::max<int>(numbers[0], kLeast.cx)),
+                          Scaled(std::max<int>(numbers[1], kLeast.cy))}));
+  CentreOnWorkArea();
+}
+
+// ---- messages ----
 
 LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
-    case WM_CREATE:
-      OnCreate();
-      return 0;
-    case WM_SIZE:
-      if (wparam != SIZE_MINIMIZED) Arrange();
-      return 0;
-    case WM_GETMINMAXINFO:
-      reinterpret_cast<MINMAXINFO*>(lparam)->ptMinTrackSize = {Scaled(kLeastWidth),
-                                                               Scaled(kLeastHeight)};
-      return 0;
     case WM_ACTIVATE:
       if (LOWORD(wparam) != WA_INACTIVE) OnActivate();
-      return ::DefWindowProcW(handle(), message, wparam, lparam);
-    case WM_SETFOCUS:
-      ::SetFocus(Control(conduits_.Count() ? kList : kEdit));
-      return 0;
-    case DM_GETDEFID:
-      return MAKELRESULT(kSync, DC_HASDEFID);
-    case WM_COMMAND:
-      OnCommand(LOWORD(wparam));
-      return 0;
-    case WM_NOTIFY:
-      OnNotify(*reinterpret_cast<const NMHDR*>(lparam));
-      return 0;
-    case kReload:
+      break;
+    case kReloadMessage:
       OnReload();
       return 0;
+    case WM_CLOSE:
+      if (busy_) close_after_ = true;
+      break;
     case WM_CTLCOLORSTATIC:
       if (reinterpret_cast<HWND>(lparam) != Control(kHint)) break;
       ::SetTextColor(reinterpret_cast<HDC>(wparam), ::GetSysColor(COLOR_WINDOWTEXT));
       ::SetBkColor(reinterpret_cast<HDC>(wparam), ::GetSysColor(COLOR_WINDOW));
       return reinterpret_cast<LRESULT>(::GetSysColorBrush(COLOR_WINDOW));
-    case WM_CLOSE:
-      OnCommand(kClose);
-      return 0;
-    case WM_DPICHANGED:
-      OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
-      return 0;
-    case WM_SETTINGCHANGE:  // the message font may be another one
-      TakeFont();
-      Arrange();
-      return 0;
-    default:
-      break;
-  }
-  return ::DefWindowProcW(handle(), message, wparam, lparam);
-}
-
-void frmSetup::OnCreate() {
-  const HWND list =
-      AddControl(WC_LISTVIEWW, L"", LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP,
-                 kList, WS_EX_CLIENTEDGE);
-  ListView_SetExtendedListViewStyle(list,
-                                    LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP);
-  for (const Column& column : kColumns) {
-    LVCOLUMNW header = {};
-    header.mask = LVCF_TEXT;
-    header.pszText = const_cast<wchar_t*>(column.title);
-    ::SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(&column - kColumns),
-                   reinterpret_cast<LPARAM>(&header));
-  }
-  // In the list's place, and an edit control so that its lines can be copied.
-  AddControl(L"EDIT", kHintText, ES_MULTILINE | ES_READONLY | WS_TABSTOP, kHint, WS_EX_CLIENTEDGE);
-  AddControl(L"STATIC", Wide(kFilePrefix + conduits_.FileName()), SS_NOPREFIX | SS_PATHELLIPSIS,
-             kFile);
-  AddControl(L"BUTTON", kSyncText, BS_DEFPUSHBUTTON | WS_TABSTOP, kSync);
-  AddControl(L"BUTTON", kEditText, BS_PUSHBUTTON | WS_TABSTOP, kEdit);
-  AddControl(L"BUTTON", kCloseText, BS_PUSHBUTTON | WS_TABSTOP, kClose);
-  TakeFont();
-  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
-  TakeColumns();
-  file_time_ = WriteTime(conduits_.FileName());
-  FillList();
-  SetOuterSize({Scaled(kWidth), Scaled(kHeight)});
-  CentreOnWorkArea();
-}
-
-void frmSetup::OnCommand(int id) {
-  if (reloading_) return;
-  switch (id) {
-    case kSync:
-      OnSync();
-      break;
-    case kEdit:
-      OnEdit();
-      break;
-    case kClose:
-      Destroy();
-      if (on_close) on_close();
+    case WM_SETTINGCHANGE:
+    case WM_DPICHANGED:  // still in the old one
+    case WM_DESTROY:
+      KeepLayout();
       break;
     default:
       break;
   }
+  return SetupForm::OnMessage(message, wparam, lparam);
 }
 
-void frmSetup::OnNotify(const NMHDR& header) {
-  if (header.idFrom == kList && header.code == LVN_ITEMCHANGED && !reloading_) TakeSelection();
+void frmSetup::OnCommand(int id, int) {
+  // Esc, the frame and Cancel end the work under way first.
+  if (busy_) {
+    if (id == kCancel || id == kClose) ++cancelled_;
+    return;
+  }
+  // A key may ask for what its disabled button doesn't offer.
+  const std::optional<SetupAction> action = ActionOf(id);
+  if (!action || !::IsWindowEnabled(handle()) || !::IsWindowEnabled(Control(id))) return;
+  switch (*action) {
+    case SetupAction::kSync:
+      return OnSync();
+    case SetupAction::kInstallHotSync:
+      return OnInstall(SyncSystem::kHotSync, true);
+    case SetupAction::kRemoveHotSync:
+      return OnInstall(SyncSystem::kHotSync, false);
+    case SetupAction::kInstallActiveSync:
+      return OnInstall(SyncSystem::kActiveSync, true);
+    case SetupAction::kRemoveActiveSync:
+      return OnInstall(SyncSystem::kActiveSync, false);
+    case SetupAction::kInstallApplication:
+      return OnInstallApplication();
+    case SetupAction::kConfigure:
+      return OnConfigure();
+    case SetupAction::kOpenFolder:
+      return OnOpen(JoinFullName(with_.program_folder, FolderName(selected_->app_id)));
+    case SetupAction::kOpenLog:
+      return OnLog();
+    case SetupAction::kOpenDatabases:
+      return OnOpen(with_.conduits.PCFolder(Selected()));
+    case SetupAction::kAdd:
+      return OnAdd();
+    case SetupAction::kRemove:
+      return OnRemove();
+    case SetupAction::kEdit:
+      return OnEdit();
+    case SetupAction::kReload:
+      return OnReload();
+    case SetupAction::kGuestMode:
+      return OnGuestMode();
+    case SetupAction::kAbout:
+      about_ = std::make_unique<frmAbout>(with_.program_path);
+      return about_->Show(handle());
+    case SetupAction::kClose:
+      return OnClose();
+    case SetupAction::kCancel:
+      return;
+  }
+}
+
+LRESULT frmSetup::OnNotify(NMHDR& header) {
+  if (header.idFrom != kList) return 0;
+  switch (header.code) {
+    case LVN_ITEMCHANGED:
+      if (!filling_ && (reinterpret_cast<const NMLISTVIEW&>(header).uChanged & LVIF_STATE)) {
+        TakeSelection();
+      }
+      return 0;
+    case LVN_KEYDOWN:
+      if (reinterpret_cast<const NMLVKEYDOWN&>(header).wVKey == VK_DELETE) OnCommand(kRemove, 0);
+      return 0;
+    case NM_DBLCLK:
+      OnCommand(kSync, 0);
+      return 0;
+    case NM_CUSTOMDRAW:
+      return Paint(reinterpret_cast<NMLVCUSTOMDRAW&>(header));
+    default:
+      return 0;
+  }
+}
+
+LRESULT frmSetup::Paint(NMLVCUSTOMDRAW& draw) const {
+  if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
+  const auto row = static_cast<size_t>(draw.nmcd.dwItemSpec);
+  if (draw.nmcd.dwDrawStage == CDDS_ITEMPREPAINT && row < greyed_.size() && greyed_[row]) {
+    draw.clrText = ::GetSysColor(COLOR_GRAYTEXT);
+  }
+  return CDRF_DODEFAULT;
 }
 
 void frmSetup::OnActivate() {
   // Not from here: describing the conduits again takes time and may pump messages.
-  if (!reloading_ && WriteTime(conduits_.FileName()) != file_time_) {
-    ::PostMessageW(handle(), kReload, 0, 0);
+  if (!busy_ && WriteTime(with_.conduits.FileName()) != file_time_) {
+    ::PostMessageW(handle(), kReloadMessage, 0, 0);
   }
 }
 
-void frmSetup::OnDpiChanged(int dpi, const RECT& suggested) {
-  MoveToDpi(dpi, suggested);
-  TakeFont();
-  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
-  TakeColumns();
-  Arrange();
+void frmSetup::OnClose() {
+  if (log_) log_.reset();
+  Close();
+}
+
+// ---- work ----
+
+template <class Work>
+void frmSetup::Run(const Phrase& what, Work&& work) {
+  if (busy_) return;
+  busy_ = true;
+  close_after_ = false;
+  cancelled_ = 0;
+  SetText(kStatus, LoadText(what));
+  ::ShowWindow(Control(kProgress), SW_SHOWNA);
+  ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, TRUE, kMarqueeMs);
+  const HWND focus = ::GetFocus();
+  EnableActions();
+  if (::GetFocus() == focus && !::IsWindowEnabled(focus)) ::SetFocus(Control(kCancel));
+  ::UpdateWindow(handle());
+  Phrase outcome;
+  std::u16string trouble;
+  try {
+    outcome = work();
+  } catch (const AutomationError& error) {
+    trouble = error.description();
+  } catch (const std::exception& error) {
+    trouble = FromUtf8(error.what());
+  }
+  busy_ = false;
+  if (!handle()) return;
+  ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, FALSE, 0);
+  ::ShowWindow(Control(kProgress), SW_HIDE);
+  SetText(kStatus, LoadText(outcome ? outcome : Phrase{IDS_READY, {}}));
+  TakeSelection();
+  if (::IsWindowEnabled(focus) && ::IsChild(handle(), focus)) ::SetFocus(focus);
+  if (!trouble.empty()) ShowError(trouble);
+  if (close_after_ && handle()) ::PostMessageW(handle(), WM_CLOSE, 0, 0);
+}
+
+bool frmSetup::Yield() {
+  MSG message;
+  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      ::PostQuitMessage(static_cast<int>(message.wParam));
+      return false;
+    }
+    if (TranslateDialogMessage(message)) continue;
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+  }
+  return handle() && cancelled_ == 0;
+}
+
+Phrase frmSetup::RunElevated(const std::u16string& file, const std::u16string& arguments) {
+  const WaitResult result =
+      ShellVerbAndWait(handle(), file, arguments, u"runas", 0, [this] { return Yield(); });
+  switch (result.end) {
+    case WaitEnd::kNotStarted:
+      if (result.code == ERROR_CANCELLED) return {IDS_STEP_REFUSED, {}};
+      ShowError(LoadText(IDS_STEP_NOT_STARTED, SystemReason(result.code)));
+      return {IDS_STEP_FAILED, {}};
+    case WaitEnd::kEnded:
+      return {result.code == 0 ? IDS_STEP_DONE : IDS_STEP_FAILED, {}};
+    default:
+      return {IDS_WORK_LEFT, {}};
+  }
+}
+
+void frmSetup::OnReload() {
+  if (busy_) return;
+  Run({IDS_READING, {}}, [this]() -> Phrase {
+    file_time_ = WriteTime(with_.conduits.FileName());
+    const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+    with_.conduits.Reload();
+    ::SetCursor(before);
+    if (handle()) FillList({});
+    return {};
+  });
 }
 
 void frmSetup::OnSync() {
-  const int16_t index = Selected();
-  if (index == 0) return;
-  const std::optional<std::u16string> arguments = SyncArguments(conduits_.AppId(index));
+  const bool simulated = ::SendMessageW(Control(kSyncWith), CB_GETCURSEL, 0, 0) == 1;
+  const auto arguments = SyncArguments(selected_->app_id, simulated ? 5 : 4);
   if (!arguments) {
-    ShowError(kCannotStart);
+    ShowError(LoadText(IDS_CANNOT_START));
     return;
   }
-  const std::u16string program = ProgramPath();
-  if (const DWORD code = StartProcess(program, u"\"" + program + u"\" " + *arguments)) {
-    ShowError(u"The sync could not be started: " + SystemReason(code));
-  }
+  const std::u16string name = NameOfSelected();
+  Run({IDS_SYNCING, name}, [&]() -> Phrase {
+    DWORD process = 0;
+    bool asked = false;
+    const auto yield = [&] {
+      const bool go_on = Yield();
+      if (go_on || !handle()) return go_on;
+      // The first Cancel is the sync's own; the second means us.
+      if (cancelled_ > 1) return false;
+      if (const HWND status = asked ? nullptr : StatusWindowOf(process)) {
+        asked = true;
+        ::PostMessageW(status, WM_COMMAND, IDCANCEL, 0);
+        SetText(kStatus, LoadText(IDS_CANCELLING));
+      }
+      return true;
+    };
+    const WaitResult result =
+        ProgramAndWait(with_.program_path, u"\"" + with_.program_path + u"\" " + *arguments, yield,
+                       [&](DWORD id) { process = id; });
+    if (result.end == WaitEnd::kEnded) {
+      if (handle() && Selected()) TakeRow(Selected());
+      return SyncEnding(name, result.code);
+    }
+    if (result.end != WaitEnd::kNotStarted) return {IDS_WORK_LEFT, {}};
+    ShowError(LoadText(IDS_SYNC_NOT_STARTED, SystemReason(result.code)));
+    return {};
+  });
 }
 
-void frmSetup::OnEdit() {
-  const std::u16string parameter = u"\"" + conduits_.FileName() + u"\"";
+void frmSetup::OnInstall(SyncSystem system, bool install) {
+  const std::u16string app_id = selected_->app_id;
+  if (with_.services.NeedsElevation(system)) {
+    const auto arguments = StepArguments(app_id, install, pylon::NameOf(system));
+    if (!arguments) {
+      ShowError(LoadText(IDS_CANNOT_START));
+      return;
+    }
+    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(with_.program_path, *arguments); });
+    return;
+  }
+  std::u16string message;
+  const bool done = install ? with_.services.Install(system, app_id, message)
+                            : with_.services.Remove(system, app_id, message);
+  SetText(kStatus, LoadText(done ? IDS_STEP_DONE : IDS_STEP_FAILED));
+  TakeSelection();
+  if (!message.empty()) Ask(message, MB_OK | MB_ICONINFORMATION);
+}
+
+void frmSetup::OnInstallApplication() {
+  const std::u16string app_id = selected_->app_id;
+  std::u16string user;
+  if (!selected_->palm_install.empty() && selected_->hot_sync.present) {
+    const std::vector<std::u16string> users = with_.services.Users();
+    if (users.size() > 1) {
+      const auto chosen = ChooseFromMenu(Control(kInstallApplication), users);
+      if (!chosen) return;
+      user = users[*chosen];
+    }
+  }
+  std::u16string message;
+  const bool done = with_.services.InstallApplication(app_id, user, message);
+  SetText(kStatus, LoadText(done ? IDS_STEP_DONE : IDS_STEP_FAILED));
+  TakeSelection();
+  if (!message.empty()) Ask(message, MB_OK | MB_ICONINFORMATION);
+}
+
+void frmSetup::OnConfigure() {
+  const std::u16string class_id = selected_->class_id;
+  // The component shows windows of its own and may pump messages as long as it likes.
+  Run({IDS_CONFIGURING, NameOfSelected()}, [&]() -> Phrase {
+    const ComponentFactory::Result created = with_.components.Create(class_id);
+    std::u16string why = created.reason;
+    if (created.component) {
+      try {
+        created.component->ConfigureConduit();
+        return {};
+      } catch (const AutomationError& error) {
+        why = error.description();
+      }
+    }
+    ShowError(LoadText(IDS_NOT_CONFIGURED, why));
+    return {IDS_STEP_FAILED, {}};
+  });
+}
+
+void frmSetup::OnOpen(const std::u16string& folder) {
+  const DWORD attributes = ::GetFileAttributesW(Wide(folder));
+  if (attributes == INVALID_FILE_ATTRIBUTES || !(attributes & FILE_ATTRIBUTE_DIRECTORY)) {
+    Ask(LoadText(IDS_FOLDER_MISSING, folder), MB_OK | MB_ICONINFORMATION);
+    return;
+  }
   SHELLEXECUTEINFOW run = {};
   run.cbSize = sizeof(run);
   run.fMask = SEE_MASK_FLAG_NO_UI;
   run.hwnd = handle();
   run.lpVerb = L"open";
-  run.lpFile = L"notepad.exe";
-  run.lpParameters = Wide(parameter);
+  run.lpFile = Wide(folder);
   run.nShow = SW_SHOWNORMAL;
   if (!::ShellExecuteExW(&run)) {
-    ShowError(u"Notepad could not be started: " + SystemReason(::GetLastError()));
+    ShowError(LoadText(IDS_FOLDER_NOT_OPENED, SystemReason(::GetLastError())));
   }
 }
 
-void frmSetup::OnReload() {
-  if (reloading_) return;
-  {
-    const Busy busy(reloading_);
-    file_time_ = WriteTime(conduits_.FileName());
-    conduits_.Reload();
-  }
-  if (handle()) FillList();
+void frmSetup::OnLog() {
+  if (!log_) log_ = std::make_unique<frmLogView>(with_.program_folder, with_.code_page);
+  log_->Show(selected_->app_id, NameOfSelected());
 }
+
+void frmSetup::OnAdd() {
+  std::vector<std::u16string> taken;
+  for (int16_t index = 1; index <= with_.conduits.Count(); ++index) {
+    taken.push_back(with_.conduits.AppId(index));
+  }
+  add_ = std::make_unique<frmAddConduit>(with_.components, std::move(taken),
+                                         [this] { return Yield(); });
+  add_->on_add = [this](const frmAddConduit::Result& added) -> std::u16string {
+    const SettingsFile file(with_.conduits.FileName(), with_.code_page);
+    if (const Phrase refusal = file.AddSection(added.app_id, added.entries)) {
+      return LoadText(IDS_NOT_SAVED, LoadText(refusal));
+    }
+    file_time_ = WriteTime(with_.conduits.FileName());
+    with_.conduits.Reload();
+    FillList(added.app_id);
+    SetText(kStatus, LoadText(IDS_ADDED, added.app_id));
+    return {};
+  };
+  add_->Show(handle());
+}
+
+void frmSetup::OnRemove() {
+  const std::u16string app_id = selected_->app_id;
+  std::u16string question = LoadText(IDS_CONFIRM_REMOVE, app_id);
+  if (selected_->hot_sync.installed || selected_->active_sync.installed) {
+    question += LoadText(IDS_CONFIRM_REMOVE_INSTALLED);
+  }
+  if (Ask(question, MB_YESNO | MB_ICONQUESTION | MB_DEFBUTTON2) != IDYES) return;
+  const SettingsFile file(with_.conduits.FileName(), with_.code_page);
+  if (const Phrase refusal = file.RemoveSection(app_id)) {
+    ShowError(LoadText(IDS_NOT_SAVED, LoadText(refusal)));
+    return;
+  }
+  OnReload();
+  SetText(kStatus, LoadText(IDS_REMOVED, app_id));
+}
+
+void frmSetup::OnEdit() {
+  bool reload = false;
+  Run({IDS_EDITING, {}}, [&]() -> Phrase {
+    const WaitResult result = ShellandWait(u"notepad.exe " + with_.conduits.FileName(), 0, u"open",
+                                           [this] { return Yield(); });
+    reload = true;
+    if (result.end != WaitEnd::kNotStarted) return {};
+    ShowError(LoadText(IDS_NOTEPAD_NOT_STARTED, SystemReason(result.code)));
+    return {};
+  });
+  if (reload && handle()) OnReload();
+}
+
+void frmSetup::OnGuestMode() {
+  const bool on = !with_.services.GuestMode();
+  if (with_.services.NeedsElevation(SyncSystem::kActiveSync)) {
+    // The system's own tool, so that the user is asked for nothing but this one value.
+    const std::u16string arguments =
+        u"add \"HKLM\\Software\\Microsoft\\Windows CE Services\" /v GuestOnly /t REG_DWORD /f /d " +
+        ToText(on ? 1 : 0);
+    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(u"reg.exe", arguments); });
+  } else if (with_.services.SetGuestMode(on)) {
+    SetText(kStatus, LoadText(IDS_STEP_DONE));
+  } else {
+    ShowError(LoadText(IDS_GUEST_NOT_SET));
+  }
+  if (handle()) TakePc();
+}
+
+// ---- what is shown ----
 
 int16_t frmSetup::Selected() const noexcept {
   return static_cast<int16_t>(ListView_GetNextItem(Control(kList), -1, LVNI_SELECTED) + 1);
 }
 
-void frmSetup::FillList() {
+std::u16string frmSetup::NameOfSelected() {
+  return selected_->name.empty() || !IsLoaded(*selected_) ? selected_->app_id
+                                                          : OneLine(selected_->name);
+}
+
+ConduitFacts frmSetup::FactsOf(int16_t index, bool all) {
+  cConduitList& list = with_.conduits;
+  ConduitFacts facts;
+  facts.app_id = list.AppId(index);
+  facts.name = list.ApplicationName(index);
+  facts.version = list.Version(index);
+  facts.author = list.Author(index);
+  facts.class_id = list.ClassId(index);
+  facts.creator_id = list.CreatorId(index);
+  facts.failure = list.Failure(index);
+  CConduitInfo info(with_.code_page);
+  info.SetAppFolder(list.PCFolder(index));
+  facts.last_sync = info.SyncDateTime();
+  if (!all) return facts;
+  facts.ppc_install = list.PPCInstall(index);
+  facts.palm_install = list.PalmInstall(index);
+  facts.hot_sync = with_.services.Facts(SyncSystem::kHotSync, facts.app_id);
+  facts.active_sync = with_.services.Facts(SyncSystem::kActiveSync, facts.app_id);
+  return facts;
+}
+
+void frmSetup::FillList(const std::u16string& select) {
+  filling_ = true;
   const HWND list = Control(kList);
-  const int selected = Selected();
-  wchar_t selected_app[256] = L"";
-  if (selected) {
-    ListView_GetItemText(list, selected - 1, 1, selected_app,
-                         static_cast<int>(std::size(selected_app)));
-  }
+  std::u16string chosen_app = select;
+  if (chosen_app.empty() && selected_) chosen_app = selected_->app_id;
   ::SendMessageW(list, WM_SETREDRAW, FALSE, 0);
   ListView_DeleteAllItems(list);
+  const int16_t count = with_.conduits.Count();
+  greyed_.assign(static_cast<size_t>(count), false);
   int16_t chosen = 1;
-  const int16_t count = conduits_.Count();
-  for (int16_t row = 0; row < count; ++row) {
-    const auto index = static_cast<int16_t>(row + 1);
+  for (int16_t index = 1; index <= count; ++index) {
     AddRow(index);
-    if (conduits_.AppId(index) == FromWide(selected_app)) chosen = index;
+    if (with_.conduits.AppId(index) == chosen_app) chosen = index;
   }
+  TakeIcons();
   ListView_SetItemState(list, chosen - 1, LVIS_SELECTED | LVIS_FOCUSED,
                         LVIS_SELECTED | LVIS_FOCUSED);
   ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
-  const std::u16string& unread = conduits_.LoadError();
-  ::SetWindowTextW(Control(kHint),
-                   unread.empty() ? kHintText : Wide(kUnreadable + unread + kReadAgain));
+  ListView_EnsureVisible(list, chosen - 1, FALSE);
+  const std::u16string& unread = with_.conduits.LoadError();
+  SetText(kHint, unread.empty() ? LoadText(IDS_NO_CONDUITS) : LoadText(IDS_UNREADABLE, unread));
   ::ShowWindow(list, count ? SW_SHOWNA : SW_HIDE);
   ::ShowWindow(Control(kHint), count ? SW_HIDE : SW_SHOWNA);
+  filling_ = false;
+
+  simulated_ = !with_.conduits.GetSettings(kSimulator, {}).empty();
+  const HWND with = Control(kSyncWith);
+  const bool on_device = ::SendMessageW(with, CB_GETCURSEL, 0, 0) == 1;
+  ::SendMessageW(with, CB_RESETCONTENT, 0, 0);
+  for (const int text : {IDS_SYNC_PC, IDS_SYNC_SIMULATED_PPC}) {
+    if (text == IDS_SYNC_SIMULATED_PPC && !simulated_) continue;
+    ::SendMessageW(with, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(LoadText(text))));
+  }
+  ::SendMessageW(with, CB_SETCURSEL, on_device && simulated_ ? 1 : 0, 0);
+  TakePc();
   TakeSelection();
   ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void frmSetup::AddRow(int16_t index) {
-  const std::u16string cells[] = {conduits_.ApplicationName(index), conduits_.AppId(index),
-                                  conduits_.Version(index), conduits_.Author(index),
-                                  conduits_.ClassId(index)};
-  static_assert(std::size(cells) == std::size(kColumns));
   LVITEMW item = {};
   item.iItem = index - 1;
-  for (const std::u16string& cell : cells) {
-    item.mask = LVIF_TEXT;
-    item.pszText = const_cast<wchar_t*>(Wide(cell));
-    const UINT message = item.iSubItem == 0 ? LVM_INSERTITEMW : LVM_SETITEMW;
-    ::SendMessageW(Control(kList), message, 0, reinterpret_cast<LPARAM>(&item));
-    ++item.iSubItem;
+  item.mask = LVIF_IMAGE;
+  item.iImage = index - 1;
+  ::SendMessageW(Control(kList), LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
+  TakeRow(index);
+}
+
+void frmSetup::TakeRow(int16_t index) {
+  const ConduitRow row = RowOf(FactsOf(index, false));
+  greyed_[static_cast<size_t>(index) - 1] = row.greyed;
+  const std::u16string cells[] = {row.application, row.version,   row.author,
+                                  row.app_id,      row.last_sync, LoadText(row.state)};
+  static_assert(std::size(cells) == std::size(kColumns));
+  for (size_t column = 0; column < std::size(cells); ++column) {
+    const std::u16string text = OneLine(cells[column]);
+    LVITEMW item = {};
+    item.iSubItem = static_cast<int>(column);
+    item.pszText = const_cast<wchar_t*>(Wide(text));
+    ::SendMessageW(Control(kList), LVM_SETITEMTEXTW, static_cast<WPARAM>(index - 1),
+                   reinterpret_cast<LPARAM>(&item));
   }
 }
 
-void frmSetup::TakeSelection() { ::EnableWindow(Control(kSync), Selected() != 0); }
-
-void frmSetup::TakeFont() {
-  Font font = MessageFont(dpi());
-  for (const ControlId id : {kList, kHint, kFile, kSync, kEdit, kClose}) {
-    ::SendMessageW(Control(id), WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+void frmSetup::TakeIcons() {
+  const int size = Scaled(kIconSize);
+  const int16_t count = with_.conduits.Count();
+  const HIMAGELIST icons = ::ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, count, 16);
+  const Icon neutral = ProgramIcon(size);
+  for (int16_t index = 1; icons && index <= count; ++index) {
+    const std::u16string& text = with_.conduits.Icon(index);
+    const Icon own = text.empty() ? Icon() : ConduitIcon(text, size);
+    ImageList_AddIcon(icons, own ? own.get() : neutral.get());
   }
-  font_ = std::move(font);
+  ListView_SetImageList(Control(kList), icons, LVSIL_SMALL);
+  if (icons_) ::ImageList_Destroy(icons_);
+  icons_ = icons;
 }
 
-void frmSetup::TakeColumns() {
-  for (const Column& column : kColumns) {
-    ListView_SetColumnWidth(Control(kList), &column - kColumns, Scaled(column.width));
+void frmSetup::TakeLargeIcon() {
+  const int16_t index = selected_ ? Selected() : int16_t{0};
+  Icon icon = index ? ConduitIcon(with_.conduits.Icon(index), Scaled(kLargeIconSize)) : Icon();
+  ::SendMessageW(Control(kIcon), STM_SETICON, reinterpret_cast<WPARAM>(icon.get()), 0);
+  conduit_icon_ = std::move(icon);
+}
+
+void frmSetup::TakeSelection() {
+  const int16_t index = Selected();
+  selected_.reset();
+  if (index >= 1 && index <= with_.conduits.Count()) selected_ = FactsOf(index, true);
+  if (!selected_) {
+    SetText(kName, LoadText(IDS_NOTHING_SELECTED));
+    for (const int id : {kHotSyncState, kActiveSyncState, kApplicationState}) SetText(id, {});
+  } else {
+    std::u16string name = NameOfSelected();
+    if (!IsLoaded(*selected_)) {
+      name += u". " + LoadText(RowOf(*selected_).state);
+    } else {
+      if (!selected_->version.empty()) name += u" " + selected_->version;
+      if (!selected_->author.empty()) name += LoadText(IDS_CONDUIT_BY, selected_->author);
+    }
+    SetText(kName, OneLine(name));
+    SetText(kHotSyncState, LoadText(StateOf(SyncSystem::kHotSync, *selected_)));
+    SetText(kActiveSyncState, LoadText(StateOf(SyncSystem::kActiveSync, *selected_)));
+    SetText(kApplicationState, LoadText(ApplicationOf(*selected_)));
+    for (const int id : {kInstallHotSync, kRemoveHotSync, kInstallActiveSync, kRemoveActiveSync}) {
+      ::SendMessageW(Control(id), BCM_SETSHIELD, 0, HasShield(*ActionOf(id), *selected_));
+    }
   }
-  FillWidth();
+  TakeLargeIcon();
+  EnableActions();
 }
 
-void frmSetup::FillWidth() {
-  int used = 0;
-  for (size_t i = 0; i + 1 < std::size(kColumns); ++i) {
-    used += ListView_GetColumnWidth(Control(kList), i);
-  }
-  RECT client = {};
-  ::GetClientRect(Control(kList), &client);
-  const int last =
-      std::max(Scaled(std::rbegin(kColumns)->width), static_cast<int>(client.right) - used);
-  ListView_SetColumnWidth(Control(kList), std::size(kColumns) - 1, last);
+void frmSetup::TakePc() {
+  const bool hot_sync = with_.services.IsPresent(SyncSystem::kHotSync);
+  const bool active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
+  const bool guest = active_sync && with_.services.GuestMode();
+  SetText(kPcHotSync, LoadText(hot_sync ? IDS_HAS_HOTSYNC : IDS_NO_HOTSYNC));
+  SetText(kPcActiveSync, LoadText(!active_sync ? IDS_NO_ACTIVESYNC
+                                  : guest      ? IDS_HAS_ACTIVESYNC_GUEST
+                                               : IDS_HAS_ACTIVESYNC));
+  SetText(kGuestMode, LoadText(guest ? IDS_BUTTON_GUEST_OFF : IDS_BUTTON_GUEST_ON));
+  ::SendMessageW(Control(kGuestMode), BCM_SETSHIELD, 0,
+                 with_.services.NeedsElevation(SyncSystem::kActiveSync));
+  EnableActions();
 }
 
-void frmSetup::Arrange() {
-  RECT client = {};
-  ::GetClientRect(handle(), &client);
-  const int margin = Scaled(kMargin);
-  const int gap = Scaled(kGap);
-  const int line = LineHeight(font_.get());
-  const int button_width = Scaled(kButtonWidth);
-  const int button_height = std::max(Scaled(kButtonHeight), line + 2 * gap);
-  const int buttons = client.bottom - margin - button_height;
-  const int file = buttons - margin - line;
-  const int width = client.right - 2 * margin;
-  const int list_height = file - gap - margin;
-  Place(kList, margin, margin, width, list_height);
-  FillWidth();
-  Place(kHint, margin, margin, width, list_height);
-  RECT text = {};
-  ::GetClientRect(Control(kHint), &text);
-  ::InflateRect(&text, -Scaled(kHintMargin), -Scaled(kHintMargin));
-  ::SendMessageW(Control(kHint), EM_SETRECT, 0, reinterpret_cast<LPARAM>(&text));
-  Place(kFile, margin, file, width, line);
-  Place(kSync, margin, buttons, button_width, button_height);
-  Place(kEdit, margin + button_width + gap, buttons, button_width, button_height);
-  Place(kClose, client.right - margin - button_width, buttons, button_width, button_height);
-}
-
-void frmSetup::Place(ControlId id, int x, int y, int width, int height) {
-  ::SetWindowPos(Control(id), nullptr, x, y, width, height, SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
-void frmSetup::ShowError(const std::u16string& text) {
-  ::MessageBoxW(handle(), Wide(text), kTitle, MB_OK | MB_ICONERROR);
+void frmSetup::EnableActions() {
+  SetupFacts facts;
+  facts.selected = selected_ ? &*selected_ : nullptr;
+  facts.busy = busy_;
+  facts.has_active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
+  for (const int id : kActionControls) Enable(id, IsEnabled(*ActionOf(id), facts));
+  ::EnableWindow(Control(kList), !busy_);
+  Enable(kSyncWith, simulated_ && IsEnabled(SetupAction::kSync, facts));
 }
 
 }  // namespace pylon

@@ -19,6 +19,7 @@
 #include "files/ProgramFiles.h"
 #include "files/cFileIO.h"
 #include "setup/ConduitInstaller.h"
+#include "setup/WindowsSetupServices.h"
 #include "setup/cActiveSync.h"
 #include "setup/cHotSync.h"
 #include "setup/frmSetup.h"
@@ -208,6 +209,7 @@ int Program::RunAlone(std::u16string_view arguments) {
   switches.AddSwitch(u"uninstall", false);
   switches.AddSwitch(u"database", true);
   switches.AddSwitch(u"save", true);
+  switches.AddSwitch(u"system", true);
   switches.SetCommandLine(arguments);
   const std::u16string app_id = AppIdIn(switches);
 
@@ -223,10 +225,17 @@ int Program::RunAlone(std::u16string_view arguments) {
   cActiveSync active_sync(path_, code_page_);
   cHotSync hot_sync(path_, code_page_);
   ConduitInstaller installer(conduits, active_sync, hot_sync);
-  frmSetup setup(conduits, installer);
+  WindowsSetupServices services(active_sync, installer);
+  frmSetup setup({conduits, components, installer, services, code_page_, path_, folder_});
   std::u16string message;
   bool done = true;
-  if (switches.HasSwitch(u"install")) {
+  // The setup window's own steps that run with other rights.
+  const std::optional<SyncSystem> only = SystemNamed(switches.SwitchValue(u"system"));
+  if (only && switches.HasSwitch(u"install")) {
+    done = services.Install(*only, app_id, message);
+  } else if (only && switches.HasSwitch(u"uninstall")) {
+    done = services.Remove(*only, app_id, message);
+  } else if (switches.HasSwitch(u"install")) {
     done = setup.InstallConduit(app_id, message);
     done = setup.InstallApplication(app_id, message) && done;
   } else if (switches.HasSwitch(u"uninstall")) {

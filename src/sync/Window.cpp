@@ -89,11 +89,11 @@ Window::~Window() {
   Destroy();
 }
 
-void Window::Create(const Style& style, const wchar_t* title) {
+void Window::Create(const Style& style, const wchar_t* title, HWND owner) {
   if (handle_) return;
   RegisterOnce(style.class_name, style.background, Proc);
   if (!::CreateWindowExW(style.ex_style, style.class_name, title, style.style, CW_USEDEFAULT,
-                         CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, nullptr, nullptr,
+                         CW_USEDEFAULT, CW_USEDEFAULT, CW_USEDEFAULT, owner, nullptr,
                          ::GetModuleHandleW(nullptr), this)) {
     throw SystemFailure(u"Creating a window");
   }

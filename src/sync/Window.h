@@ -32,8 +32,8 @@ class Window {
   virtual ~Window();
 
   // Raises error 51 with the system's reason when the system refuses the window. OnMessage sees the
-  // creation messages already.
-  void Create(const Style& style, const wchar_t* title);
+  // creation messages already. A window with an owner lies above it and goes with it.
+  void Create(const Style& style, const wchar_t* title, HWND owner = nullptr);
   void Destroy() noexcept;
 
   // One message; what it leaves alone it hands to DefWindowProcW. An exception that leaves it goes

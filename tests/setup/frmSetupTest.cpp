@@ -1,89 +1,125 @@
 #include "setup/frmSetup.h"
 
-#include <commctrl.h>
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "base/Text.h"
+#include "conduits/CConduitInfo.h"
 #include "conduits/cConduitList.h"
+#include "files/ProgramFiles.h"
+#include "setup/SetupServices.h"
+#include "setup/WindowsSetupServices.h"
 #include "setup/cActiveSync.h"
 #include "setup/cHotSync.h"
+#include "sync/frmStatus.h"
+#include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
-#include "tests/sync/Desktop.h"
+#include "tests/setup/SetupDesk.h"
 
 namespace pylon {
 namespace {
 
-using namespace testing_windows;
+using namespace testing;
+using Registry = ActiveSyncRegistry;
 
-struct FakeComponent final : ConduitComponent {
-  explicit FakeComponent(std::u16string class_id) : name(std::move(class_id)) {}
-  std::u16string GetConduitInfo(eConduitType type) override {
-    if (type == ctApplicationName) return u"The " + name;
-    if (type == ctVersion) return u"1.2";
-    return type == ctAuthor ? u"Somebody" : u"";
+constexpr wchar_t kLayoutKey[] = L"Software\\Pylon\\Setup";
+
+constexpr wchar_t kSyncVariable[] = L"PYLON_TEST_SYNC";
+
+// Started again as long as the variable is set, this program is a sync that goes on until it is
+// cancelled in its own status window.
+const bool kIsNoSync = [] {
+  if (!::GetEnvironmentVariableW(kSyncVariable, nullptr, 0)) return true;
+  bool cancelled = false;
+  frmStatus status;
+  status.on_cancel = [&cancelled] { cancelled = true; };
+  status.Create();
+  status.ShowForm();
+  for (int i = 0; i < 3000 && !cancelled; ++i) {
+    status.ProcessEvents();
+    ::Sleep(10);
   }
-  void BeginSynchronize(const std::shared_ptr<oSyncInfo>&) override {}
-  void ConfigureConduit() override {}
-  void SynchronizeClose() override {}
-  std::u16string name;
+  std::_Exit(cancelled ? 2 : 0);
+}();
+
+// This PC's own services, seen by a user who may be no administrator.
+struct Services final : SetupServices {
+  explicit Services(SetupServices& real) : real_(real) {}
+  bool IsPresent(SyncSystem system) const override { return real_.IsPresent(system); }
+  SystemFacts Facts(SyncSystem system, std::u16string_view app_id) const override {
+    SystemFacts facts = real_.Facts(system, app_id);
+    facts.needs_elevation = NeedsElevation(system);
+    return facts;
+  }
+  bool NeedsElevation(SyncSystem system) const override {
+    return plain_user && system == SyncSystem::kActiveSync;
+  }
+  bool Install(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
+    return real_.Install(system, app_id, message);
+  }
+  bool Remove(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
+    return real_.Remove(system, app_id, message);
+  }
+  std::vector<std::u16string> Users() const override { return real_.Users(); }
+  bool InstallApplication(std::u16string_view app_id, std::u16string_view user,
+                          std::u16string& message) override {
+    return real_.InstallApplication(app_id, user, message);
+  }
+  bool GuestMode() const override { return real_.GuestMode(); }
+  bool SetGuestMode(bool on) override { return real_.SetGuestMode(on); }
+
+  bool plain_user = false;
+
+ private:
+  SetupServices& real_;
 };
-
-struct FakeFactory final : ComponentFactory {
-  Result Create(std::u16string_view class_id) override {
-    ++created;
-    on_create();
-    Result result;
-    result.component = std::make_unique<FakeComponent>(std::u16string(class_id));
-    return result;
-  }
-  int created = 0;
-  std::function<void()> on_create = [] {};
-};
-
-// What a message box says; the text of the next one, which is then answered.
-std::u16string g_box_text;
-void CALLBACK AnswerBox(HWND, UINT, UINT_PTR timer, DWORD) {
-  const HWND box = ::FindWindowW(L"#32770", nullptr);
-  if (!box) return;
-  for (HWND part = ::GetWindow(box, GW_CHILD); part; part = ::GetWindow(part, GW_HWNDNEXT)) {
-    g_box_text += TextOf(part) + u"|";
-  }
-  ::KillTimer(nullptr, timer);
-  ::PostMessageW(box, WM_COMMAND, IDOK, 0);
-}
 
 struct SetupWindow : ::testing::Test {
   static void SetUpTestSuite() { UseRealPixels(); }
-  void SetUp() override { std::filesystem::create_directories(folder); }
+  void SetUp() override {
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, kLayoutKey);
+    std::filesystem::create_directories(folder);
+  }
   void TearDown() override {
     window.reset();
     std::filesystem::remove_all(folder);
+    ::RegDeleteTreeW(HKEY_CURRENT_USER, kLayoutKey);
   }
 
   // Writes the settings file; each one is a second younger than the one before.
-  void Settings(const char* text) {
+  void Settings(const std::string& text) {
     std::ofstream(folder / "Pylon.ini", std::ios::binary) << text;
     time += std::chrono::seconds(1);
     std::filesystem::last_write_time(folder / "Pylon.ini", time);
   }
+  std::string SettingsNow() const {
+    std::ifstream file(folder / "Pylon.ini", std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
   void Open(const char* settings) {
     if (settings) Settings(settings);
-    list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory,
-                                          AnsiCodePage::Windows1252());
+    window.reset();
+    list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory, code_page);
     installer = std::make_unique<ConduitInstaller>(*list, active_sync, hot_sync);
-    window = std::make_unique<frmSetup>(*list, *installer);
+    real_services = std::make_unique<WindowsSetupServices>(active_sync, *installer);
+    services = std::make_unique<Services>(*real_services);
+    services->plain_user = plain_user;
+    window =
+        std::make_unique<frmSetup>(frmSetup::With{*list, factory, *installer, *services, code_page,
+                                                  ProgramPath(), FromWide(folder.wstring())});
     window->on_close = [this] { ++closed; };
     window->Show();
   }
-  HWND Control(int id) const { return ::GetDlgItem(window->handle(), id); }
+  HWND handle() const { return window->handle(); }
+  HWND Control(int id) const { return ::GetDlgItem(handle(), id); }
+  std::u16string Text(int id) const { return TextIn(handle(), id); }
   std::u16string Cell(int row, int column) const {
     wchar_t text[256] = L"";
     ListView_GetItemText(Control(frmSetup::kList), row, column, text, 256);
@@ -94,28 +130,26 @@ struct SetupWindow : ::testing::Test {
   void Select(int row) {
     ListView_SetItemState(Control(frmSetup::kList), row, LVIS_SELECTED, LVIS_SELECTED);
   }
-  void Pump() {
-    MSG message;
-    while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-      if (window->TranslateDialogMessage(message)) continue;
-      ::TranslateMessage(&message);
-      ::DispatchMessageW(&message);
-    }
-  }
-  void PressF5() {
-    ::PostMessageW(Control(frmSetup::kList), WM_KEYDOWN, VK_F5, 0);
-    Pump();
+  void PressF5() { Press(*window, Control(frmSetup::kList), VK_F5); }
+  void GoToDpi(int dpi, int width = 800, int height = 600) {
+    RECT rect = {0, 0, ::MulDiv(width, dpi, 96), ::MulDiv(height, dpi, 96)};
+    ::SendMessageW(handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
+                   reinterpret_cast<LPARAM>(&rect));
   }
 
   const std::filesystem::path folder = std::filesystem::temp_directory_path() /
                                        (L"pylon setup " + std::to_wstring(::GetCurrentProcessId()));
   std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now();
+  const AnsiCodePage& code_page = AnsiCodePage::Windows1252();
   FakeFactory factory;
   std::unique_ptr<cConduitList> list;
   cActiveSync active_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
   cHotSync hot_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
   std::unique_ptr<ConduitInstaller> installer;
+  std::unique_ptr<SetupServices> real_services;
+  std::unique_ptr<Services> services;
   std::unique_ptr<frmSetup> window;
+  bool plain_user = false;
   int closed = 0;
 };
 
@@ -123,27 +157,48 @@ constexpr char kTwo[] = "[Memos]\r\nClassID=Lib.Memos\r\n[My App]\r\nClassID=Lib
 
 TEST_F(SetupWindow, ListsTheConduits) {
   Open(kTwo);
-  EXPECT_TRUE(::IsWindowVisible(window->handle()));
+  EXPECT_TRUE(::IsWindowVisible(handle()));
   ASSERT_EQ(Rows(), 2);
-  const char16_t* const cells[] = {u"The Lib.App", u"My App", u"1.2", u"Somebody", u"Lib.App"};
-  for (int column = 0; column < 5; ++column) EXPECT_EQ(Cell(1, column), cells[column]) << column;
+  const char16_t* const cells[] = {u"The Lib.App", u"1.2", u"Somebody", u"My App", u"", u"Ready"};
+  for (int column = 0; column < 6; ++column) EXPECT_EQ(Cell(1, column), cells[column]) << column;
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint)));
-  EXPECT_TRUE(::IsWindowEnabled(Control(frmSetup::kSync)));
-  EXPECT_EQ(TextOf(Control(frmSetup::kFile)), u"Settings file: " + list->FileName());
+  EXPECT_EQ(Text(frmSetup::kFile), u"Settings file: " + list->FileName());
+  EXPECT_EQ(Text(frmSetup::kName), u"The Lib.Memos 1.2 by Somebody");
+  Select(1);
+  EXPECT_EQ(Text(frmSetup::kName), u"The Lib.App 1.2 by Somebody");
+}
+
+TEST_F(SetupWindow, AConduitThatCantBeLoadedIsGreyedWithTheReason) {
+  Open("[Gone]\r\nClassID=No.Such\r\n[Bare]\r\n");
+  EXPECT_EQ(Cell(0, 0), u"No Longer Compatible");
+  EXPECT_EQ(Cell(0, 5), u"Can't be loaded: no such class");
+  EXPECT_EQ(Cell(1, 5), u"Has no ClassID in the settings file");
+  EXPECT_EQ(Text(frmSetup::kName), u"Gone. Can't be loaded: no such class");
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kSync));
+  EXPECT_TRUE(Enabled(handle(), frmSetup::kRemove));
+  NMLVCUSTOMDRAW draw = {};
+  draw.nmcd.hdr = {Control(frmSetup::kList), frmSetup::kList, static_cast<UINT>(NM_CUSTOMDRAW)};
+  draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
+  ::SendMessageW(handle(), WM_NOTIFY, frmSetup::kList, reinterpret_cast<LPARAM>(&draw));
+  EXPECT_EQ(draw.clrText, ::GetSysColor(COLOR_GRAYTEXT));
 }
 
 TEST_F(SetupWindow, WithoutConduitsItTellsHowToRegisterOne) {
   Open(nullptr);
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kList)));
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kHint)));
-  EXPECT_FALSE(::IsWindowEnabled(Control(frmSetup::kSync)));
-  ::PostMessageW(window->handle(), WM_COMMAND, frmSetup::kSync, 0);  // Enter: nothing to start
-  Pump();
+  EXPECT_EQ(Text(frmSetup::kName), u"No conduit is selected.");
+  for (const int id : {frmSetup::kSync, frmSetup::kRemove, frmSetup::kLog, frmSetup::kFolder}) {
+    EXPECT_FALSE(Enabled(handle(), id)) << id;
+  }
+  for (const int id : {frmSetup::kSync, frmSetup::kLog, frmSetup::kRemove}) {  // by key
+    ::SendMessageW(handle(), WM_COMMAND, static_cast<WPARAM>(id), 0);
+  }
   Settings(kTwo);
   PressF5();
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kList)));
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint)));
-  EXPECT_TRUE(::IsWindowEnabled(Control(frmSetup::kSync)));
+  EXPECT_TRUE(Enabled(handle(), frmSetup::kSync));
 }
 
 TEST_F(SetupWindow, SaysThatTheSettingsFileCantBeRead) {
@@ -155,7 +210,7 @@ TEST_F(SetupWindow, SaysThatTheSettingsFileCantBeRead) {
     PressF5();
   }
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kHint)));
-  const std::u16string hint = TextOf(Control(frmSetup::kHint));
+  const std::u16string hint = Text(frmSetup::kHint);
   EXPECT_NE(hint.find(list->LoadError()), std::u16string::npos);
   EXPECT_EQ(hint.find(u"No conduits"), std::u16string::npos);
   PressF5();
@@ -167,15 +222,15 @@ TEST_F(SetupWindow, ReadsAChangedFileWhenTheUserComesBack) {
   Select(1);
   const int before = factory.created;
   const auto come_back = [this] {
-    ::SendMessageW(window->handle(), WM_ACTIVATE, WA_ACTIVE, 0);
-    Pump();
+    ::SendMessageW(handle(), WM_ACTIVATE, WA_ACTIVE, 0);
+    Pump(*window);
   };
   come_back();
   EXPECT_EQ(factory.created, before);
   Settings("[New]\r\nClassID=Lib.New\r\n[Memos]\r\n[My App]\r\nClassID=Lib.App\r\n");
   come_back();
   ASSERT_EQ(Rows(), 3);
-  EXPECT_EQ(Cell(0, 1), u"New");
+  EXPECT_EQ(Cell(0, 3), u"New");
   EXPECT_EQ(Selected(), 2);  // still My App
   come_back();
   EXPECT_EQ(factory.created, before + 2);
@@ -185,13 +240,18 @@ TEST_F(SetupWindow, StaysInOneStateWhileComponentsPumpMessages) {
   Open(kTwo);
   const int before = factory.created;
   factory.on_create = [this] {
-    ::SendMessageW(window->handle(), WM_CLOSE, 0, 0);
+    Click(handle(), frmSetup::kAdd);
     PressF5();
   };
   PressF5();
   EXPECT_EQ(factory.created, before + 2);
-  EXPECT_EQ(closed, 0);
+  EXPECT_EQ(window->add_window(), nullptr);
   EXPECT_EQ(Rows(), 2);
+  factory.on_create = [this] { ::SendMessageW(handle(), WM_CLOSE, 0, 0); };
+  PressF5();
+  factory.on_create = [] {};
+  Pump(*window);
+  EXPECT_EQ(closed, 1) << "once the conduits have been asked";
 }
 
 TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
@@ -207,46 +267,258 @@ TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
     SCOPED_TRACE(way.name);
     closed = 0;
     Open(kTwo);
-    ::PostMessageW(way.control ? Control(way.control) : window->handle(), way.message, way.wparam,
-                   0);
-    Pump();
+    ::PostMessageW(way.control ? Control(way.control) : handle(), way.message, way.wparam, 0);
+    Pump(*window);
     EXPECT_EQ(closed, 1);
-    EXPECT_EQ(window->handle(), nullptr);
+    EXPECT_EQ(handle(), nullptr);
   }
 }
 
-TEST_F(SetupWindow, SyncStartsThisProgramForTheSelectedConduit) {
+TEST_F(SetupWindow, SyncStartsThisProgramAndTellsHowItEnded) {
   Open(kTwo);
   Select(1);
-  const testing::CommandReport report((folder / "report.txt").u16string());
-  ::SendMessageW(Control(frmSetup::kSync), BM_CLICK, 0, 0);
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kSyncWith)) << "no simulated device is set up";
+  const CommandReport report((folder / "report.txt").u16string());
+  Press(*window, Control(frmSetup::kList), VK_RETURN);
   const std::string command = report.Wait();
   EXPECT_TRUE(command.ends_with("\" -AppId \"My App\" -Database 4")) << command;
+  EXPECT_EQ(Text(frmSetup::kStatus), u"The Lib.App: sync finished.");
+  EXPECT_TRUE(Enabled(handle(), frmSetup::kSync));
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kCancel));
+}
+
+bool busy_as_expected = false;
+void CALLBACK CheckBusyAndPressEscape(HWND, UINT, UINT_PTR, DWORD) {
+  const HWND setup = ::FindWindowW(L"Pylon.frmSetup", nullptr);
+  busy_as_expected = Enabled(setup, frmSetup::kCancel) && !Enabled(setup, frmSetup::kSync) &&
+                     !Enabled(setup, frmSetup::kClose) && !Enabled(setup, frmSetup::kAdd) &&
+                     ::IsWindowVisible(::GetDlgItem(setup, frmSetup::kProgress));
+  ::PostMessageW(::GetDlgItem(setup, frmSetup::kCancel), WM_KEYDOWN, VK_ESCAPE, 1);
+}
+
+TEST_F(SetupWindow, CancelEndsASyncByTheSyncsOwnCancel) {
+  Open(kTwo);
+  const UINT_PTR timer = ::SetTimer(nullptr, 0, 1500, CheckBusyAndPressEscape);
+  ::SetEnvironmentVariableW(kSyncVariable, L"1");
+  Click(handle(), frmSetup::kSync);
+  ::SetEnvironmentVariableW(kSyncVariable, nullptr);
+  ::KillTimer(nullptr, timer);
+  EXPECT_TRUE(busy_as_expected);
+  EXPECT_EQ(Text(frmSetup::kStatus), u"The Lib.Memos: sync cancelled.");
+  EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kProgress)));
+  EXPECT_EQ(closed, 0) << "Esc meant the sync";
+}
+
+TEST_F(SetupWindow, ASimulatedDeviceCanBeChosen) {
+  Open((std::string("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\n") + kTwo).c_str());
+  ASSERT_TRUE(Enabled(handle(), frmSetup::kSyncWith));
+  ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, 1, 0);
+  const CommandReport report((folder / "report.txt").u16string());
+  Click(handle(), frmSetup::kSync);
+  const std::string command = report.Wait();
+  EXPECT_TRUE(command.ends_with("\" -AppId \"Memos\" -Database 5")) << command;
 }
 
 TEST_F(SetupWindow, AConduitThatNoCommandLineCanNameIsToldOf) {
   Open("[-x]\r\nClassID=Lib.X\r\n");
-  g_box_text.clear();
-  ::SetTimer(nullptr, 0, 20, AnswerBox);
-  ::SendMessageW(Control(frmSetup::kSync), BM_CLICK, 0, 0);
-  EXPECT_NE(g_box_text.find(u"begins with '-'"), std::u16string::npos) << ToUtf8(g_box_text);
+  const BoxAnswer answer;
+  Click(handle(), frmSetup::kSync);
+  EXPECT_TRUE(answer.Has(u"begins with '-'")) << ToUtf8(answer.text());
 }
 
-TEST_F(SetupWindow, IsTidyAtEveryDpi) {
+TEST_F(SetupWindow, InstallsAndRemovesForActiveSync) {
+  Registry registry;
+  SKIP_WITH_ACTIVESYNC(registry);
+  Open(kTwo);
+  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"ActiveSync is not on this PC.");
+  EXPECT_EQ(Text(frmSetup::kPcActiveSync), u"ActiveSync is not on this PC.");
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kGuestMode));
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  PressF5();
+  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Not installed");
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kRemoveActiveSync));
+  Click(handle(), frmSetup::kInstallActiveSync);
+  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Installed");
+  EXPECT_NE(Registry::Conduit(L"Memos"), Registry::kMissing);
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kInstallActiveSync));
+  Click(handle(), frmSetup::kRemoveActiveSync);
+  EXPECT_EQ(Registry::Conduit(L"Memos"), Registry::kMissing);
+  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Not installed");
+}
+
+TEST_F(SetupWindow, GuestModeIsWhatTheButtonSays) {
+  Registry registry;
+  SKIP_WITH_ACTIVESYNC(registry);
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  Open(kTwo);
+  EXPECT_EQ(Text(frmSetup::kGuestMode), u"Turn &guest mode on");
+  Click(handle(), frmSetup::kGuestMode);
+  EXPECT_TRUE(active_sync.GuestMode());
+  EXPECT_EQ(Text(frmSetup::kGuestMode), u"Turn &guest mode off");
+  Click(handle(), frmSetup::kGuestMode);
+  EXPECT_FALSE(active_sync.GuestMode());
+  EXPECT_EQ(Text(frmSetup::kPcActiveSync), u"ActiveSync is on this PC. Guest mode is off.");
+}
+
+TEST_F(SetupWindow, WhatNeedsAnAdministratorRunsAsAStepOfItsOwn) {
+  Registry registry;
+  SKIP_WITH_ACTIVESYNC(registry);
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  plain_user = true;
+  Open(kTwo);
+  const CommandReport report((folder / "report.txt").u16string());
+  Click(handle(), frmSetup::kInstallActiveSync);
+  const std::string command = report.Wait();
+  EXPECT_TRUE(command.ends_with("-AppId \"Memos\" -install -system ActiveSync")) << command;
+  EXPECT_EQ(Registry::Conduit(L"Memos"), Registry::kMissing) << "not by this process";
+  EXPECT_EQ(Text(frmSetup::kStatus), u"Done.");
+}
+
+TEST_F(SetupWindow, SuchAStepTellsByItsExitCode) {
+  Registry registry;
+  SKIP_WITH_ACTIVESYNC(registry);
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  Settings(kTwo);
+  std::filesystem::copy_file("Pylon.exe", folder / "Pylon.exe");
+  const std::u16string program = (folder / "Pylon.exe").u16string();
+  const BoxAnswer answer;
+  const auto run = [&](const char16_t* arguments) {
+    const WaitResult result =
+        ProgramAndWait(program, u"\"" + program + u"\" " + arguments, DispatchWaiting);
+    return result.end == WaitEnd::kEnded ? result.code : 99;
+  };
+  EXPECT_EQ(run(u"-AppId \"My App\" -install -system activesync"), 0U);
+  EXPECT_NE(Registry::Conduit(L"My App"), Registry::kMissing);
+  EXPECT_EQ(run(u"-AppId \"My App\" -uninstall -system ActiveSync"), 0U);
+  EXPECT_EQ(Registry::Conduit(L"My App"), Registry::kMissing);
+  EXPECT_EQ(answer.text(), u"") << "nothing to tell";
+  EXPECT_EQ(run(u"-AppId Nobody -install -system ActiveSync"), 1U);
+  EXPECT_TRUE(answer.Has(u"'Nobody' is not registered with Pyln.")) << ToUtf8(answer.text());
+}
+
+TEST_F(SetupWindow, ConfiguresByTheComponent) {
+  Open("[A]\r\nClassID=Lib.A\r\n[B]\r\nClassID=Lib.Broken\r\n");
+  const int before = FakeComponent::configured;
+  Click(handle(), frmSetup::kConfigure);
+  EXPECT_EQ(FakeComponent::configured, before + 1);
+  Select(1);
+  const BoxAnswer answer;
+  Click(handle(), frmSetup::kConfigure);
+  EXPECT_TRUE(answer.Has(u"no settings today")) << ToUtf8(answer.text());
+}
+
+TEST_F(SetupWindow, ShowsWhenAConduitWasLastSynced) {
+  Open(kTwo);
+  CConduitInfo info(code_page);
+  info.SetAppFolder(list->PCFolder(2));
+  ASSERT_TRUE(info.SetSyncDateTime(36'526.75));
+  PressF5();
+  EXPECT_EQ(Cell(1, 4), u"2000-01-01 18:00:00");
+  EXPECT_EQ(Cell(0, 4), u"");
+}
+
+TEST_F(SetupWindow, AFolderThatIsNotThereYetIsToldOf) {
+  Open(kTwo);
+  for (const int id : {frmSetup::kFolder, frmSetup::kDatabases}) {
+    const BoxAnswer answer;
+    Click(handle(), id);
+    EXPECT_TRUE(answer.Has(u"\\Memos")) << ToUtf8(answer.text());
+  }
+}
+
+TEST_F(SetupWindow, AddsAConduitAndSelectsIt) {
+  Open("; mine\r\n[Memos]\r\nClassID=Lib.Memos\r\n");
+  Press(*window, Control(frmSetup::kList), 'N', VK_CONTROL);
+  ASSERT_TRUE(window->add_window());
+  const HWND add = window->add_window()->handle();
+  EXPECT_FALSE(::IsWindowEnabled(handle()));
+  Type(add, frmAddConduit::kClass, u"Lib.New");
+  Press(*window, ::GetDlgItem(add, frmAddConduit::kAppId), VK_RETURN);
+  EXPECT_FALSE(::IsWindow(add));
+  EXPECT_TRUE(::IsWindowEnabled(handle()));
+  EXPECT_EQ(SettingsNow(),
+            "; mine\r\n[Memos]\r\nClassID=Lib.Memos\r\n\r\n[The LibNew]\r\nClassID=Lib.New\r\n");
+  ASSERT_EQ(Rows(), 2);
+  EXPECT_EQ(Selected(), 1);
+  EXPECT_EQ(Cell(1, 3), u"The LibNew");
+}
+
+TEST_F(SetupWindow, RemovesTheSectionAndNothingElse) {
+  Open((std::string("; mine\r\n") + kTwo).c_str());
+  std::filesystem::create_directories(folder / "Memos");
+  {
+    const BoxAnswer answer(IDNO);
+    Press(*window, Control(frmSetup::kList), VK_DELETE);
+    EXPECT_TRUE(answer.Has(u"Its data stays")) << ToUtf8(answer.text());
+    EXPECT_EQ(Rows(), 2);
+  }
+  const BoxAnswer answer(IDYES);
+  Click(handle(), frmSetup::kRemove);
+  EXPECT_EQ(SettingsNow(), "; mine\r\n[My App]\r\nClassID=Lib.App\r\n");
+  ASSERT_EQ(Rows(), 1);
+  EXPECT_EQ(Cell(0, 3), u"My App");
+  EXPECT_TRUE(std::filesystem::exists(folder / "Memos"));
+}
+
+TEST_F(SetupWindow, ShowsTheLogAndAbout) {
+  Open(kTwo);
+  Press(*window, Control(frmSetup::kList), 'L', VK_CONTROL);
+  ASSERT_TRUE(window->log_window());
+  EXPECT_EQ(TextOf(window->log_window()->handle()), u"Log of The Lib.Memos");
+  EXPECT_TRUE(::IsWindowEnabled(handle())) << "both are used side by side";
+  Press(*window, Control(frmSetup::kList), VK_F1);
+  const HWND about = ::FindWindowW(L"Pylon.frmAbout", nullptr);
+  ASSERT_TRUE(about);
+  EXPECT_FALSE(::IsWindowEnabled(handle()));
+  Press(*window, ::GetDlgItem(about, frmAbout::kOk), VK_ESCAPE);
+  EXPECT_FALSE(::IsWindow(about));
+  EXPECT_TRUE(::IsWindowEnabled(handle()));
+}
+
+TEST_F(SetupWindow, ColumnsAndSizeAreKept) {
+  Open(kTwo);
+  ListView_SetColumnWidth(Control(frmSetup::kList), 1, 123);
+  ::SetWindowPos(handle(), nullptr, 0, 0, 900, 700, SWP_NOMOVE | SWP_NOZORDER);
+  RECT before = {};
+  ::GetClientRect(handle(), &before);
+  Open(nullptr);
+  RECT after = {};
+  ::GetClientRect(handle(), &after);
+  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 123);
+  EXPECT_EQ(after.right, before.right);
+  EXPECT_EQ(after.bottom, before.bottom);
+  GoToDpi(192);
+  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 246);
+}
+
+TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottom) {
+  Open(kTwo);
+  using S = frmSetup;
+  EXPECT_EQ(TabOrder(handle()), (std::vector<int>{S::kList, S::kAdd, S::kRemove, S::kEdit,
+                                                  S::kReload, S::kAbout, S::kSync, S::kConfigure,
+                                                  S::kFolder, S::kLog, S::kDatabases, S::kClose}));
+}
+
+TEST_F(SetupWindow, IsTidyAtEveryDpiWithNoneOneAndManyConduits) {
   SKIP_WITHOUT_DRAWING();
-  for (const char* settings : {kTwo, ""}) {
-    Open(settings);
+  std::string many;
+  for (int i = 0; i < 200; ++i) {
+    many += "[App " + std::to_string(i) + "]\r\nClassID=Lib.A" + std::to_string(i) + "\r\n";
+  }
+  for (const std::string& settings : {std::string(), std::string("[A]\r\nClassID=L.A\r\n"), many}) {
+    Open(settings.c_str());
+    SCOPED_TRACE(std::to_string(Rows()) + " conduits");
     for (const int dpi : {96, 144, 192, 96}) {
-      SCOPED_TRACE(std::to_string(dpi) + " DPI" + (*settings ? "" : ", no conduits"));
-      RECT rect = {0, 0, ::MulDiv(660, dpi, 96), ::MulDiv(380, dpi, 96)};
-      ::SendMessageW(window->handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
-                     reinterpret_cast<LPARAM>(&rect));
-      ExpectTidy(window->handle());
-      for (const int id : {frmSetup::kSync, frmSetup::kEdit, frmSetup::kClose}) {
-        EXPECT_TRUE(TextFits(Control(id))) << id;
+      SCOPED_TRACE(std::to_string(dpi) + " DPI");
+      for (const auto& [width, height] : {std::pair{800, 600}, {740, 560}, {1200, 800}}) {
+        GoToDpi(dpi, width, height);
+        ExpectTidy(handle());
+        ExpectTextsFit(handle());
       }
     }
   }
+  Press(*window, Control(frmSetup::kList), VK_END);
+  EXPECT_EQ(Selected(), 199);
 }
 
 }  // namespace

@@ -1,0 +1,213 @@
+#include "setup/SetupForm.h"
+
+#include <algorithm>
+
+#include "setup/Strings.h"
+#include "setup/Texts.h"
+#include "sync/ConduitIcon.h"
+
+namespace pylon {
+namespace {
+
+// Units.
+constexpr int kButtonWidth = 84;
+constexpr int kButtonHeight = 26;
+constexpr int kButtonPadding = 12;  // each side of the text
+
+}  // namespace
+
+SetupForm::~SetupForm() {
+  if (owner_) ::EnableWindow(owner_, TRUE);
+}
+
+void SetupForm::Open(const Shape& shape, const std::u16string& title, HWND owner) {
+  if (handle()) return;
+  const INITCOMMONCONTROLSEX controls = {
+      sizeof(controls), ICC_LISTVIEW_CLASSES | ICC_STANDARD_CLASSES | ICC_PROGRESS_CLASS};
+  ::InitCommonControlsEx(&controls);
+  shape_ = shape;
+  focus_ = nullptr;
+  keys_ = shape.accelerators ? ::LoadAcceleratorsW(::GetModuleHandleW(nullptr),
+                                                   MAKEINTRESOURCEW(shape.accelerators))
+                             : nullptr;
+  const DWORD frame =
+      shape.least.cx ? WS_OVERLAPPEDWINDOW : WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU;
+  // Not WS_CLIPCHILDREN: a group box leaves its ground to the window behind it.
+  Window::Create({shape.class_name, frame,
+                  static_cast<DWORD>(WS_EX_CONTROLPARENT) |
+                      (owner ? static_cast<DWORD>(WS_EX_DLGMODALFRAME) : WS_EX_APPWINDOW),
+                  COLOR_BTNFACE},
+                 Wide(title), owner);
+  owner_ = owner;
+  if (owner_) ::EnableWindow(owner_, FALSE);
+}
+
+void SetupForm::ShowOnTop() {
+  ::ShowWindow(handle(), ::IsIconic(handle()) ? SW_RESTORE : SW_SHOWNORMAL);
+  ::SetForegroundWindow(handle());
+}
+
+void SetupForm::Close() {
+  // Before the window goes, or the system activates some other program's.
+  if (owner_) ::EnableWindow(owner_, TRUE);
+  owner_ = nullptr;
+  Destroy();
+  if (const auto closed = on_close) closed();
+}
+
+bool SetupForm::TranslateDialogMessage(MSG& message) {
+  if (!handle()) return false;
+  const bool ours = message.hwnd == handle() || ::IsChild(handle(), message.hwnd);
+  if (!ours) return false;
+  if (keys_ && ::TranslateAcceleratorW(handle(), keys_, &message)) return true;
+  return ::IsDialogMessageW(handle(), &message) != FALSE;
+}
+
+LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  switch (message) {
+    case WM_CREATE:
+      AddControls();
+      TakeFont();
+      OnDpi();
+      SetClientSize(shape_.size);
+      CentreOnWorkArea();
+      OnReady();
+      Arrange();
+      return 0;
+    case WM_SIZE:
+      if (wparam != SIZE_MINIMIZED) {
+        Arrange();
+        ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+      }
+      return 0;
+    case WM_GETMINMAXINFO:
+      if (shape_.least.cx) {
+        const SIZE least = OuterSize({Scaled(shape_.least.cx), Scaled(shape_.least.cy)});
+        reinterpret_cast<MINMAXINFO*>(lparam)->ptMinTrackSize = {least.cx, least.cy};
+      }
+      return 0;
+    case WM_ACTIVATE:
+      if (LOWORD(wparam) == WA_INACTIVE && ::IsChild(handle(), ::GetFocus())) {
+        focus_ = ::GetFocus();
+      }
+      break;
+    case WM_SETFOCUS: {
+      const bool back = focus_ && ::IsChild(handle(), focus_) && ::IsWindowEnabled(focus_) &&
+                        ::IsWindowVisible(focus_);
+      ::SetFocus(back ? focus_ : ::GetNextDlgTabItem(handle(), nullptr, FALSE));
+      return 0;
+    }
+    case DM_GETDEFID:
+      return MAKELRESULT(shape_.default_button, DC_HASDEFID);
+    case WM_COMMAND:
+      OnCommand(LOWORD(wparam), HIWORD(wparam));
+      return 0;
+    case WM_NOTIFY:
+      return OnNotify(*reinterpret_cast<NMHDR*>(lparam));
+    case WM_CLOSE:
+      OnCommand(IDCANCEL, 0);
+      return 0;
+    case WM_DPICHANGED:
+      MoveToDpi(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
+      [[fallthrough]];
+    case WM_SETTINGCHANGE:  // the message font may be another one
+      TakeFont();
+      OnDpi();
+      Arrange();
+      ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+      return 0;
+    default:
+      break;
+  }
+  return ::DefWindowProcW(handle(), message, wparam, lparam);
+}
+
+HWND SetupForm::Add(const wchar_t* class_name, int text, DWORD style, int id, DWORD ex_style) {
+  const std::u16string words = text ? LoadText(text) : std::u16string();
+  return AddControl(class_name, Wide(words), style, id, ex_style);
+}
+
+HWND SetupForm::AddLabel(int id, int text) {
+  return Add(L"STATIC", text, SS_LEFT | SS_ENDELLIPSIS | (text ? 0 : SS_NOPREFIX), id);
+}
+
+HWND SetupForm::AddButton(int id, int text, bool is_default) {
+  return Add(L"BUTTON", text, WS_TABSTOP | (is_default ? BS_DEFPUSHBUTTON : BS_PUSHBUTTON), id);
+}
+
+HWND SetupForm::AddGroup(int id, int text) { return Add(L"BUTTON", text, BS_GROUPBOX, id); }
+
+void SetupForm::Enable(int id, bool enable) {
+  const HWND control = Control(id);
+  if ((::IsWindowEnabled(control) != FALSE) == enable) return;
+  if (!enable && ::GetFocus() == control) {
+    ::SetFocus(::GetNextDlgTabItem(handle(), control, FALSE));
+  }
+  if (!enable && focus_ == control) focus_ = nullptr;
+  ::EnableWindow(control, enable);
+}
+
+void SetupForm::SetText(int id, const std::u16string& text) {
+  if (TextOf(id) != text) ::SetWindowTextW(Control(id), Wide(text));
+}
+
+std::u16string SetupForm::TextOf(int id) const {
+  const HWND control = Control(id);
+  std::wstring text(static_cast<size_t>(::GetWindowTextLengthW(control)), L'\0');
+  ::GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1);
+  return FromWide(text);
+}
+
+SIZE SetupForm::Client() const noexcept {
+  RECT client = {};
+  ::GetClientRect(handle(), &client);
+  return {client.right, client.bottom};
+}
+
+int SetupForm::ButtonHeight() const noexcept {
+  return std::max(Scaled(kButtonHeight), Line() + Scaled(10));
+}
+
+int SetupForm::ButtonWidth(std::initializer_list<int> ids) const {
+  int width = Scaled(kButtonWidth);
+  for (const int id : ids) {
+    width = std::max(width, TextWidth(TextOf(id)) + 2 * Scaled(kButtonPadding));
+  }
+  return width;
+}
+
+int SetupForm::TextWidth(std::u16string_view text) const {
+  const HDC dc = ::GetDC(handle());
+  const HGDIOBJ old = ::SelectObject(dc, font_.get());
+  SIZE extent = {};
+  ::GetTextExtentPoint32W(dc, reinterpret_cast<const wchar_t*>(text.data()),
+                          static_cast<int>(text.size()), &extent);
+  ::SelectObject(dc, old);
+  ::ReleaseDC(handle(), dc);
+  return extent.cx;
+}
+
+void SetupForm::Place(int id, int x, int y, int width, int height) {
+  ::SetWindowPos(Control(id), nullptr, x, y, std::max(width, 0), std::max(height, 0),
+                 SWP_NOZORDER | SWP_NOACTIVATE);
+}
+
+int SetupForm::Ask(const std::u16string& text, UINT style) const {
+  return ::MessageBoxW(handle(), Wide(text), Wide(LoadText(IDS_PROGRAM)), style);
+}
+
+void SetupForm::TakeFont() {
+  Font font = MessageFont(dpi());
+  for (HWND child = ::GetWindow(handle(), GW_CHILD); child;
+       child = ::GetWindow(child, GW_HWNDNEXT)) {
+    ::SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
+  }
+  font_ = std::move(font);
+  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
+}
+
+void SetupForm::SetClientSize(SIZE units) {
+  SetOuterSize(OuterSize({Scaled(units.cx), Scaled(units.cy)}));
+}
+
+}  // namespace pylon

@@ -1,0 +1,139 @@
+#include "setup/frmAbout.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <vector>
+
+#include "base/Text.h"
+#include "files/WindowsFile.h"
+#include "setup/StartProcess.h"
+#include "setup/Strings.h"
+#include "setup/Texts.h"
+
+namespace pylon {
+namespace {
+
+constexpr char16_t kToolKey[] = u"SOFTWARE\\Microsoft\\Shared Tools\\MSINFO";
+constexpr char16_t kToolValue[] = u"PATH";
+constexpr char16_t kLocationKey[] = u"SOFTWARE\\Microsoft\\Shared Tools Location";
+constexpr char16_t kLocationValue[] = u"MSINFO";
+constexpr char16_t kToolFile[] = u"\\MSINFO32.EXE";
+
+// Units.
+constexpr SIZE kSize = {420, 196};
+constexpr int kMargin = 16;
+constexpr int kGap = 8;
+constexpr int kIconSize = 32;
+
+std::u16string Expanded(const std::u16string& text) {
+  wchar_t expanded[2048];
+  const DWORD size = ::ExpandEnvironmentStringsW(Wide(text), expanded, 2048);
+  return size > 0 && size <= 2048 ? FromWide(expanded) : text;
+}
+
+}  // namespace
+
+frmAbout::frmAbout(std::u16string program_path) : record_(VersionRecord::Of(program_path)) {
+  icon_.SetExeName(program_path);
+  if (record_.title.empty()) record_.title = LoadText(IDS_PROGRAM);
+}
+
+void frmAbout::Show(HWND owner) {
+  Open({L"Pylon.frmAbout", kSize, {}, 0, kOk}, LoadText(IDS_ABOUT_CAPTION, record_.title), owner);
+  ShowOnTop();
+}
+
+void frmAbout::AddControls() {
+  AddControl(L"STATIC", L"", SS_OWNERDRAW, kIcon);
+  for (const int id : {kTitle, kVersion, kDescription, kLegal}) {
+    Add(L"STATIC", 0, SS_LEFT | SS_NOPREFIX, id);
+  }
+  AddButton(kOk, IDS_OK, true);
+  AddButton(kSysInfo, IDS_ABOUT_SYSINFO);
+  SetText(kTitle, record_.title + u" - " + record_.description);
+  SetText(kVersion,
+          LoadText(IDS_ABOUT_VERSION, ToText(record_.major) + u"." + ToText(record_.minor)) +
+              LoadText(IDS_ABOUT_BUILD, ToText(record_.revision)));
+  SetText(kDescription, LoadText(IDS_ABOUT_DESCRIPTION));
+  SetText(kLegal, record_.legal_notice + u"\r\n" + record_.trademarks);
+}
+
+void frmAbout::Arrange() {
+  const SIZE client = Client();
+  const int margin = Scaled(kMargin);
+  const int gap = Scaled(kGap);
+  const int icon = Scaled(kIconSize);
+  const int x = margin + icon + margin;
+  const int width = client.cx - x - margin;
+  const int button = ButtonWidth({kOk, kSysInfo});
+  const int buttons = client.cy - margin - ButtonHeight();
+  Place(kIcon, margin, margin, icon, icon);
+  int y = margin;
+  Place(kTitle, x, y, width, Line());
+  y += Line() + gap / 2;
+  Place(kVersion, x, y, width, Line());
+  y += Line() + gap;
+  Place(kDescription, x, y, width, 2 * Line());
+  y += 2 * Line() + gap;
+  Place(kLegal, x, y, width, std::max(buttons - gap - y, Line()));
+  Place(kOk, client.cx - margin - button, buttons, button, ButtonHeight());
+  Place(kSysInfo, client.cx - margin - 2 * button - gap, buttons, button, ButtonHeight());
+}
+
+void frmAbout::OnCommand(int id, int) {
+  if (id == kSysInfo) StartSysInfo();
+  if (id == kOk || id == IDOK) Close();
+}
+
+LRESULT frmAbout::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  if (message == WM_DRAWITEM) {
+    icon_.GetIconLarge(reinterpret_cast<const DRAWITEMSTRUCT*>(lparam)->hDC, 0, 0,
+                       Scaled(kIconSize));
+    return TRUE;
+  }
+  return SetupForm::OnMessage(message, wparam, lparam);
+}
+
+void frmAbout::StartSysInfo() {
+  const std::u16string path = SysInfoPath();
+  if (path.empty() || StartProcess(path, u"\"" + path + u"\"") != ERROR_SUCCESS) {
+    Ask(LoadText(IDS_NO_SYSINFO), MB_OK);
+  }
+}
+
+std::u16string frmAbout::SysInfoPath() {
+  const std::u16string path = GetKeyValue(HKEY_LOCAL_MACHINE, kToolKey, kToolValue);
+  if (!path.empty()) return path;
+  const std::u16string folder = GetKeyValue(HKEY_LOCAL_MACHINE, kLocationKey, kLocationValue);
+  const std::u16string file = folder + kToolFile;
+  return !folder.empty() && win::IsFile(file) ? file : std::u16string();
+}
+
+std::u16string frmAbout::GetKeyValue(HKEY root, const std::u16string& key_name,
+                                     const std::u16string& value_name) {
+  RegistryKey key;
+  if (::RegOpenKeyExW(root, Wide(key_name), 0, KEY_QUERY_VALUE, key.Receive()) != ERROR_SUCCESS) {
+    return {};
+  }
+  DWORD type = 0;
+  DWORD size = 0;
+  if (::RegQueryValueExW(key.get(), Wide(value_name), nullptr, &type, nullptr, &size) !=
+      ERROR_SUCCESS) {
+    return {};
+  }
+  // One NUL more than what is stored, which may lack its own.
+  std::vector<wchar_t> text(size / sizeof(wchar_t) + 2);
+  if (::RegQueryValueExW(key.get(), Wide(value_name), nullptr, &type,
+                         reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS) {
+    return {};
+  }
+  if (type == REG_DWORD && size == sizeof(DWORD)) {
+    char digits[16];
+    std::snprintf(digits, sizeof(digits), "&h%lX", *reinterpret_cast<const DWORD*>(text.data()));
+    return FromAscii(digits);
+  }
+  if (type == REG_SZ) return FromWide(text.data());
+  return type == REG_EXPAND_SZ ? Expanded(FromWide(text.data())) : std::u16string();
+}
+
+}  // namespace pylon

@@ -1,0 +1,317 @@
+#include "setup/frmAddConduit.h"
+
+#include <shobjidl.h>
+
+#include <algorithm>
+
+#include "base/AutomationError.h"
+#include "base/Com.h"
+#include "base/Text.h"
+#include "files/IniText.h"
+#include "setup/ComponentRegistration.h"
+#include "setup/SetupModel.h"
+#include "setup/Strings.h"
+#include "setup/Texts.h"
+#include "setup/WindowsSetupServices.h"
+
+namespace pylon {
+namespace {
+
+// Units.
+constexpr SIZE kSize = {520, 306};
+constexpr int kMargin = 14;
+constexpr int kGap = 8;
+constexpr int kListHeight = 240;
+
+std::u16string SystemFolder() {
+  wchar_t folder[MAX_PATH] = L"";
+  ::GetSystemDirectoryW(folder, MAX_PATH);
+  return FromWide(folder);
+}
+
+enum class Pick { kFile, kFolder };
+
+// The shell's dialog; nothing when the user cancels it or the system has none.
+std::optional<std::u16string> PickPath(HWND owner, Pick what) {
+  com::Ptr<IFileOpenDialog> dialog;
+  if (FAILED(::CoCreateInstance(CLSID_FileOpenDialog, nullptr, CLSCTX_INPROC_SERVER,
+                                __uuidof(IFileOpenDialog),
+                                reinterpret_cast<void**>(dialog.Receive())))) {
+    return std::nullopt;
+  }
+  DWORD options = 0;
+  dialog->GetOptions(&options);
+  options |= FOS_FORCEFILESYSTEM | FOS_NOCHANGEDIR;
+  const std::u16string filter = LoadText(IDS_ADD_FILTER);
+  if (what == Pick::kFolder) {
+    options |= FOS_PICKFOLDERS;
+  } else {
+    options |= FOS_FILEMUSTEXIST;
+    const COMDLG_FILTERSPEC types[] = {{Wide(filter), L"*.dll;*.exe;*.ocx"}};
+    dialog->SetFileTypes(1, types);
+  }
+  dialog->SetOptions(options);
+  com::Ptr<IShellItem> item;
+  if (FAILED(dialog->Show(owner)) || FAILED(dialog->GetResult(item.Receive()))) {
+    return std::nullopt;
+  }
+  wchar_t* path = nullptr;
+  if (FAILED(item->GetDisplayName(SIGDN_FILESYSPATH, &path))) return std::nullopt;
+  std::u16string text = FromWide(path);
+  ::CoTaskMemFree(path);
+  return text;
+}
+
+}  // namespace
+
+void frmAddConduit::Show(HWND owner) {
+  Open({L"Pylon.frmAddConduit", kSize, {}, 0, kAdd}, LoadText(IDS_ADD_CAPTION), owner);
+  ShowOnTop();
+}
+
+void frmAddConduit::AddControls() {
+  Add(L"STATIC", IDS_ADD_HINT, SS_LEFT, kHint);
+  AddLabel(kClassLabel, IDS_ADD_CLASS);
+  Add(L"COMBOBOX", 0, CBS_DROPDOWN | CBS_AUTOHSCROLL | WS_VSCROLL | WS_TABSTOP, kClass);
+  AddButton(kCheck, IDS_ADD_ASK);
+  AddButton(kFile, IDS_ADD_FILE);
+  AddLabel(kFound);
+  AddLabel(kAppIdLabel, IDS_ADD_APPID);
+  Add(L"EDIT", 0, ES_AUTOHSCROLL | WS_TABSTOP, kAppId, WS_EX_CLIENTEDGE);
+  AddLabel(kFolderLabel, IDS_ADD_FOLDER);
+  Add(L"EDIT", 0, ES_AUTOHSCROLL | WS_TABSTOP, kFolder, WS_EX_CLIENTEDGE);
+  AddButton(kBrowse, IDS_ADD_BROWSE);
+  AddButton(kAdd, IDS_ADD_BUTTON, true);
+  AddButton(kCancel, IDS_CANCEL);
+  if (LacksElevation()) ::SendMessageW(Control(kFile), BCM_SETSHIELD, 0, TRUE);
+}
+
+void frmAddConduit::Arrange() {
+  const SIZE client = Client();
+  const int margin = Scaled(kMargin);
+  const int gap = Scaled(kGap);
+  const int width = client.cx - 2 * margin;
+  const int height = ButtonHeight();
+  const int button = ButtonWidth({kFile, kCheck, kBrowse, kAdd, kCancel}) + Scaled(16);
+  const int field = width - button - gap;
+  int y = margin;
+  Place(kHint, margin, y, width, 2 * Line());
+  y += 2 * Line() + gap;
+  Place(kClassLabel, margin, y, width, Line());
+  y += Line() + gap / 2;
+  const int combo = Line() + Scaled(8);
+  Place(kClass, margin, y + (height - combo) / 2, field, Scaled(kListHeight));
+  Place(kCheck, margin + field + gap, y, button, height);
+  y += height + gap;
+  Place(kFound, margin, y + (height - Line()) / 2, field, Line());
+  Place(kFile, margin + field + gap, y, button, height);
+  y += height + gap;
+  Place(kAppIdLabel, margin, y, width, Line());
+  y += Line() + gap / 2;
+  Place(kAppId, margin, y, field, combo);
+  y += combo + gap;
+  Place(kFolderLabel, margin, y, width, Line());
+  y += Line() + gap / 2;
+  Place(kFolder, margin, y + (height - combo) / 2, field, combo);
+  Place(kBrowse, margin + field + gap, y, button, height);
+  y = client.cy - margin - height;
+  Place(kCancel, client.cx - margin - button, y, button, height);
+  Place(kAdd, client.cx - margin - 2 * button - gap, y, button, height);
+}
+
+void frmAddConduit::OnCommand(int id, int code) {
+  if (id == kCancel && busy_) stop_ = true;
+  if (busy_) return;
+  switch (id) {
+    case kAdd:
+      OnAdd();
+      break;
+    case kCancel:
+      Close();
+      break;
+    case kFile:
+      ChooseFile();
+      break;
+    case kBrowse:
+      ChooseFolder();
+      break;
+    case kCheck: {
+      const std::u16string why = AskComponent(true);
+      if (!why.empty()) SetText(kFound, LoadText(IDS_ADD_NOT_FOUND, why));
+      break;
+    }
+    case kClass:
+      if (code == CBN_DROPDOWN) ListClasses();
+      if (code == CBN_EDITCHANGE || code == CBN_SELCHANGE) SetText(kFound, {});
+      break;
+    default:
+      break;
+  }
+}
+
+void frmAddConduit::ChooseFile() {
+  const auto file = PickPath(handle(), Pick::kFile);
+  if (file && handle()) TakeFile(*file);
+}
+
+void frmAddConduit::TakeFile(const std::u16string& file) {
+  const auto command = CommandToRegister(file, SystemFolder());
+  if (!command) {
+    ShowError(LoadText(IDS_ADD_NO_FILE, file));
+    return;
+  }
+  SetBusy(true);
+  SetText(kFound, LoadText(IDS_REGISTERING, file.substr(file.rfind(u'\\') + 1)));
+  const WaitYield yield = [this] { return yield_() && handle() && !stop_; };
+  const WaitResult result =
+      LacksElevation()
+          ? ShellVerbAndWait(handle(), command->program, command->arguments, u"runas", 0, yield)
+          : ProgramAndWait(command->program, u"\"" + command->program + u"\" " + command->arguments,
+                           yield);
+  if (!handle()) return;
+  SetBusy(false);
+  SetText(kFound, {});
+  if (result.end == WaitEnd::kNotStarted) {
+    if (result.code != ERROR_CANCELLED) {
+      ShowError(LoadText(IDS_ADD_NOT_REGISTERED, SystemReason(result.code)));
+    }
+    return;
+  }
+  if (result.end == WaitEnd::kStopped) {
+    SetText(kFound, LoadText(IDS_WORK_LEFT));
+    return;
+  }
+  if (result.end == WaitEnd::kEnded && result.code != 0) {
+    ShowError(LoadText(IDS_ADD_NOT_REGISTERED,
+                       LoadText(IDS_ADD_EXIT_CODE, ToText(static_cast<int32_t>(result.code)))));
+    return;
+  }
+  const std::vector<std::u16string> names = ClassNamesOf(file);
+  if (names.empty()) {
+    SetText(kFound, LoadText(IDS_ADD_NO_CLASSES));
+    return;
+  }
+  const HWND combo = Control(kClass);
+  ::SendMessageW(combo, CB_RESETCONTENT, 0, 0);
+  for (const std::u16string& name : names) {
+    ::SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(name)));
+  }
+  listed_ = true;
+  // One that is no conduit may stand beside one that is.
+  int first = 0;
+  for (size_t i = 0; i < names.size() && names.size() > 1; ++i) {
+    if (components_.Create(names[i]).component) {
+      first = static_cast<int>(i);
+      break;
+    }
+  }
+  ::SendMessageW(combo, CB_SETCURSEL, static_cast<WPARAM>(first), 0);
+  const std::u16string why = AskComponent(true);
+  if (!why.empty()) SetText(kFound, LoadText(IDS_ADD_NOT_FOUND, why));
+}
+
+void frmAddConduit::ChooseFolder() {
+  const auto folder = PickPath(handle(), Pick::kFolder);
+  if (folder && handle()) SetText(kFolder, *folder);
+}
+
+void frmAddConduit::ListClasses() {
+  if (listed_) return;
+  listed_ = true;
+  const HWND combo = Control(kClass);
+  const std::u16string typed = TextOf(kClass);
+  const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+  ::SendMessageW(combo, WM_SETREDRAW, FALSE, 0);
+  for (const std::u16string& name : AllClassNames()) {
+    ::SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(name)));
+  }
+  ::SendMessageW(combo, WM_SETREDRAW, TRUE, 0);
+  ::SetCursor(before);
+  SetText(kClass, typed);
+}
+
+std::u16string frmAddConduit::AskComponent(bool propose) {
+  const std::u16string class_id(Trim(TextOf(kClass)));
+  if (class_id.empty()) return LoadText(IDS_ADD_NO_CLASS);
+  std::u16string name;
+  std::u16string version;
+  std::u16string author;
+  SetBusy(true);
+  std::u16string why;
+  try {
+    const ComponentFactory::Result created = components_.Create(class_id);
+    if (created.failure == ComponentFactory::Failure::kNoInterface) {
+      why = LoadText(IDS_ADD_NO_CONDUIT);
+    } else if (!created.component) {
+      why = created.reason;
+    } else {
+      name = created.component->GetConduitInfo(ctApplicationName);
+      version = created.component->GetConduitInfo(ctVersion);
+      author = created.component->GetConduitInfo(ctAuthor);
+    }
+  } catch (const AutomationError& error) {
+    why = error.description();
+  }
+  if (!handle()) return {};
+  SetBusy(false);
+  if (!why.empty()) return why;
+  std::u16string found = name + u" " + version;
+  if (!author.empty()) found += LoadText(IDS_CONDUIT_BY, author);
+  SetText(kFound, LoadText(IDS_ADD_FOUND, OneLine(found)));
+  const std::u16string typed = TextOf(kAppId);
+  if (propose && (typed.empty() || typed == proposal_)) {
+    proposal_ = ProposeAppId(name, class_id, taken_);
+    SetText(kAppId, proposal_);
+  }
+  return {};
+}
+
+void frmAddConduit::OnAdd() {
+  const std::u16string class_id(Trim(TextOf(kClass)));
+  std::u16string why;
+  bool asked = false;
+  if (!class_id.empty() && Trim(TextOf(kAppId)).empty()) {
+    why = AskComponent(true);
+    asked = true;
+  }
+  if (!handle()) return;
+  Result result = {std::u16string(Trim(TextOf(kAppId))), {{u"ClassID", class_id}}};
+  if (const Phrase objection = Objection({class_id, result.app_id}, taken_)) {
+    ShowError(asked && !why.empty() ? LoadText(IDS_ADD_NOT_FOUND, why) : LoadText(objection));
+    ::SetFocus(Control(class_id.empty() ? kClass : kAppId));
+    return;
+  }
+  const std::u16string folder(Trim(TextOf(kFolder)));
+  if (!IsIniValue(folder)) {
+    ShowError(LoadText(IDS_ADD_BAD_FOLDER));
+    return;
+  }
+  if (!folder.empty()) result.entries.emplace_back(u"PCPath", folder);
+  if (!asked) why = AskComponent(false);
+  if (!handle()) return;
+  if (!why.empty() &&
+      Ask(LoadText(IDS_ADD_ANYWAY, why), MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) != IDYES) {
+    return;
+  }
+  const std::u16string refusal = on_add ? on_add(result) : std::u16string();
+  if (!refusal.empty()) {
+    ShowError(refusal);
+    return;
+  }
+  Close();
+}
+
+void frmAddConduit::SetBusy(bool busy) {
+  busy_ = busy;
+  stop_ = false;
+  if (busy) focus_before_ = ::GetFocus();
+  for (const int id : {kClass, kFile, kCheck, kAppId, kFolder, kBrowse, kAdd}) Enable(id, !busy);
+  if (busy) {
+    ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+    return;
+  }
+  ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));
+  if (focus_before_ && ::IsChild(handle(), focus_before_)) ::SetFocus(focus_before_);
+}
+
+}  // namespace pylon

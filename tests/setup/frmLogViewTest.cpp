@@ -1,0 +1,168 @@
+#include "setup/frmLogView.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "base/Text.h"
+#include "sync/CLog.h"
+#include "tests/files/TempFolder.h"
+#include "tests/setup/SetupDesk.h"
+
+namespace pylon {
+namespace {
+
+using namespace testing;
+
+struct LogWindow : ::testing::Test {
+  static void SetUpTestSuite() { UseRealPixels(); }
+
+  void Log(const std::u16string& device, std::initializer_list<const char16_t*> lines) {
+    CLog log(folder.path(), code_page, clock, nullptr);
+    log.SetDeviceName(device);
+    log.SetAppId(u"My App");
+    for (const char16_t* line : lines) log.UpdateLog(line);
+  }
+  HWND handle() const { return window.handle(); }
+  HWND List() const { return ::GetDlgItem(handle(), frmLogView::kList); }
+  int Rows() const { return ListView_GetItemCount(List()); }
+  std::u16string Cell(int row, int column) const {
+    wchar_t text[256] = L"";
+    ListView_GetItemText(List(), row, column, text, 256);
+    return FromWide(text);
+  }
+  std::u16string Clipboard() const {
+    std::u16string text;
+    if (!::OpenClipboard(nullptr)) return u"no clipboard";
+    if (const HANDLE data = ::GetClipboardData(CF_UNICODETEXT)) {
+      text = FromWide(static_cast<const wchar_t*>(::GlobalLock(data)));
+      ::GlobalUnlock(data);
+    }
+    ::CloseClipboard();
+    return text;
+  }
+  void Filter(const std::u16string& text) {
+    const std::u16string before = TextIn(handle(), frmLogView::kInfo);
+    Type(handle(), frmLogView::kFilter, text);
+    PumpUntil(window, [&] { return TextIn(handle(), frmLogView::kInfo) != before; });
+  }
+
+  const TempFolder folder;
+  const AnsiCodePage& code_page = AnsiCodePage::Windows1252();
+  SystemClock clock;
+  frmLogView window{folder.path(), code_page};
+};
+
+TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
+  Log(u"Mary", {u"Begin Sync", u"Conduit Error: 5 (X) bad", u"Sync Finished"});
+  window.Show(u"My App", u"The App");
+  EXPECT_EQ(TextOf(handle()), u"Log of The App");
+  ASSERT_EQ(Rows(), 3);
+  EXPECT_EQ(Cell(2, 1), u"Sync Finished");
+  EXPECT_GT(Cell(0, 0).size(), 7U) << "a time";
+  EXPECT_EQ(TextIn(handle(), frmLogView::kInfo), u"3 lines, 1 with errors");
+
+  Filter(u"SYNC");
+  ASSERT_EQ(Rows(), 2);
+  EXPECT_EQ(Cell(1, 1), u"Sync Finished");
+  EXPECT_EQ(TextIn(handle(), frmLogView::kInfo), u"2 lines shown");
+  Filter(u"");
+  EXPECT_EQ(Rows(), 3);
+
+  Log(u"Mary", {u"Begin Sync"});
+  Press(window, List(), VK_F5);
+  EXPECT_EQ(Rows(), 4);
+  Press(window, List(), VK_ESCAPE);
+  EXPECT_EQ(handle(), nullptr);
+}
+
+TEST_F(LogWindow, ErrorsHaveAColourOfTheirOwn) {
+  Log(u"Mary", {u"Begin Sync", u"Sync Failed: why"});
+  window.Show(u"My App", u"");
+  for (const auto& [row, red] : {std::pair{0, false}, std::pair{1, true}}) {
+    NMLVCUSTOMDRAW draw = {};
+    draw.nmcd.hdr = {List(), frmLogView::kList, static_cast<UINT>(NM_CUSTOMDRAW)};
+    draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
+    draw.nmcd.dwItemSpec = static_cast<DWORD_PTR>(row);
+    draw.clrText = RGB(0, 0, 0);
+    ::SendMessageW(handle(), WM_NOTIFY, frmLogView::kList, reinterpret_cast<LPARAM>(&draw));
+    EXPECT_EQ(draw.clrText != RGB(0, 0, 0), red) << row;
+  }
+}
+
+TEST_F(LogWindow, CopiesTheSelectedLinesOrAll) {
+  Log(u"Mary", {u"one", u"two", u"three"});
+  window.Show(u"My App", u"");
+  ListView_SetItemState(List(), 1, LVIS_SELECTED, LVIS_SELECTED);
+  Press(window, List(), 'C', VK_CONTROL);
+  EXPECT_EQ(Clipboard(), Cell(1, 0) + u"\ttwo\r\n");
+  Press(window, List(), 'A', VK_CONTROL);
+  Click(handle(), frmLogView::kCopy);
+  EXPECT_TRUE(Clipboard().ends_with(u"\tthree\r\n"));
+  EXPECT_TRUE(Clipboard().find(u"\tone\r\n") < 40);
+  Press(window, List(), 'F', VK_CONTROL);
+  EXPECT_EQ(::GetFocus(), ::GetDlgItem(handle(), frmLogView::kFilter));
+}
+
+TEST_F(LogWindow, EachDeviceHasItsOwn) {
+  window.Show(u"My App", u"");
+  EXPECT_EQ(Rows(), 0);
+  EXPECT_EQ(TextIn(handle(), frmLogView::kInfo),
+            u"This conduit has no log yet: it has not been synced.");
+  EXPECT_FALSE(Enabled(handle(), frmLogView::kCopy));
+  Log(u"Mary", {u"of Mary"});
+  Log(u"Palm", {u"of a Palm", u"second"});
+  Click(handle(), frmLogView::kReload);
+  const HWND combo = ::GetDlgItem(handle(), frmLogView::kDevice);
+  ASSERT_EQ(::SendMessageW(combo, CB_GETCOUNT, 0, 0), 2);
+  for (const char16_t* device : {u"Mary", u"Palm"}) {
+    ::SendMessageW(combo, CB_SELECTSTRING, static_cast<WPARAM>(-1),
+                   reinterpret_cast<LPARAM>(device));
+    ::SendMessageW(handle(), WM_COMMAND, MAKELONG(frmLogView::kDevice, CBN_SELCHANGE),
+                   reinterpret_cast<LPARAM>(combo));
+    EXPECT_NE(Cell(0, 1).find(device), std::u16string::npos);
+  }
+}
+
+TEST_F(LogWindow, ALargeLogShowsItsEndAtOnce) {
+  Log(u"Mary", {u"the very first"});
+  const std::u16string path = folder.File(u"My App\\Mary\\My App.log");
+  {
+    const FileHandle file(::CreateFileW(Wide(path), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                                        FILE_ATTRIBUTE_NORMAL, nullptr));
+    ASSERT_TRUE(file);
+    std::string block;
+    while (block.size() < (1U << 20)) block += "1.1.2026 10:00\ta line of a long log\r\n";
+    ::SetFilePointer(file.get(), 0, nullptr, FILE_END);
+    DWORD written = 0;
+    for (int i = 0; i < 100; ++i) {
+      ::WriteFile(file.get(), block.data(), static_cast<DWORD>(block.size()), &written, nullptr);
+    }
+    const std::string last = "1.1.2026 10:01\tthe last\r\n";
+    ::WriteFile(file.get(), last.data(), static_cast<DWORD>(last.size()), &written, nullptr);
+  }
+  window.Show(u"My App", u"");
+  EXPECT_GT(Rows(), 100'000);
+  EXPECT_EQ(Cell(Rows() - 1, 1), u"the last");
+  EXPECT_EQ(Cell(0, 1), u"a line of a long log") << "no half line";
+  EXPECT_NE(TextIn(handle(), frmLogView::kInfo).find(u"are not shown"), std::u16string::npos);
+  Filter(u"the last");
+  EXPECT_EQ(Rows(), 1);
+}
+
+TEST_F(LogWindow, IsTidyAtEveryDpi) {
+  SKIP_WITHOUT_DRAWING();
+  Log(u"Mary", {u"one"});
+  window.Show(u"My App", u"");
+  for (const int dpi : {96, 144, 192, 96}) {
+    SCOPED_TRACE(dpi);
+    RECT rect = {0, 0, ::MulDiv(560, dpi, 96), ::MulDiv(320, dpi, 96)};
+    ::SendMessageW(handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
+                   reinterpret_cast<LPARAM>(&rect));
+    ExpectTidy(handle());
+    ExpectTextsFit(handle());
+  }
+}
+
+}  // namespace
+}  // namespace pylon
