@@ -129,7 +129,13 @@ class AppforgeAppSettings::Table {
   }
   void WriteDefinition() {
     for (const char16_t* field : kFields) definition_->AddFieldName(field, eStringField);
-    database_.WriteAppInfoBlock(definition_->AppInfoBlock());
+    try {
+      database_.WriteAppInfoBlock(definition_->AppInfoBlock());
+    } catch (const AutomationError&) {
+      // A database without them would be taken for an empty table ever after.
+      RemoveWhatWasMade();
+      throw;
+    }
   }
 
   bool Find(std::u16string_view section, std::u16string_view key) {
@@ -165,6 +171,14 @@ class AppforgeAppSettings::Table {
   void Leave() { visit_.Leave(); }
 
  private:
+  void RemoveWhatWasMade() noexcept {
+    try {
+      database_.RemoveDatabase();
+    } catch (const std::exception&) {
+      // Another error is on its way to the caller.
+    }
+  }
+
   // Not every text survives the handheld's strings, and a record that can't be read would hide all
   // settings behind it.
   bool ReadsBackAs(std::u16string_view value) const {

@@ -9,6 +9,7 @@
 namespace pylon {
 namespace {
 
+constexpr int32_t kInternalError = 51;
 constexpr int32_t kNameTaken = 58;
 constexpr int32_t kBusy = 0x20;        // attribute of a record that an application has in hand
 constexpr size_t kMaxNameLength = 31;  // a handheld's 32 bytes end in a zero
@@ -56,9 +57,12 @@ bool PDBDatabasePalm::Refuse(std::u16string_view reason) const {
   return false;
 }
 
-AutomationError PDBDatabasePalm::Failure(ErrorNumber number, std::u16string_view what) const {
+AutomationError PDBDatabasePalm::Failure(int32_t number, std::u16string_view what) const {
   return AutomationError(
-      number, u"The database \"" + name_ + u"\" on the handheld: " + std::u16string(what));
+      number, {}, u"The database \"" + name_ + u"\" on the handheld: " + std::u16string(what));
+}
+AutomationError PDBDatabasePalm::Failure(ErrorNumber number, std::u16string_view what) const {
+  return Failure(static_cast<int32_t>(number), what);
 }
 
 void PDBDatabasePalm::RequireSize(size_t size, std::u16string_view what) const {
@@ -113,8 +117,13 @@ void PDBDatabasePalm::SetCreatorId(std::u16string_view id) {
     const std::shared_ptr<Handheld> handheld = handheld_;
     const std::u16string creator(id);
     DropLink();
-    handheld->DeleteDatabase(name_);
-    TakeLink(handheld, handheld->CreateDatabase(name_, creator, kType));
+    try {
+      handheld->DeleteDatabase(name_);
+      TakeLink(handheld, handheld->CreateDatabase(name_, creator, kType));
+    } catch (const AutomationError&) {
+      if (!handheld->IsLost()) Reopen(handheld, IfGone::kCreate);
+      throw;
+    }
     creator_ = creator;
     return;
   }
@@ -138,7 +147,7 @@ Date PDBDatabasePalm::ModifyDateTime() const {
 
 void PDBDatabasePalm::TakeLink(const std::shared_ptr<Handheld>& handheld,
                                std::unique_ptr<HandheldDatabase> link) {
-  if (!link) throw Failure(ErrorNumber::kDeviceIo, u"it can't be opened");
+  if (!link) throw Failure(kInternalError, u"it can't be opened");
   if (!handheld_) throw Failure(ErrorNumber::kInvalidArgument, u"the session has ended meanwhile");
   HandheldDatabase* const database = link.release();
   link_ = Link(database, [handheld](HandheldDatabase* closed) { delete closed; });
@@ -246,16 +255,20 @@ void PDBDatabasePalm::RemoveDatabase() {
   try {
     if (NameIsPossible()) handheld->DeleteDatabase(name_);
   } catch (const AutomationError&) {
-    if (was_open && !handheld->IsLost()) Reopen(handheld);
+    if (was_open && !handheld->IsLost()) Reopen(handheld, IfGone::kLeave);
     throw;
   }
   unreadable_ = is_new_ = untouched_ = false;
   if (index_) index_->Discard();
 }
 
-void PDBDatabasePalm::Reopen(const std::shared_ptr<Handheld>& handheld) noexcept {
+void PDBDatabasePalm::Reopen(const std::shared_ptr<Handheld>& handheld, IfGone if_gone) noexcept {
   try {
-    TakeLink(handheld, handheld->OpenDatabase(name_));
+    std::unique_ptr<HandheldDatabase> link = handheld->OpenDatabase(name_);
+    if (!link && if_gone == IfGone::kCreate) {
+      link = handheld->CreateDatabase(name_, creator_, kType);
+    }
+    TakeLink(handheld, std::move(link));
   } catch (const std::exception&) {
     // Another error is on its way to the caller, who finds the database closed.
   }
@@ -309,7 +322,7 @@ void PDBDatabasePalm::Note(int32_t index, uint32_t id, int32_t attributes) {
   const auto position = static_cast<size_t>(index) - 1;
   if (ids_.size() <= position) ids_.resize(position + 1);
   ids_[position] = id;
-  if (attributes & eDelete) {
+  if ((attributes & eDelete) && id != 0) {
     deleted_.insert(id);
   } else {
     deleted_.erase(id);
@@ -323,9 +336,15 @@ void PDBDatabasePalm::Cover(int32_t from, int32_t to) {
 }
 
 std::optional<int32_t> PDBDatabasePalm::KnownIndexOf(uint32_t id) const {
-  const auto found = std::ranges::find(ids_, id);
-  if (found == ids_.end()) return std::nullopt;
-  return static_cast<int32_t>(found - ids_.begin()) + 1;
+  const auto start = ids_.begin() + static_cast<ptrdiff_t>(std::min(near_, ids_.size()));
+  auto found = std::find(start, ids_.end(), id);
+  if (found == ids_.end()) {
+    found = std::find(ids_.begin(), start, id);
+    if (found == start) return std::nullopt;
+  }
+  const auto position = static_cast<size_t>(found - ids_.begin());
+  near_ = position > 0 ? position - 1 : 0;
+  return static_cast<int32_t>(position) + 1;
 }
 
 // Nothing outside of the records. What the handheld should have and doesn't give is an error: it
@@ -339,7 +358,7 @@ std::optional<HandheldRecord> PDBDatabasePalm::ReadAt(HandheldDatabase& link, in
   } else {
     ForgetRecords();
     if (index <= Count(link)) {
-      throw Failure(ErrorNumber::kDeviceIo, u"record " + ToText(index) + u" can't be read");
+      throw Failure(kInternalError, u"record " + ToText(index) + u" can't be read");
     }
   }
   return record;
@@ -349,7 +368,7 @@ std::optional<HandheldRecord> PDBDatabasePalm::NextModified(HandheldDatabase& li
   if (count_ && from > *count_) return std::nullopt;
   std::optional<HandheldRecord> record = link.ReadNextModified(from - 1);
   if (record && IndexOf(*record) < from) {
-    throw Failure(ErrorNumber::kDeviceIo, u"its modified records come in no order");
+    throw Failure(kInternalError, u"its modified records come in no order");
   }
   if (record) Note(IndexOf(*record), record->id, StoredAttributesOf(*record));
   Cover(from, record ? IndexOf(*record) + 1 : kAll);
@@ -468,8 +487,7 @@ void PDBDatabasePalm::Update(int32_t Index, int32_t& UniqueId, int16_t Category,
   if (UniqueId != 0 && !IsUniqueId(UniqueId)) {
     throw BadArgument(u"The unique id " + ToText(UniqueId) + u" is not within 0 to 16777215");
   }
-  const ByteSpan data = oByteStream.RecordBytes();
-  RequireSize(data.size(), u"a record");
+  RequireSize(oByteStream.RecordBytes().size(), u"a record");
 
   const int32_t count = Count(*link);
   const bool is_new = Index < 1 || Index > count;
@@ -479,6 +497,10 @@ void PDBDatabasePalm::Update(int32_t Index, int32_t& UniqueId, int16_t Category,
   uint32_t id = 0;
   if (!is_new) {
     id = IdAt(*link, Index, UniqueId);
+    // Written under none, it would come a second time.
+    if (id == 0) throw Failure(kInternalError, u"record " + ToText(Index) + u" has no unique id");
+    // Should this fail, nobody knows whether it is alive again.
+    deleted_.erase(id);
   } else if (UniqueId != 0) {
     const auto wanted = static_cast<uint32_t>(UniqueId);
     if (KnownIndexOf(wanted) || link->ReadById(wanted)) {
@@ -489,7 +511,7 @@ void PDBDatabasePalm::Update(int32_t Index, int32_t& UniqueId, int16_t Category,
   const uint8_t stored = StoredAttributes(Attributes & ~kBusy, Category);
   id = Change([&] {
     return link->Write(id, static_cast<uint8_t>(CategoryOf(stored)),
-                       static_cast<uint8_t>(AttributesOf(stored)), data);
+                       static_cast<uint8_t>(AttributesOf(stored)), oByteStream.RecordBytes());
   });
   if (is_new) count_ = count + 1;
   Note(is_new ? count + 1 : Index, id, stored);
@@ -497,10 +519,10 @@ void PDBDatabasePalm::Update(int32_t Index, int32_t& UniqueId, int16_t Category,
 }
 
 // False when there is no such record. The cursor stays with the record that it stands on, for which
-// the index of the one that goes must be known, unless it stands at an end.
+// the index of the one that goes must be known, unless that can't matter.
 bool PDBDatabasePalm::RemoveRecord(HandheldDatabase& link, uint32_t id) {
   std::optional<int32_t> index = KnownIndexOf(id);
-  if (!index && cursor_ > 1 && cursor_ <= Count(link)) {
+  if (!index && (cursor_ > 1 || cursor_delivered_) && cursor_ <= Count(link)) {
     const std::optional<HandheldRecord> record = link.ReadById(id);
     if (!record) return false;
     index = IndexOf(*record);

@@ -59,7 +59,8 @@ class PDBDatabasePalm final : public PDBDatabase {
   std::u16string PDBDatabaseName() const override { return name_; }
   void SetPDBDatabaseName(std::u16string_view name) override;
   // Of the open database, else of the one that is created next. A database that was just created
-  // takes another as long as nothing was written to it; an older one raises error 445.
+  // takes another as long as nothing was written to it; an older one raises error 445. When the
+  // handheld refuses, it stays what it was, with its old creator.
   std::u16string CreatorId() const override;
   void SetCreatorId(std::u16string_view id) override;
   eDatabaseForType DatabaseFor() const override { return database_for_; }
@@ -70,7 +71,7 @@ class PDBDatabasePalm final : public PDBDatabase {
   // handheld was given before is on it, and the index speaks of that.
   void CloseDatabase() override;
   // When there is none, nothing happens. When the handheld refuses, the database stays open, if it
-  // was, with the cursor before the first record.
+  // was, with the cursor at the first record.
   void RemoveDatabase() override;
   // Of the type "DATA". One that exists is emptied, its records first and then its blocks: at no
   // moment is it gone, and it keeps its creator, type and dates. False as well, with a line in the
@@ -107,8 +108,9 @@ class PDBDatabasePalm final : public PDBDatabase {
   void ResetModifyFlags() override;
   int32_t RecordCount() const override;
   // The handheld gives the ids: a new record gets another than UniqueId says, and a UniqueId that
-  // is not the one of the record at Index raises error 5. The busy bit is not written. More than
-  // kMaxChunk bytes raise error 6.
+  // is not the one of the record at Index raises error 5; a record to which the handheld has given
+  // none can't be replaced, error 51. The busy bit is not written. More than kMaxChunk bytes raise
+  // error 6.
   void Update(int32_t Index, int32_t& UniqueId, int16_t Category, int32_t Attributes,
               const PDBByteStream& oByteStream) override;
   // As the handheld tells them; 0 where it doesn't.
@@ -126,13 +128,15 @@ class PDBDatabasePalm final : public PDBDatabase {
   // By value: a call over the link may let other work in, which may close the database.
   Link RequireOpen() const;
   bool Refuse(std::u16string_view reason) const;
+  AutomationError Failure(int32_t number, std::u16string_view what) const;
   AutomationError Failure(ErrorNumber number, std::u16string_view what) const;
   void RequireSize(size_t size, std::u16string_view what) const;
   bool NameIsPossible() const;
   std::optional<HandheldDatabaseInfo> Info() const;
   void TakeLink(const std::shared_ptr<Handheld>& handheld, std::unique_ptr<HandheldDatabase> link);
   void DropLink() noexcept;
-  void Reopen(const std::shared_ptr<Handheld>& handheld) noexcept;
+  enum class IfGone { kLeave, kCreate };
+  void Reopen(const std::shared_ptr<Handheld>& handheld, IfGone if_gone) noexcept;
   void Empty(HandheldDatabase& link);
   void ForgetRecords() noexcept;
   // Runs what changes the database. After a failure nobody knows how far it came.
@@ -177,6 +181,7 @@ class PDBDatabasePalm final : public PDBDatabase {
   // What the handheld has said; see the invariant above.
   mutable std::optional<int32_t> count_;
   std::vector<uint32_t> ids_;  // by index - 1; 0 and what is beyond the end: not known
+  mutable size_t near_ = 0;    // where in ids_ the next search starts: mostly they go in order
   // Ids of the records that were last met marked eDelete. None else of the records before
   // `covered_`, and of the modified ones, is marked so.
   std::set<uint32_t> deleted_;

@@ -239,11 +239,17 @@ std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app
   session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
   session_.device->SetDeviceType(dtHotSync);
   session_.device->SetDeviceName(kUnknownUser);
-  std::u16string refusal;
+  session_.device->SetDeviceDateTime(with_.clock.Now());
+  std::u16string refusal, no_time;
   try {
     const std::u16string user = with_.handheld->UserName();
     if (!user.empty()) session_.device->SetDeviceName(user);
-    session_.device->SetDeviceDateTime(with_.handheld->DateTime());
+    try {
+      session_.device->SetDeviceDateTime(with_.handheld->DateTime());
+    } catch (const AutomationError& error) {
+      if (IsHandheldLost()) throw;
+      no_time = error.description();
+    }
   } catch (const AutomationError& error) {
     refusal = u"The handheld does not tell its user, date and time: " + error.description();
   }
@@ -255,6 +261,10 @@ std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app
     return refusal + kLineEnd + kHandheldClosed;
   }
   with_.log->UpdateLog(u"Begin Sync using HotSync");
+  if (!no_time.empty()) {
+    with_.log->UpdateLog(u"The handheld's date and time can't be read, the PC's are used: " +
+                         no_time);
+  }
   auto files = std::make_shared<PDBFileSystemPalm>(with_.handheld, with_.code_page, with_.log,
                                                    SyncIndexes(pc_folder));
   files->SetCreatorId(session_.creator_id);

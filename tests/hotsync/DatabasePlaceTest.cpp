@@ -2,11 +2,11 @@
 
 #include <gmock/gmock.h>
 
-#include <optional>
 #include <vector>
 
 #include "appforge/AppforgeAppSettings.h"
 #include "appforge/PDBAppforgeDefinition.h"
+#include "tests/hotsync/HandheldRun.h"
 #include "tests/support/Errors.h"
 #include "tests/support/PdbTesting.h"
 
@@ -315,24 +315,8 @@ TEST_P(DatabasePlaceTest, DatabasesAreFoundByTheirExactName) {
 }
 
 TEST_P(DatabasePlaceTest, SettingsOfApplicationsAreInTheirTable) {
-  struct NoStore final : UserSettings {
-    std::optional<std::u16string> Read(std::u16string_view, std::u16string_view,
-                                       std::u16string_view) override {
-      return std::nullopt;
-    }
-    void Write(std::u16string_view, std::u16string_view, std::u16string_view,
-               std::u16string_view) override {}
-    bool Delete(std::u16string_view, std::u16string_view, std::u16string_view) override {
-      return false;
-    }
-  } store;
-  struct Run final : RunningSync {
-    eDeviceType DeviceType() const override { return dtHotSync; }
-    std::shared_ptr<PDBFileSystem> FileSystem() const override { return files; }
-    std::shared_ptr<PDBFileSystem> files;
-  };
-  const auto run = std::make_shared<Run>();
-  run->files = files_;
+  NoUserSettings store;
+  const auto run = std::make_shared<HandheldRun>(files_);
   AppforgeAppSettings settings(run, store, AnsiCodePage::Windows1252());
   const auto get = [&](const char16_t* section, const char16_t* key) {
     return settings.GetSettings(u"Memo", section, key, u"default");

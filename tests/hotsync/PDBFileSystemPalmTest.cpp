@@ -7,7 +7,9 @@
 #include <limits>
 #include <random>
 
+#include "appforge/AppforgeAppSettings.h"
 #include "pdb/PDBFileSystemPC.h"
+#include "tests/hotsync/HandheldRun.h"
 #include "tests/support/Errors.h"
 #include "tests/support/MemoryHandheld.h"
 #include "tests/support/PdbTesting.h"
@@ -20,10 +22,12 @@ using testing::CollectingLog;
 using ::testing::ElementsAre;
 using testing::ErrorOf;
 using testing::FixedClock;
+using testing::HandheldRun;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using testing::MemoryFolder;
 using testing::MemoryHandheld;
+using testing::NoUserSettings;
 using testing::Put;
 using testing::ReadAll;
 using testing::Reader;
@@ -395,6 +399,101 @@ TEST_F(FileSystemPalm, ALostLinkIsNeverTheEndOfTheRecords) {
   }
 }
 
+TEST_F(FileSystemPalm, ALostLinkIsToldByEveryCall) {
+  using Call = std::function<void()>;
+  std::shared_ptr<PDBDatabase> database;
+  const struct {
+    const char* name;
+    Call before;
+    Call call;
+  } cases[] = {
+      {"create over another", {}, [&] { files_->CreateDatabase(u"Stock", database); }},
+      {"create over an open one", [&] { database = Open(); },
+       [&] { files_->CreateDatabase(u"Stock", database); }},
+      {"another creator", [&] { files_->CreateDatabase(u"New", database); },
+       [&] { database->SetCreatorId(u"five"); }},
+      {"delete", [&] { database = Open(); }, [&] { files_->DeleteDatabase(u"Stock"); }},
+      {"replace, add, remove", [&] { database = Open(); },
+       [&] {
+         Put(*database, 2, {0, 0, 0, {}});
+         Put(*database, 0, {9, 0, 0, {}});
+         database->SetIterationIndex(3);
+         database->Remove(1);
+       }},
+      {"marks", [&] { database = Open(); },
+       [&] {
+         database->RemoveWithDeleteFlag();
+         database->ResetModifyFlags();
+         database->RemoveAll();
+       }},
+      {"settings",
+       {},
+       [&] {
+         NoUserSettings store;
+         AppforgeAppSettings(std::make_shared<HandheldRun>(files_), store,
+                             AnsiCodePage::Windows1252())
+             .SaveSettings(u"Memo", u"", u"Font", u"Arial");
+       }},
+  };
+  for (const auto& c : cases) {
+    int32_t error = 57;
+    for (int calls = 0; error != 0; ++calls) {
+      SCOPED_TRACE(std::string(c.name) + " " + std::to_string(calls));
+      Begin();
+      Fill(u"Stock", 5, eDelete | eDirty).app_info = Ascii("block");
+      if (c.before) c.before();
+      handheld_->calls_to_live = calls;
+      error = ErrorOf(c.call);
+      EXPECT_EQ(error, handheld_->IsLost() ? 57 : 0);
+      ASSERT_LT(calls, 50);
+      std::u16string failure;
+      EXPECT_TRUE(files_->End(failure));
+      EXPECT_EQ(handheld_.use_count(), 1);
+    }
+  }
+}
+
+TEST_F(FileSystemPalm, NoRecordIsSkippedAfterAFailure) {
+  Fill(u"Stock", 3, eDirty);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  Reader r;
+  EXPECT_TRUE(r.NextModified(*database));
+  handheld_->fault = "Write";
+  handheld_->fault_number = 70;
+  EXPECT_EQ(ErrorOf([&] { Put(*database, 1, {1, 0, 0, {}}); }), 70);
+  database->Remove(1);
+  EXPECT_TRUE(r.NextModified(*database));
+  EXPECT_EQ(r.id, 2);
+}
+
+// As in a database that came with the handheld.
+TEST_F(FileSystemPalm, RecordsWithoutIdAreReadOnly) {
+  Database& stock = Fill(u"Stock", 2, eDelete | eDirty);
+  stock.records[0].id = 0;
+  const std::shared_ptr<PDBDatabase> database = Open();
+  Reader r;
+  EXPECT_TRUE(r.Next(*database));
+  EXPECT_EQ(r.id, 0);
+  EXPECT_EQ(ErrorOf([&] { Put(*database, 1, {0, 0, 0, Ascii("x")}); }), 51);
+  EXPECT_EQ(ErrorOf([&] { database->Remove(0); }), 5);
+  database->RemoveWithDeleteFlag();
+  ASSERT_EQ(stock.records.size(), 1U);
+  EXPECT_EQ(stock.records[0].id, 0U);
+}
+
+TEST_F(FileSystemPalm, HalfATableOfSettingsDoesNotStay) {
+  NoUserSettings store;
+  AppforgeAppSettings settings(std::make_shared<HandheldRun>(files_), store,
+                               AnsiCodePage::Windows1252());
+  const auto save = [&] { settings.SaveSettings(u"Memo", u"", u"Font", u"Arial"); };
+  handheld_->fault = "WriteAppInfoBlock";
+  handheld_->fault_number = 7;
+  EXPECT_EQ(ErrorOf(save), 7);
+  EXPECT_THAT(handheld_->databases, IsEmpty());
+  save();
+  EXPECT_FALSE(handheld_->databases[u"Memo-Settings"].app_info.empty());
+}
+
 TEST_F(FileSystemPalm, WhatTheHandheldHasNotGivenIsNoEndEither) {
   Database& stock = Fill(u"Stock", 3);
   const std::shared_ptr<PDBDatabase> database = Open();
@@ -453,6 +552,23 @@ TEST_F(FileSystemPalm, TheCreatorCanChangeUntilSomethingIsWritten) {
   EXPECT_EQ(handheld_->databases[u"Stock"].records.size(), 1U);
   EXPECT_EQ(ErrorOf([&] { database->SetPDBDatabaseName(u"Other"); }), 445);
   EXPECT_EQ(ErrorOf([&] { database->SetPDBFilePath(u"C:\\Stock.pdb"); }), 445);
+}
+
+TEST_F(FileSystemPalm, ACreatorThatIsRefusedLeavesTheOldOne) {
+  for (const char* const fault : {"DeleteDatabase", "CreateDatabase"}) {
+    SCOPED_TRACE(fault);
+    Begin();
+    std::shared_ptr<PDBDatabase> database;
+    ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
+    handheld_->fault = fault;
+    handheld_->fault_number = 70;
+    EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"Inv1"); }), 70);
+    EXPECT_EQ(database->CreatorId(), u"memo");
+    EXPECT_EQ(handheld_->databases[u"Stock"].creator, u"memo");
+    EXPECT_EQ(database->RecordCount(), 0);
+    database->SetCreatorId(u"Inv1");
+    EXPECT_EQ(handheld_->databases[u"Stock"].creator, u"Inv1");
+  }
 }
 
 TEST_F(FileSystemPalm, RecordsAndBlocksHaveALimit) {

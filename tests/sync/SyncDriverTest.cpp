@@ -17,6 +17,7 @@
 namespace pylon {
 namespace {
 
+using ::testing::Contains;
 using ::testing::ElementsAre;
 using testing::ErrorOf;
 using testing::FixedClock;
@@ -171,11 +172,16 @@ TEST_F(HotSyncRun, FailsWithALostLink) {
 }
 
 TEST_F(HotSyncRun, FailsWhenTheHandheldDoesNotSayWhoItIs) {
-  handheld_->fault = "DateTime";
+  handheld_->fault = "UserName";
   handheld_->fault_number = 51;
   EXPECT_EQ(Run(handheld_), "The handheld does not tell its user, date and time: on demand");
   handheld_->user.clear();
+  handheld_->fault = "DateTime";  // which the PC can stand in for
+  components_.sync = [&](oSyncInfo& sync) {
+    EXPECT_EQ(sync.Device()->DeviceDateTime(), clock_.Now());
+  };
   EXPECT_EQ(Run(handheld_), "");
+  EXPECT_THAT(log_lines_.lines, Contains(HasSubstr("the PC's are used: on demand")));
   EXPECT_TRUE(folder_.Exists(u"Memos\\Unknown"));
 }
 
