@@ -686,6 +686,11 @@ SuiteServer::SuiteServer(std::shared_ptr<Session> session) {
                        u"The suite's classes can't be offered: " + com::SystemMessage(result)};
     }
     registrations_.push_back(registration);
+    // Clients come and go all the time.
+    if (reachable_.empty()) {
+      reachable_.emplace_back(IID_IClassFactory, factory.get());
+      reachable_.emplace_back(IID_IDispatch, suite_class.create(session).get());
+    }
   }
 }
 

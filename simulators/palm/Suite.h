@@ -32,6 +32,7 @@ class SuiteServer {
 
  private:
   std::vector<DWORD> registrations_;
+  std::vector<com::ReachableInterface> reachable_;
 };
 
 // How many objects were refused so far for want of a session.

@@ -85,12 +85,16 @@ ClassObjects::ClassObjects(Server& server, Reach reach) {
       com::Check(result);
     }
     registrations_.push_back(registration);
+    if (reach == Reach::kOtherProcesses && !factories_) {
+      factories_.emplace(IID_IClassFactory, factory.get());
+    }
   }
 }
 
 ClassObjects::~ClassObjects() { Revoke(); }
 
 void ClassObjects::Revoke() noexcept {
+  factories_.reset();
   for (const DWORD registration : registrations_) ::CoRevokeClassObject(registration);
   registrations_.clear();
 }

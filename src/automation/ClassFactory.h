@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -33,6 +34,7 @@ class ClassObjects {
   void Revoke() noexcept;
 
   std::vector<DWORD> registrations_;
+  std::optional<com::ReachableInterface> factories_;  // for other processes
 };
 
 }  // namespace pylon

@@ -80,6 +80,17 @@ std::u16string Text(BSTR text) {
   return {reinterpret_cast<const char16_t*>(text), text ? ::SysStringLen(text) : 0};
 }
 
+ReachableInterface::ReachableInterface(REFIID interface_id, IUnknown* object) {
+  Check(::CreateStreamOnHGlobal(nullptr, TRUE, marshalled_.Receive()));
+  Check(::CoMarshalInterface(marshalled_.get(), interface_id, object, MSHCTX_LOCAL, nullptr,
+                             MSHLFLAGS_TABLESTRONG));
+}
+
+ReachableInterface::~ReachableInterface() {
+  if (!marshalled_ || FAILED(marshalled_->Seek({}, STREAM_SEEK_SET, nullptr))) return;
+  ::CoReleaseMarshalData(marshalled_.get());
+}
+
 Variant FromBytes(ByteSpan bytes, int32_t lower_bound) {
   SAFEARRAYBOUND bound = {static_cast<ULONG>(bytes.size()), lower_bound};
   Variant result;

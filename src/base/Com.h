@@ -134,6 +134,20 @@ class Variant {
   VARIANT value_;
 };
 
+// Keeps an interface of this process reachable from others, with one object, for as long as it
+// lives: the release of the last object of its kind by another process then finds nothing to shut
+// down. Shutting down waits for calls under way, and in Wine at times for one that has just ended,
+// for ever.
+class ReachableInterface {
+ public:
+  ReachableInterface(REFIID interface_id, IUnknown* object);
+  ~ReachableInterface();
+  ReachableInterface(ReachableInterface&&) noexcept = default;
+
+ private:
+  Ptr<IStream> marshalled_;
+};
+
 // A zero-based array of unsigned bytes.
 Variant FromBytes(ByteSpan bytes, int32_t lower_bound = 0);
 

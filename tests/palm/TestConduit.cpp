@@ -1,6 +1,7 @@
 #include "tests/palm/TestConduit.h"
 
 #include <array>
+#include <optional>
 #include <system_error>
 
 #include "base/Text.h"
@@ -130,10 +131,12 @@ class Factory final : public IClassFactory {
   ULONG references_ = 1;
 };
 
-DWORD Offer(const CLSID& id) {
+DWORD Offer(const CLSID& id, std::optional<com::ReachableInterface>& reachable) {
   DWORD registration = 0;
-  com::Check(::CoRegisterClassObject(id, com::Ptr<IUnknown>::Own(new Factory(id)).get(),
-                                     CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE, &registration));
+  const auto factory = com::Ptr<IUnknown>::Own(new Factory(id));
+  com::Check(::CoRegisterClassObject(id, factory.get(), CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
+                                     &registration));
+  if (!reachable) reachable.emplace(IID_IClassFactory, factory.get());
   return registration;
 }
 
@@ -164,7 +167,7 @@ TestConduit::TestConduit() {
     SetKey(std::wstring(prog_id) + L"\\CLSID", key);
     SetKey(L"CLSID\\" + key + L"\\LocalServer32",
            std::wstring(L"\"") + Wide(ProgramPath()) + L"\" -crash");
-    if (id != kCrash) registrations_.push_back(Offer(id));
+    if (id != kCrash) registrations_.push_back(Offer(id, reachable_));
   }
 }
 
@@ -180,7 +183,8 @@ TestConduit::~TestConduit() {
 
 int ServeCrash() {
   com::Check(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
-  Offer(kCrash);
+  std::optional<com::ReachableInterface> reachable;
+  Offer(kCrash, reachable);
   // Ends by itself when nobody calls.
   ::SetTimer(nullptr, 0, 30'000, nullptr);
   MSG message;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -31,6 +32,7 @@ class TestConduit {
 
  private:
   std::vector<DWORD> registrations_;
+  std::optional<com::ReachableInterface> reachable_;
 };
 
 // Serves "PalmTest.Crash" until it is called.
