@@ -19,6 +19,7 @@ constexpr double kSecondsPerDay = 86400;
 constexpr size_t kGap = 2;
 constexpr size_t kMaxRecordSize = 65'505;
 constexpr size_t kMaxBlockSize = 65'505;
+constexpr uint64_t kLargestFile = 0xFFFF'FFFF;  // as far as its offsets reach
 
 Date ToDate(int32_t seconds) {
   return seconds == 0 ? 0 : kPalmEpoch + static_cast<uint32_t>(seconds) / kSecondsPerDay;
@@ -115,11 +116,15 @@ Database Database::Make(std::u16string_view name, uint32_t creator, uint32_t typ
 Bytes Database::Build() const {
   const auto count = static_cast<size_t>(records_.count());
   const size_t list_end = PDBHeader::kSize + PDBListEntry::kSize * count;
-  size_t size = list_end + kGap + app_info_.size() + sort_info_.size();
+  uint64_t size = list_end + kGap + app_info_.size() + sort_info_.size();
   for (size_t slot = records_.First(); slot != records_.End(); slot = records_.Next(slot)) {
     size += records_[slot].size;
   }
-  Bytes file(size);
+  Bytes file;
+  if (size > std::min<uint64_t>(kLargestFile, file.max_size())) {
+    throw SuiteError{kFailed, u"The database is too large for a file"};
+  }
+  file.resize(static_cast<size_t>(size));
   PDBHeader header = header_;
   size_t place = list_end + kGap;
   const auto put_block = [&](const Bytes& block, int32_t& offset) {

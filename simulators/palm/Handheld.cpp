@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <new>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -12,6 +13,8 @@
 namespace pylon::palm {
 namespace {
 
+constexpr uint64_t kLargestFile = 0xFFFF'FFFF;  // as far as the offsets in it reach
+
 bool IsDatabaseFile(const std::filesystem::path& path) {
   const std::u16string extension = path.extension().u16string();
   return EqualsIgnoringCase(extension, u".pdb") || EqualsIgnoringCase(extension, u".prc");
@@ -21,7 +24,11 @@ Bytes ReadFile(const std::filesystem::path& path) {
   std::ifstream file(path, std::ios::binary | std::ios::ate);
   const std::streamoff size = file ? static_cast<std::streamoff>(file.tellg()) : -1;
   if (size < 0) throw SuiteError{kFailed, u"The file can't be opened"};
-  Bytes bytes(static_cast<size_t>(size));
+  Bytes bytes;
+  if (static_cast<uint64_t>(size) > std::min<uint64_t>(kLargestFile, bytes.max_size())) {
+    throw SuiteError{kFailed, u"The file is too large for a database"};
+  }
+  bytes.resize(static_cast<size_t>(size));
   file.seekg(0);
   file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(size));
   if (!file) throw SuiteError{kFailed, u"The file can't be read"};
@@ -78,6 +85,8 @@ void Handheld::Load(const std::filesystem::path& file, const Note& note) {
     entries_.emplace(std::move(name), Entry{std::move(database), file});
   } catch (const SuiteError& error) {
     note(file.filename().u16string() + u": left alone. " + error.description);
+  } catch (const std::bad_alloc&) {
+    note(file.filename().u16string() + u": left alone. The PC's memory does not hold it");
   }
 }
 
@@ -146,7 +155,11 @@ void Handheld::SaveAll() {
 
 void Handheld::Save(Entry& entry) {
   if (!entry.database.changed()) return;
-  WriteFile(entry.file, entry.database.Build());
+  try {
+    WriteFile(entry.file, entry.database.Build());
+  } catch (const std::bad_alloc&) {
+    throw SuiteError{kFailed, u"The PC's memory does not hold " + entry.file.u16string()};
+  }
   entry.database.SetSaved();
 }
 

@@ -139,6 +139,8 @@ Settings UsableSettings(const std::u16string& ini) {
 Database& RequireDatabase(Handheld& handheld, const std::u16string& name) {
   Database* const database = handheld.Find(name);
   if (!database) throw SuiteError{kNotFound, u"There is no database " + name};
+  // Its resources were not read, so a file written from it would lack them.
+  if (database->IsResources()) throw SuiteError{kRefused, u"It holds resources, not records"};
   return *database;
 }
 

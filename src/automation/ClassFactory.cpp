@@ -47,7 +47,7 @@ class ClassFactory final : public IClassFactory {
     return FAILED(guarded) ? guarded : result;
   }
   STDMETHODIMP LockServer(BOOL lock) noexcept override {
-    lock ? server_.Lock() : server_.Unlock();
+    lock ? server_.AddClient() : server_.RemoveClient();
     return S_OK;
   }
 

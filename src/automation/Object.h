@@ -51,9 +51,13 @@ HRESULT Guard(const ClassInfo& raiser, Body&& body) noexcept try {
 // the default first: late-bound calls go to it, whichever of them they come in by, so the others
 // use its member ids. `Self` has a static `kClass`.
 //
-// Objects are made with com::Make, count as a lock on the server, and belong to one STA thread.
+// Objects are made with com::Make and belong to one STA thread. COM tells one that it hands to
+// somebody outside of the process, which counts as a client of the server then.
 template <class Self, class Default, class... Others>
-class Object : public Default, public Others..., public ISupportErrorInfo {
+class Object : public Default,
+               public Others...,
+               public ISupportErrorInfo,
+               public IExternalConnection {
  public:
   Object(const Object&) = delete;
   Object& operator=(const Object&) = delete;
@@ -111,9 +115,23 @@ class Object : public Default, public Others..., public ISupportErrorInfo {
     return id == __uuidof(Default) || (... || (id == __uuidof(Others))) ? S_OK : S_FALSE;
   }
 
+  STDMETHODIMP_(DWORD) AddConnection(DWORD kind, DWORD) noexcept override {
+    if (!(kind & EXTCONN_STRONG)) return connections_;
+    if (connections_ == 0) server_.AddClient();
+    return ++connections_;
+  }
+  STDMETHODIMP_(DWORD) ReleaseConnection(DWORD kind, DWORD, BOOL) noexcept override {
+    if (!(kind & EXTCONN_STRONG) || connections_ == 0) return connections_;
+    if (--connections_ == 0) server_.RemoveClient();
+    return connections_;
+  }
+
  protected:
-  explicit Object(Server& server) noexcept : server_(server) { server_.Lock(); }
-  ~Object() { server_.Unlock(); }
+  explicit Object(Server& server) noexcept : server_(server) { server_.AddObject(); }
+  ~Object() {
+    if (connections_ != 0) server_.RemoveClient();
+    server_.RemoveObject();
+  }
 
   Server& server() const noexcept { return server_; }
 
@@ -145,6 +163,7 @@ class Object : public Default, public Others..., public ISupportErrorInfo {
       return static_cast<Default*>(this);
     }
     if (id == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
+    if (id == IID_IExternalConnection) return static_cast<IExternalConnection*>(this);
     void* found = nullptr;
     ((id == __uuidof(Others) ? void(found = static_cast<Others*>(this)) : void()), ...);
     return found ? found : static_cast<Self*>(this)->FindPrivate(id);
@@ -156,6 +175,7 @@ class Object : public Default, public Others..., public ISupportErrorInfo {
 
   Server& server_;
   std::atomic<ULONG> references_{1};
+  DWORD connections_ = 0;  // from outside of the process
 
   friend Self;
 };

@@ -11,8 +11,8 @@ Server::Server(std::u16string type_library_path, const AnsiCodePage& code_page, 
       clock_(&clock),
       files_(std::move(files)) {}
 
-void Server::Unlock() noexcept {
-  if (--locks_ == 0 && on_idle_) on_idle_();
+void Server::RemoveClient() noexcept {
+  if (--clients_ == 0 && on_idle_) on_idle_();
 }
 
 }  // namespace pylon

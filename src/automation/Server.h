@@ -15,7 +15,7 @@
 namespace pylon {
 
 // What every automation object of the process shares: the type library, the surroundings of new
-// objects, and the count that ends a server process with its last client.
+// objects, and the count of its clients, with whose last one a server process ends.
 //
 // The program makes one and passes it to each object, which keeps a reference to it; it outlives
 // them all. Used by the one STA thread.
@@ -24,7 +24,7 @@ class Server {
   Server(std::u16string type_library_path, const AnsiCodePage& code_page, const Clock& clock,
          FileFactory files);
 
-  // Called when the last object or server lock is gone; it may be empty.
+  // Called when the last client is gone; it may be empty.
   void SetOnIdle(std::function<void()> on_idle) { on_idle_ = std::move(on_idle); }
 
   TypeLibrary& types() noexcept { return types_; }
@@ -44,10 +44,15 @@ class Server {
   HotSyncHost* hot_sync() const noexcept { return hot_sync_; }
   void SetHotSync(HotSyncHost* host) noexcept { hot_sync_ = host; }
 
-  // Counts what keeps the process alive.
-  void Lock() noexcept { ++locks_; }
-  void Unlock() noexcept;
-  long locks() const noexcept { return locks_; }
+  // Counts what keeps a server process alive: objects that somebody outside of it holds, and locks.
+  void AddClient() noexcept { ++clients_; }
+  void RemoveClient() noexcept;
+  long clients() const noexcept { return clients_; }
+
+  // Counts all objects. A component in this process that never lets go of one keeps nothing alive.
+  void AddObject() noexcept { ++objects_; }
+  void RemoveObject() noexcept { --objects_; }
+  long objects() const noexcept { return objects_; }
 
  private:
   TypeLibrary types_;
@@ -58,7 +63,8 @@ class Server {
   std::shared_ptr<oSyncInfo> run_;
   std::shared_ptr<LogSink> run_log_;
   HotSyncHost* hot_sync_ = nullptr;
-  long locks_ = 0;
+  long clients_ = 0;
+  long objects_ = 0;
 };
 
 }  // namespace pylon

@@ -142,7 +142,9 @@ inline constexpr KnownFailure kFailures[] = {
     {BasicError(53), Failure::kNotThere},
     {STG_E_FILEALREADYEXISTS, Failure::kExists},
     {BasicError(58), Failure::kExists},
-    // COM's own: the server is alive and only busy, so the link is not lost.
+    // COM's own: the server is alive and only busy, or was never reached, so the link is not lost.
+    {RPC_E_CANTCALLOUT_ININPUTSYNCCALL, Failure::kOther},
+    {RPC_E_CANTCALLOUT_INASYNCCALL, Failure::kOther},
     {RPC_E_CALL_REJECTED, Failure::kOther},
     {RPC_E_SERVERCALL_RETRYLATER, Failure::kOther},
     {CO_E_OBJNOTCONNECTED, Failure::kLost},

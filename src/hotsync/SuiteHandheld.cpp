@@ -83,6 +83,9 @@ std::vector<std::u16string> ToTexts(const com::Variant& given) {
   SAFEARRAY* const array = V_ISBYREF(value) ? *V_ARRAYREF(value) : V_ARRAY(value);
   std::vector<std::u16string> texts;
   if (!array) return texts;
+  if (::SafeArrayGetDim(array) != 1) {
+    throw AutomationError(kInternalError, {}, u"HotSync's COM suite gave no list of names.");
+  }
   LONG lower = 0;
   LONG upper = -1;
   com::Check(::SafeArrayGetLBound(array, 1, &lower));
@@ -115,7 +118,10 @@ void Optionally(Body&& body) {
   try {
     body();
   } catch (const LateBoundError& error) {
-    if (error.result() != DISP_E_UNKNOWNNAME && error.result() != DISP_E_MEMBERNOTFOUND) throw;
+    const HRESULT result = error.result();
+    if (result != DISP_E_UNKNOWNNAME && result != DISP_E_MEMBERNOTFOUND && result != E_NOTIMPL) {
+      throw;
+    }
   }
 }
 

@@ -20,10 +20,11 @@ std::optional<std::vector<int32_t>> Find(std::span<const suite::Constant> consta
     if (variable->varkind != VAR_CONST) continue;
     com::Bstr name;
     com::Check(info->GetDocumentation(variable->memid, name.Receive(), nullptr, nullptr, nullptr));
-    com::Variant value;
-    com::Check(::VariantChangeType(value.get(), variable->lpvarValue, 0, VT_I4));
     for (size_t k = 0; k < constants.size(); ++k) {
-      if (com::Text(name.get()) == FromWide(constants[k].name)) found[k] = V_I4(value.get());
+      if (com::Text(name.get()) != FromWide(constants[k].name)) continue;
+      com::Variant value;
+      com::Check(::VariantChangeType(value.get(), variable->lpvarValue, 0, VT_I4));
+      found[k] = V_I4(value.get());
     }
   }
   if (!std::ranges::all_of(found, [](const auto& value) { return value.has_value(); })) {

@@ -184,9 +184,14 @@ std::optional<ConduitInstaller::Creators> ConduitInstaller::HotSyncCreators(
   for (const cHotSync::Registered& conduit : *registered) creators.push_back(conduit.creator_id);
   const int16_t index = conduits_.FindAppId(app_id);
   if (index == 0 || !creators.empty() || conduits_.CreatorId(index).empty()) return creators;
-  // Registered by another program, which kept no application id with it.
-  const auto unnamed = hot_sync_.FindConduit(conduits_.CreatorId(index), message);
-  if (unnamed && unnamed->ours && unnamed->app_id.empty()) creators.push_back(unnamed->creator_id);
+  // Registered by another program, which kept no application id with it, or before its section of
+  // the settings file got another name: HotSync calls this conduit all the same.
+  const std::u16string& creator_id = conduits_.CreatorId(index);
+  if (conduits_.FindAppIdFromCreatorId(creator_id) != index) return creators;
+  const auto other = hot_sync_.FindConduit(creator_id, message);
+  if (other && other->ours && conduits_.FindAppId(other->app_id) == 0) {
+    creators.push_back(other->creator_id);
+  }
   return creators;
 }
 

@@ -261,7 +261,12 @@ bool cHotSync::InstallConduit(const Conduit& conduit, std::u16string& message) {
   message.clear();
   if (!IsCreatorId(conduit.creator_id, message)) return false;
   for (const std::u16string& text : {conduit.app_id, conduit.directory, conduit.file}) {
-    if (win::ToAnsi(text) && text.find(u'\0') == text.npos) continue;
+    const std::optional<std::string> ansi = win::ToAnsi(text);
+    if (ansi && ansi->size() >= MAX_PATH) {
+      message = u"HotSync can't take the name " + Quoted(text) + u", which is too long.";
+      return false;
+    }
+    if (ansi && text.find(u'\0') == text.npos) continue;
     message = u"HotSync can't take the name " + Quoted(text) +
               u", which has characters that the code page of this PC lacks.";
     return false;
@@ -419,7 +424,9 @@ bool cHotSync::InstallApplication(std::u16string_view app_id, std::u16string_vie
     const std::u16string full = win::FullPath(
         IsRelative(name) ? program_folder_ + u"\\" + std::u16string(app_id) + u"\\" + name : name);
     const std::optional<std::string> ansi = win::ToAnsi(full);
-    if (!win::IsFile(full)) {
+    if (ansi && ansi->size() >= MAX_PATH) {
+      message = u"HotSync can't take the file \"" + full + u"\", whose path is too long.";
+    } else if (!win::IsFile(full)) {
       message =
           u"The file \"" + full + u"\", which is to be installed on the handheld, is missing.";
     } else if (!ansi) {

@@ -84,8 +84,8 @@ int16_t ToDatabaseType(const std::u16string& text) {
   return value;
 }
 
-// Ends the message loop of a server process some time after the last object is gone: a client that
-// makes the next one at once finds the process still there.
+// Ends the message loop of a server process some time after the last client is gone: one that comes
+// at once finds the process still there.
 class IdleTimer {
  public:
   static constexpr UINT kFirstClientMs = 60'000;  // COM itself gives up after 30 s
@@ -120,13 +120,16 @@ Program::Program()
 Program::~Program() = default;
 
 int Program::Run(std::u16string_view command_line) noexcept {
+  std::u16string message;
   try {
     return Choose(ArgumentText(command_line));
   } catch (const AutomationError& error) {
-    ShowMessage(RunTimeError(error));
+    message = RunTimeError(error);
   } catch (const std::exception& error) {
-    ShowMessage(RunTimeError(AutomationError(51, {}, FromUtf8(error.what()))));
+    message = RunTimeError(AutomationError(51, {}, FromUtf8(error.what())));
   }
+  // COM tells the client of a server; a message box there would have nobody to close it.
+  if (!serves_) ShowMessage(message);
   return kFailed;
 }
 
@@ -139,6 +142,7 @@ int Program::Choose(std::u16string_view arguments) {
   start.AddSwitch(u"unregserver", false);
   start.AddSwitch(u"embedding", false);
   start.SetCommandLine(arguments);
+  serves_ = start.HasSwitch(u"embedding");
 
   // The server outlives the apartment: objects that a component never released go with the
   // apartment, and they count themselves off.
@@ -150,7 +154,7 @@ int Program::Choose(std::u16string_view arguments) {
   int result = kDone;
   if (start.HasSwitch(u"regserver") || start.HasSwitch(u"unregserver")) {
     result = Register(start.HasSwitch(u"regserver"));
-  } else if (start.HasSwitch(u"embedding")) {
+  } else if (serves_) {
     result = Serve();
   } else {
     result = RunAlone(arguments);
@@ -174,19 +178,15 @@ int Program::Register(bool add) {
 int Program::Serve() {
   IdleTimer idle;
   server_->SetOnIdle([&idle] { idle.Start(IdleTimer::kLastClientMs); });
-  std::optional<ClassObjects> classes;
-  try {
-    classes.emplace(*server_, ClassObjects::Reach::kOtherProcesses);
-  } catch (const AutomationError&) {
-    return kFailed;  // COM tells the client; a message box here would have nobody to close it
-  }
+  std::optional<ClassObjects> classes(std::in_place, *server_,
+                                      ClassObjects::Reach::kOtherProcesses);
   HotSyncRuns hot_sync(*server_, folder_, code_page_, clock_);
   server_->SetHotSync(&hot_sync);
   idle.Start(IdleTimer::kFirstClientMs);
   MSG message;
   while (::GetMessageW(&message, nullptr, 0, 0) > 0) {
     if (idle.Fired(message)) {
-      if (server_->locks() != 0) continue;
+      if (server_->clients() != 0) continue;
       if (!classes) break;
       // A client may hold a class object and be about to create with it, which counts for nothing
       // yet, so the process stays a little longer.

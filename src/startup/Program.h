@@ -37,6 +37,7 @@ class Program {
   AnsiCodePage code_page_;
   SystemClock clock_;
   std::unique_ptr<Server> server_;
+  bool serves_ = false;  // objects, for COM
 };
 
 }  // namespace pylon

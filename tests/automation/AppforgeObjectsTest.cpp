@@ -24,7 +24,7 @@ constexpr HRESULT Basic(int number) { return static_cast<HRESULT>(0x800A0000 + n
 
 class AppforgeObjects : public ServerTest {
  protected:
-  void TearDown() override { EXPECT_EQ(server_.locks(), 0) << "an object was never released"; }
+  void TearDown() override { EXPECT_EQ(server_.objects(), 0) << "an object was never released"; }
 
   com::Ptr<::_PDBAppforgeDefinition> NewDefinition() {
     return com::Make<DefinitionObject>(server_).As<::_PDBAppforgeDefinition>();

@@ -205,7 +205,12 @@ TEST_F(ClientNotifyTest, ConstantsComeFromAnEnumThatHasThemAll) {
 // is registered.
 class PalmSyncServerTest : public testing::ServerTest {
  protected:
-  PalmSyncServerTest() { com::Check(::LoadTypeLibEx(kLayouts, REGKIND_NONE, library_.Receive())); }
+  PalmSyncServerTest() {
+    com::Check(::LoadTypeLibEx(kLayouts, REGKIND_NONE, library_.Receive()));
+    // One that ends just now may take a call down with it.
+    EXPECT_TRUE(
+        testing::WaitUntil([] { return testing::ProcessesOf(testing::Program()).empty(); }));
+  }
   ~PalmSyncServerTest() override { Unregister(); }
 
   void Register() {

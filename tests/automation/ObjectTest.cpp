@@ -89,7 +89,7 @@ class ObjectTest : public ::testing::Test {
   static void SetUpTestSuite() { ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr)); }
   static void TearDownTestSuite() { ::OleUninitialize(); }
 
-  void TearDown() override { EXPECT_EQ(server_.locks(), 0) << "an object was never released"; }
+  void TearDown() override { EXPECT_EQ(server_.objects(), 0) << "an object was never released"; }
 
   com::Ptr<::_PDBByteStream> NewStream() {
     return com::Make<ByteStreamObject>(server_).As<::_PDBByteStream>();
@@ -105,6 +105,37 @@ class ObjectTest : public ::testing::Test {
   SystemClock clock_;
   Server server_{u"Pylon.exe", AnsiCodePage::Windows1252(), clock_, folder_.Factory()};
 };
+
+// A component that leaks an object must not keep a server process that HotSync has left.
+TEST_F(ObjectTest, OnlyWhatLeavesTheProcessCountsAsAClient) {
+  int idle = 0;
+  server_.SetOnIdle([&idle] { ++idle; });
+  const auto stream = NewStream();
+  const auto other = NewStream();
+  EXPECT_EQ(server_.clients(), 0);
+  const auto leave = [](IUnknown* object) {
+    com::Ptr<IStream> packet;
+    EXPECT_HRESULT_SUCCEEDED(
+        ::CoMarshalInterThreadInterfaceInStream(IID_IDispatch, object, packet.Receive()));
+    return packet;
+  };
+  const auto come_back = [](IStream* packet) {
+    EXPECT_HRESULT_SUCCEEDED(packet->Seek({}, STREAM_SEEK_SET, nullptr));
+    EXPECT_HRESULT_SUCCEEDED(::CoReleaseMarshalData(packet));
+  };
+  const auto first = leave(stream.get());
+  const auto again = leave(stream.get());
+  const auto second = leave(other.get());
+  EXPECT_EQ(server_.clients(), 2);
+  come_back(first.get());
+  come_back(again.get());
+  EXPECT_EQ(server_.clients(), 1);
+  EXPECT_EQ(idle, 0);
+  come_back(second.get());
+  EXPECT_EQ(server_.clients(), 0);
+  EXPECT_EQ(idle, 1);
+  EXPECT_EQ(server_.objects(), 2);
+}
 
 TEST_F(ObjectTest, LateBoundArgumentsAreConvertedAndWrittenBack) {
   const auto stream = NewStream();

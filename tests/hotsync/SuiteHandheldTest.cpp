@@ -152,6 +152,7 @@ TEST_F(SuiteHandheldTest, FailuresBecomeTheHandheldsErrors) {
       {static_cast<HRESULT>(0x80041234), 51, false},
       {static_cast<HRESULT>(0x800A0046), 70, false},
       {RPC_E_CALL_REJECTED, 51, false},
+      {RPC_E_CANTCALLOUT_ININPUTSYNCCALL, 51, false},
       {HRESULT_FROM_WIN32(ERROR_CONNECTION_ABORTED), 57, true},
       {RPC_E_SERVER_DIED, 57, true},
       {RPC_E_DISCONNECTED, 57, true},

@@ -3,6 +3,7 @@
 #include <fstream>
 
 #include "tests/palm/SuiteSession.h"
+#include "tests/support/PdbTesting.h"
 
 namespace pylon::palm::testing {
 namespace {
@@ -130,6 +131,15 @@ TEST_F(HotSyncTest, MistakesInTheSettingsAreTold) {
 
 TEST_F(HotSyncTest, TheUserEditsTheHandheld) {
   std::ofstream(folder_.path() / "edit.ini") << "[Session]\n";
+  pylon::testing::FileImage application;
+  application.name = "App";
+  application.attributes = 1;
+  application.gap = 9;  // for resources, whose list is another than that of records
+  const Bytes resources = application.Build();
+  const auto application_file = folder_.path() / "handheld" / "App.prc";
+  std::ofstream(application_file, std::ios::binary)
+      .write(reinterpret_cast<const char*>(resources.data()),
+             static_cast<std::streamsize>(resources.size()));
   const std::u16string ini = u" /ini " + pylon::testing::Quoted(folder_.path() / "edit.ini");
   const struct {
     const char16_t* command;
@@ -144,6 +154,7 @@ TEST_F(HotSyncTest, TheUserEditsTheHandheld) {
       {u"/show Test", 0, "id 1, category 0, dirty, secret: changed"},
       {u"/change Test 9 x", 2, "There is no record 9"},
       {u"/show Nothing", 2, "There is no database Nothing"},
+      {u"/add App text", 2, "It holds resources"},
       {u"/delete Test 1", 0, "Record 1"},
       {u"/delete Test 2 /archive", 0, "Record 2"},
       {u"/delete Test", 2, "is missing"},
@@ -155,6 +166,7 @@ TEST_F(HotSyncTest, TheUserEditsTheHandheld) {
     EXPECT_NE(said.find(c.said), std::string::npos) << said;
   }
   EXPECT_EQ(FileRecords("Test"), (Lines{"1:208:", std::string("2:200:new\ntext\0", 15)}));
+  EXPECT_EQ(pylon::testing::ReadFile(application_file).size(), resources.size());
 }
 
 }  // namespace

@@ -164,6 +164,7 @@ void SuiteSession::TearDownTestSuite() {
 
 SuiteSession::SuiteSession() {
   std::filesystem::create_directory(folder_.path() / "handheld");
+  (void)Run(u"/removeconduit tst1");  // of a run that was killed
   EXPECT_EQ(Run(u"/addconduit tst1 PalmTest.Conduit \"Test one\" Tests"), 0);
 }
 

@@ -229,6 +229,17 @@ TEST_F(ConduitInstallerTest, HotSyncsEntryOutlivesTheSettings) {
   EXPECT_EQ(HotSyncState(), "installed");
   EXPECT_EQ(Uninstall(u"Palm"), "done");
   EXPECT_EQ(palm.Conduits(), "");
+
+  // HotSync calls what has the creator id, whatever its name was.
+  folder.Write(u"Pylon.ini", kSettings);
+  conduits.Reload();
+  EXPECT_TRUE(Install(u"Palm").starts_with("done"));
+  folder.Write(u"Pylon.ini", "[New]\r\nClassID=Lib.Palm\r\n[Later]\r\nClassID=Lib.Palm\r\n");
+  conduits.Reload();
+  EXPECT_EQ(Uninstall(u"Later"), "done");
+  EXPECT_EQ(HotSyncState(u"New"), "installed") << "not Later's";
+  EXPECT_EQ(Uninstall(u"New"), "done");
+  EXPECT_EQ(palm.Conduits(), "");
 }
 
 }  // namespace

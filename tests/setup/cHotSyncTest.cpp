@@ -198,6 +198,7 @@ TEST_F(HotSyncTest, BadNamesAreRefused) {
     EXPECT_THAT(Uninstall(creator), StartsWith("failed: The conduit's creator id"));
   }
   EXPECT_THAT(Install(u"memo", u"\u4e2d\u6587"), HasSubstr("characters that the code page"));
+  EXPECT_THAT(Install(u"memo", std::u16string(260, u'x')), HasSubstr("too long"));
   EXPECT_EQ(pc.Conduits(), "");
   EXPECT_EQ(Install(u"m\u00e9 o"), "done");
   EXPECT_THAT(pc.Conduits(), StartsWith("6de9206f|"));
@@ -229,6 +230,7 @@ TEST_F(HotSyncTest, ApplicationsGoToAUser) {
   EXPECT_THAT(InstallFiles(u"b c.pdb,gone.prc", u"Otto"),
               AllOf(HasSubstr("gone.prc"), HasSubstr("is missing")));
   EXPECT_FALSE(pc.folder().Exists(u"Otto\\Install\\b c.pdb")) << "all or nothing";
+  EXPECT_THAT(InstallFiles(std::u16string(260, u'x'), u"Otto"), HasSubstr("is too long"));
   EXPECT_THAT(InstallFiles(u"d.txt", u"Otto"), HasSubstr("PltInstallFile answers -506"));
   EXPECT_THAT(InstallFiles(u" , "), HasSubstr("name no file"));
   pc.Fail("PltGetUser=-503");

@@ -65,6 +65,7 @@ int RunAsConduit() {
     result = RUN_ALL_TESTS();
     return {};
   };
+  (void)Simulate(u"/removeconduit tst1");  // of a run that was killed
   const bool set_up =
       Simulate(u"/regserver") == 0 && Simulate(u"/addconduit tst1 PalmTest.Conduit Tests") == 0;
   const bool synced = set_up && Simulate(u"/sync " + Quoted(settings)) == 0;
