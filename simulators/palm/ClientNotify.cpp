@@ -155,9 +155,15 @@ ClientNotify::ClientNotify(const std::u16string& prog_id) : layout_(ClientNotify
   CLSID id = {};
   Check(::CLSIDFromProgID(Wide(prog_id), &id), prog_id + u" is not registered");
   com::Ptr<IUnknown> object;
-  Check(::CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER, IID_IUnknown,
-                           reinterpret_cast<void**>(object.Receive())),
-        prog_id + u" can't be created");
+  HRESULT result = E_FAIL;
+  // A server of the last session that ends at this moment takes the call with it; COM starts
+  // another one the next time.
+  for (int tries = 3; FAILED(result) && result != REGDB_E_CLASSNOTREG && tries > 0; --tries) {
+    if (tries < 3) ::Sleep(300);
+    result = ::CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER,
+                                IID_IUnknown, reinterpret_cast<void**>(object.Receive()));
+  }
+  Check(result, prog_id + u" can't be created");
   Check(object->QueryInterface(layout_.id, reinterpret_cast<void**>(object_.Receive())),
         prog_id + u" has no IPDClientNotify");
 }
