@@ -14,7 +14,13 @@ STDMETHODIMP FileSystemObject::OpenDatabase(BSTR FileName, ::PDBDatabase** oData
   if (!oDatabase) return Refuse(E_POINTER);
   return GetBool(result, [&] {
     std::shared_ptr<pylon::PDBDatabase> database;
-    const bool opened = file_system_->OpenDatabase(com::Text(FileName), database);
+    bool opened = false;
+    try {
+      opened = file_system_->OpenDatabase(com::Text(FileName), database);
+    } catch (const AutomationError&) {
+      Hand(database, oDatabase);  // listed all the same, and the caller may try it again
+      throw;
+    }
     Hand(database, oDatabase);
     return opened;
   });

@@ -10,8 +10,10 @@
 #include "automation/DatabaseObject.h"
 #include "automation/FileSystemObject.h"
 #include "automation/UtilsObject.h"
+#include "hotsync/PDBFileSystemPalm.h"
 #include "pdb/PDBFileSystemPC.h"
 #include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryHandheld.h"
 
 namespace pylon {
 namespace {
@@ -368,6 +370,24 @@ TEST_F(ObjectTest, TheSameDatabaseIsTheSamePointer) {
   files->DatabaseCount(&count);
   EXPECT_EQ(count, 1);
   EXPECT_EQ(files->Database(2, second.Receive()), static_cast<HRESULT>(0x800A0009));
+}
+
+TEST_F(ObjectTest, ADatabaseWhoseOpeningRaisesIsHandedOutAllTheSame) {
+  const auto handheld = std::make_shared<testing::MemoryHandheld>();
+  const auto files =
+      com::Make<FileSystemObject>(server_, std::make_shared<PDBFileSystemPalm>(
+                                               handheld, AnsiCodePage::Windows1252(), nullptr))
+          .As<::PDBFileSystem>();
+  handheld->calls_to_live = 0;
+  const com::Bstr name(u"Notes");
+  com::Ptr<::PDBDatabase> database;
+  com::Ptr<::PDBDatabase> listed;
+  VARIANT_BOOL opened = VARIANT_FALSE;
+  EXPECT_EQ(files->OpenDatabase(name.get(), database.InOut(), &opened),
+            static_cast<HRESULT>(0x800A0039));
+  ASSERT_HRESULT_SUCCEEDED(files->Database(1, listed.Receive()));
+  ASSERT_TRUE(database);
+  EXPECT_EQ(database.get(), listed.get());
 }
 
 TEST_F(ObjectTest, AScriptWritesAndReadsARecord) {
