@@ -119,6 +119,7 @@ TEST(IconExtract, DrawsTheFirstIconInBothSizes) {
 }
 
 TEST(IconExtract, WithoutAnIconNothingIsDrawn) {
+  SKIP_WITHOUT_DRAWING();
   const testing::TempFolder folder;
   folder.Write(u"no program.exe", "MZ");
   for (const std::u16string name : {u"", u"C:\\no such.exe", u"Z:\\x\\", u"C:\\windows"}) {

@@ -19,6 +19,7 @@ using namespace testing;
 struct AddWindow : ::testing::Test {
   static void SetUpTestSuite() { UseRealPixels(); }
   void SetUp() override {
+    SKIP_WITHOUT_DRAWING();
     window.on_add = [this](const frmAddConduit::Result& result) {
       added = result;
       return refusal;
@@ -131,7 +132,6 @@ TEST_F(AddWindow, AFileThatIsNoComponentIsToldOf) {
 }
 
 TEST_F(AddWindow, IsTidyAtEveryDpiAndInOrder) {
-  SKIP_WITHOUT_DRAWING();
   RECT at_96 = {};
   ::GetWindowRect(handle(), &at_96);
   for (const int dpi : {96, 144, 192, 96}) {

@@ -15,6 +15,7 @@ namespace {
 using namespace testing;
 
 struct LogWindow : ::testing::Test {
+  void SetUp() override { SKIP_WITHOUT_DRAWING(); }
   static void SetUpTestSuite() { UseRealPixels(); }
 
   void Log(const std::u16string& device, std::initializer_list<const char16_t*> lines) {
@@ -151,7 +152,6 @@ TEST_F(LogWindow, ALargeLogShowsItsEndAtOnce) {
 }
 
 TEST_F(LogWindow, IsTidyAtEveryDpi) {
-  SKIP_WITHOUT_DRAWING();
   Log(u"Mary", {u"one"});
   window.Show(u"My App", u"");
   for (const int dpi : {96, 144, 192, 96}) {

@@ -84,6 +84,7 @@ struct Services final : SetupServices {
 struct SetupWindow : ::testing::Test {
   static void SetUpTestSuite() { UseRealPixels(); }
   void SetUp() override {
+    SKIP_WITHOUT_DRAWING();
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kLayoutKey);
     std::filesystem::create_directories(folder);
   }
@@ -500,7 +501,6 @@ TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottom) {
 }
 
 TEST_F(SetupWindow, IsTidyAtEveryDpiWithNoneOneAndManyConduits) {
-  SKIP_WITHOUT_DRAWING();
   std::string many;
   for (int i = 0; i < 200; ++i) {
     many += "[App " + std::to_string(i) + "]\r\nClassID=Lib.A" + std::to_string(i) + "\r\n";

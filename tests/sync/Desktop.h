@@ -14,7 +14,7 @@ inline void UseRealPixels() {
 }
 
 // Whether text has a height here. In 32-bit programs the 64-bit Wine has no fonts and draws
-// nothing; what depends on it is tested with the 64-bit program.
+// nothing, and it refuses combo boxes; what depends on that is tested with the 64-bit program.
 inline bool SystemDraws() {
   const HDC dc = ::GetDC(nullptr);
   TEXTMETRICW metrics = {};
