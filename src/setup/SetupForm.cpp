@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/AutomationError.h"
+#include "base/Text.h"
 #include "setup/Strings.h"
 #include "setup/Texts.h"
 #include "sync/ConduitIcon.h"
@@ -13,6 +15,11 @@ namespace {
 constexpr int kButtonWidth = 84;
 constexpr int kButtonHeight = 26;
 constexpr int kButtonPadding = 12;  // each side of the text
+
+bool IsPushButton(HWND control) noexcept {
+  return (::SendMessageW(control, WM_GETDLGCODE, 0, 0) &
+          (DLGC_DEFPUSHBUTTON | DLGC_UNDEFPUSHBUTTON)) != 0;
+}
 
 }  // namespace
 
@@ -60,6 +67,13 @@ bool SetupForm::TranslateDialogMessage(MSG& message) {
   const bool ours = message.hwnd == handle() || ::IsChild(handle(), message.hwnd);
   if (!ours) return false;
   if (keys_ && ::TranslateAcceleratorW(handle(), keys_, &message)) return true;
+  // Enter is the button's that has the focus, which the system grants only one that it gave the
+  // focus itself.
+  if (message.message == WM_KEYDOWN && message.wParam == VK_RETURN && IsPushButton(message.hwnd)) {
+    ::SendMessageW(handle(), WM_COMMAND, MAKEWPARAM(::GetDlgCtrlID(message.hwnd), BN_CLICKED),
+                   reinterpret_cast<LPARAM>(message.hwnd));
+    return true;
+  }
   return ::IsDialogMessageW(handle(), &message) != FALSE;
 }
 
@@ -82,7 +96,7 @@ LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return 0;
     case WM_GETMINMAXINFO:
       if (shape_.least.cx) {
-        const SIZE least = OuterSize({Scaled(shape_.least.cx), Scaled(shape_.least.cy)});
+        const SIZE least = OnWorkArea({Scaled(shape_.least.cx), Scaled(shape_.least.cy)});
         reinterpret_cast<MINMAXINFO*>(lparam)->ptMinTrackSize = {least.cx, least.cy};
       }
       return 0;
@@ -100,12 +114,12 @@ LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case DM_GETDEFID:
       return MAKELRESULT(shape_.default_button, DC_HASDEFID);
     case WM_COMMAND:
-      OnCommand(LOWORD(wparam), HIWORD(wparam));
+      Command(LOWORD(wparam), HIWORD(wparam));
       return 0;
     case WM_NOTIFY:
       return OnNotify(*reinterpret_cast<NMHDR*>(lparam));
     case WM_CLOSE:
-      OnCommand(IDCANCEL, 0);
+      Command(IDCANCEL, 0);
       return 0;
     case WM_DPICHANGED:
       MoveToDpi(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
@@ -120,6 +134,17 @@ LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       break;
   }
   return ::DefWindowProcW(handle(), message, wparam, lparam);
+}
+
+// What the user asked for and could not be had is told, whatever the reason.
+void SetupForm::Command(int id, int code) {
+  try {
+    OnCommand(id, code);
+  } catch (const AutomationError& error) {
+    ShowError(error.description());
+  } catch (const std::exception& error) {
+    ShowError(FromUtf8(error.what()));
+  }
 }
 
 HWND SetupForm::Add(const wchar_t* class_name, int text, DWORD style, int id, DWORD ex_style) {
@@ -207,7 +232,20 @@ void SetupForm::TakeFont() {
 }
 
 void SetupForm::SetClientSize(SIZE units) {
-  SetOuterSize(OuterSize({Scaled(units.cx), Scaled(units.cy)}));
+  const SIZE client = {Scaled(units.cx), Scaled(units.cy)};
+  SetOuterSize(shape_.least.cx ? OnWorkArea(client) : OuterSize(client));
+}
+
+SIZE SetupForm::OnWorkArea(SIZE client) const noexcept {
+  SIZE outer = OuterSize(client);
+  MONITORINFO monitor = {};
+  monitor.cbSize = sizeof(monitor);
+  if (::GetMonitorInfoW(::MonitorFromWindow(handle(), MONITOR_DEFAULTTOPRIMARY), &monitor)) {
+    const RECT& area = monitor.rcWork;
+    outer = {std::min(outer.cx, area.right - area.left),
+             std::min(outer.cy, area.bottom - area.top)};
+  }
+  return outer;
 }
 
 }  // namespace pylon

@@ -36,6 +36,7 @@ class SetupForm : public Window {
 
   // Hidden; raises error 51 when the system refuses the window. Does nothing when it is open.
   void Open(const Shape& shape, const std::u16string& title, HWND owner = nullptr);
+  void SetClientSize(SIZE units);  // no larger than the screen has room for, when resizable
   void ShowOnTop();
   void Close();  // and tells on_close, which may destroy this object
 
@@ -70,8 +71,9 @@ class SetupForm : public Window {
   void ShowError(const std::u16string& text) const { Ask(text, MB_OK | MB_ICONERROR); }
 
  private:
+  void Command(int id, int code);
   void TakeFont();
-  void SetClientSize(SIZE units);
+  SIZE OnWorkArea(SIZE client) const noexcept;  // the outer size
 
   Shape shape_ = {};
   HWND owner_ = nullptr;

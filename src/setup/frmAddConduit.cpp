@@ -293,7 +293,16 @@ void frmAddConduit::OnAdd() {
       Ask(LoadText(IDS_ADD_ANYWAY, why), MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) != IDYES) {
     return;
   }
-  const std::u16string refusal = on_add ? on_add(result) : std::u16string();
+  // It asks all components, which may pump messages: no second addition meanwhile.
+  SetBusy(true);
+  std::u16string refusal;
+  try {
+    if (on_add) refusal = on_add(result);
+  } catch (const AutomationError& error) {
+    refusal = error.description();
+  }
+  if (!handle()) return;
+  SetBusy(false);
   if (!refusal.empty()) {
     ShowError(refusal);
     return;

@@ -19,6 +19,9 @@ constexpr int kGap = 8;
 constexpr int kTimeWidth = 150;
 constexpr int kDeviceWidth = 150;
 constexpr int kListHeight = 200;
+constexpr int kCellPadding = 16;
+
+constexpr size_t kShownLength = 259;  // a list view shows no more of a text
 
 constexpr UINT_PTR kTypingTimer = 1;
 constexpr UINT kTypingMs = 150;
@@ -64,6 +67,10 @@ void frmLogView::Show(const std::u16string& app_id, const std::u16string& name) 
 }
 
 void frmLogView::AddControls() {
+  AddLabel(kDeviceLabel, IDS_LOG_DEVICE);
+  Add(L"COMBOBOX", 0, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP, kDevice);
+  AddLabel(kFilterLabel, IDS_LOG_FILTER);
+  Add(L"EDIT", 0, ES_AUTOHSCROLL | WS_TABSTOP, kFilter, WS_EX_CLIENTEDGE);
   const HWND list =
       Add(WC_LISTVIEWW, 0,
           LVS_REPORT | LVS_OWNERDATA | LVS_SHOWSELALWAYS | LVS_NOSORTHEADER | WS_TABSTOP, kList,
@@ -79,10 +86,6 @@ void frmLogView::AddControls() {
     ::SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(column++),
                    reinterpret_cast<LPARAM>(&header));
   }
-  AddLabel(kDeviceLabel, IDS_LOG_DEVICE);
-  Add(L"COMBOBOX", 0, CBS_DROPDOWNLIST | WS_VSCROLL | WS_TABSTOP, kDevice);
-  AddLabel(kFilterLabel, IDS_LOG_FILTER);
-  Add(L"EDIT", 0, ES_AUTOHSCROLL | WS_TABSTOP, kFilter, WS_EX_CLIENTEDGE);
   AddLabel(kInfo);
   AddButton(kCopy, IDS_LOG_COPY);
   AddButton(kReload, IDS_LOG_RELOAD);
@@ -115,11 +118,7 @@ void frmLogView::Arrange() {
   const int info = client.cy - margin - height - gap - Line();
   const int top = margin + field + gap;
   Place(kList, margin, top, width, info - gap - top);
-  RECT list = {};
-  ::GetClientRect(Control(kList), &list);
-  ListView_SetColumnWidth(
-      Control(kList), 1,
-      std::max<int>(list.right - ListView_GetColumnWidth(Control(kList), 0), Scaled(200)));
+  FitText();
   Place(kInfo, margin, info, width, Line());
   const int button = ButtonWidth({kCopy, kReload, kOpenFile, kClose});
   const int y = client.cy - margin - height;
@@ -246,6 +245,7 @@ void frmLogView::TakeFilter() {
   const HWND list = Control(kList);
   ListView_SetItemState(list, -1, 0, LVIS_SELECTED);
   ListView_SetItemCountEx(list, static_cast<int>(shown_.size()), 0);
+  FitText();
   if (!shown_.empty()) {
     const int last = static_cast<int>(shown_.size()) - 1;
     ListView_SetItemState(list, last, LVIS_FOCUSED, LVIS_FOCUSED);
@@ -254,6 +254,19 @@ void frmLogView::TakeFilter() {
   ::InvalidateRect(list, nullptr, TRUE);
   Enable(kCopy, !shown_.empty());
   ShowInfo();
+}
+
+void frmLogView::FitText() {
+  const HWND list = Control(kList);
+  std::u16string_view longest;
+  for (const size_t line : shown_) {
+    if (log_.Text(line).size() > longest.size()) longest = log_.Text(line);
+  }
+  RECT client = {};
+  ::GetClientRect(list, &client);
+  const int text = TextWidth(longest.substr(0, kShownLength)) + Scaled(kCellPadding);
+  const int rest = static_cast<int>(client.right) - ListView_GetColumnWidth(list, 0);
+  ListView_SetColumnWidth(list, 1, std::max(text, rest));
 }
 
 void frmLogView::ShowInfo() {

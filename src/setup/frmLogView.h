@@ -46,6 +46,7 @@ class frmLogView final : public SetupForm {
   void FindLogs();  // and reads the one of the chosen device
   void Read();
   void TakeFilter();
+  void FitText();  // the text's column: as wide as the list, and as the longest line
   void ShowInfo();
   void Copy();
   void OpenFile();

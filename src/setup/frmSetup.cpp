@@ -27,7 +27,8 @@ struct Column {
 };
 constexpr Column kColumns[] = {{IDS_COLUMN_APPLICATION, 150}, {IDS_COLUMN_VERSION, 56},
                                {IDS_COLUMN_AUTHOR, 110},      {IDS_COLUMN_APPID, 96},
-                               {IDS_COLUMN_LAST_SYNC, 124},   {IDS_COLUMN_STATE, 120}};
+                               {IDS_COLUMN_LAST_SYNC, 124},   {IDS_COLUMN_STATE, 100}};
+constexpr int kLastColumn = static_cast<int>(std::size(kColumns)) - 1;
 
 // Units.
 constexpr SIZE kSize = {800, 600};
@@ -349,27 +350,34 @@ void frmSetup::Arrange() {
   }
 }
 
-// The last column takes what the others leave.
+// The last column takes what the others leave, unless the user wants more for it.
 void frmSetup::FillWidth() {
   const HWND list = Control(kList);
   int used = 0;
-  const int last = static_cast<int>(std::size(kColumns)) - 1;
-  for (int column = 0; column < last; ++column) used += ListView_GetColumnWidth(list, column);
+  for (int column = 0; column < kLastColumn; ++column) {
+    used += ListView_GetColumnWidth(list, column);
+  }
   RECT client = {};
   ::GetClientRect(list, &client);
-  ListView_SetColumnWidth(list, last,
-                          std::max<int>(Scaled(std::rbegin(kColumns)->width), client.right - used));
+  const int least = Scaled(std::max(kColumns[kLastColumn].width, last_width_));
+  ListView_SetColumnWidth(list, kLastColumn, std::max<int>(least, client.right - used));
 }
 
 // Column widths and the size of the client area, in units.
 void frmSetup::KeepLayout() const {
-  if (::IsIconic(handle()) || ::IsZoomed(handle())) return;
   const auto units = [this](int pixels) { return ::MulDiv(pixels, 96, dpi()); };
-  const SIZE client = Client();
-  std::u16string text = ToText(units(client.cx)) + u" " + ToText(units(client.cy));
-  for (size_t i = 0; i < std::size(kColumns); ++i) {
-    text += u" " + ToText(units(ListView_GetColumnWidth(Control(kList), static_cast<int>(i))));
+  // As it is restored from an icon or from the whole screen.
+  WINDOWPLACEMENT placement = {};
+  placement.length = sizeof(placement);
+  if (!::GetWindowPlacement(handle(), &placement)) return;
+  const RECT& normal = placement.rcNormalPosition;
+  const SIZE frame = OuterSize({0, 0});
+  std::u16string text = ToText(units(normal.right - normal.left - frame.cx)) + u" " +
+                        ToText(units(normal.bottom - normal.top - frame.cy));
+  for (int column = 0; column < kLastColumn; ++column) {
+    text += u" " + ToText(units(ListView_GetColumnWidth(Control(kList), column)));
   }
+  text += u" " + ToText(last_width_);
   // A layout that can't be kept is no loss that a user should be told of.
   (void)::RegSetKeyValueW(HKEY_CURRENT_USER, kLayoutKey, kLayoutValue, REG_SZ, Wide(text),
                           static_cast<DWORD>((text.size() + 1) * sizeof(char16_t)));
@@ -390,13 +398,13 @@ void frmSetup::RestoreLayout() {
     if (end == rest || number < 0 || number > 4000) return;
     rest = end;
   }
-  for (size_t i = 0; i < std::size(kColumns); ++i) {
-    ListView_SetColumnWidth(Control(kList), static_cast<int>(i),
-                            std::max(Scaled(numbers[2 + i]), Scaled(16)));
+  for (int column = 0; column < kLastColumn; ++column) {
+    ListView_SetColumnWidth(Control(kList), column,
+                            std::max(Scaled(numbers[2 + column]), Scaled(16)));
   }
+  last_width_ = numbers[2 + kLastColumn];
   if (::IsWindowVisible(handle())) return;  // at another DPI the system has suggested a size
-  SetOuterSize(OuterSize({Scaled(std::max<int>(numbers[0], kLeast.cx)),
-                          Scaled(std::max<int>(numbers[1], kLeast.cy))}));
+  SetClientSize({std::max<int>(numbers[0], kLeast.cx), std::max<int>(numbers[1], kLeast.cy)});
   CentreOnWorkArea();
 }
 
@@ -480,6 +488,13 @@ void frmSetup::OnCommand(int id, int) {
 }
 
 LRESULT frmSetup::OnNotify(NMHDR& header) {
+  if (header.code == HDN_ENDTRACKW || header.code == HDN_ENDTRACKA) {
+    const auto& drag = reinterpret_cast<const NMHEADERW&>(header);
+    if (drag.iItem == kLastColumn && drag.pitem && (drag.pitem->mask & HDI_WIDTH)) {
+      last_width_ = ::MulDiv(drag.pitem->cxy, 96, dpi());
+    }
+    return 0;
+  }
   if (header.idFrom != kList) return 0;
   switch (header.code) {
     case LVN_ITEMCHANGED:
@@ -613,10 +628,11 @@ void frmSetup::OnSync() {
       if (go_on || !handle()) return go_on;
       // The first Cancel is the sync's own; the second means us.
       if (cancelled_ > 1) return false;
+      SetText(kStatus, LoadText(IDS_CANCELLING));
+      // Before the sync has its window, and after, there is nobody to tell.
       if (const HWND status = asked ? nullptr : StatusWindowOf(process)) {
         asked = true;
         ::PostMessageW(status, WM_COMMAND, IDCANCEL, 0);
-        SetText(kStatus, LoadText(IDS_CANCELLING));
       }
       return true;
     };
@@ -813,21 +829,26 @@ ConduitFacts frmSetup::FactsOf(int16_t index, bool all) {
 void frmSetup::FillList(const std::u16string& select) {
   filling_ = true;
   const HWND list = Control(kList);
-  std::u16string chosen_app = select;
-  if (chosen_app.empty() && selected_) chosen_app = selected_->app_id;
+  // Where the chosen one is gone, its place.
+  const int16_t before = Selected();
+  const bool keep = select.empty() && selected_;
+  const std::u16string chosen_app = keep ? selected_->app_id : select;
   ::SendMessageW(list, WM_SETREDRAW, FALSE, 0);
   ListView_DeleteAllItems(list);
   const int16_t count = with_.conduits.Count();
   greyed_.assign(static_cast<size_t>(count), false);
-  int16_t chosen = 1;
+  int16_t chosen = 0;
   for (int16_t index = 1; index <= count; ++index) {
     AddRow(index);
-    if (with_.conduits.AppId(index) == chosen_app) chosen = index;
+    const bool same = (keep || !select.empty()) && with_.conduits.AppId(index) == chosen_app;
+    if (same && (chosen == 0 || index == before)) chosen = index;
   }
+  if (chosen == 0) chosen = std::clamp<int16_t>(before, 1, std::max<int16_t>(count, 1));
   TakeIcons();
   ListView_SetItemState(list, chosen - 1, LVIS_SELECTED | LVIS_FOCUSED,
                         LVIS_SELECTED | LVIS_FOCUSED);
   ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
+  FillWidth();  // a scroll bar may have come or gone
   ListView_EnsureVisible(list, chosen - 1, FALSE);
   const std::u16string& unread = with_.conduits.LoadError();
   SetText(kHint, unread.empty() ? LoadText(IDS_NO_CONDUITS) : LoadText(IDS_UNREADABLE, unread));

@@ -163,6 +163,7 @@ class frmSetup final : public SetupForm {
   HIMAGELIST icons_ = nullptr;  // the list view frees it
   std::optional<ConduitFacts> selected_;
   std::vector<bool> greyed_;  // rows
+  int last_width_ = 0;        // the last column's, units, as the user wants it at least
   uint64_t file_time_ = 0;    // when the file that the list shows was written; 0: there is none
   bool simulated_ = false;    // a simulated Pocket PC is set up
   bool busy_ = false;

@@ -69,7 +69,7 @@ class BoxAnswer {
  private:
   static void CALLBACK Answer(HWND, UINT, UINT_PTR, DWORD) {
     const HWND box = ::FindWindowW(L"#32770", nullptr);
-    if (!box) return;
+    if (!box || !::IsWindowVisible(box)) return;  // shown once its texts are in place
     for (HWND part = ::GetWindow(box, GW_CHILD); part; part = ::GetWindow(part, GW_HWNDNEXT)) {
       // By message: the box may be another process's.
       wchar_t text[1024] = L"";

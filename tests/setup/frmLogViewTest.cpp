@@ -73,6 +73,21 @@ TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
   Log(u"Mary", {u"Begin Sync"});
   Press(window, List(), VK_F5);
   EXPECT_EQ(Rows(), 4);
+  EXPECT_EQ(::GetFocus(), List());
+  EXPECT_EQ(TabOrder(handle()),
+            (std::vector<int>{frmLogView::kFilter, frmLogView::kList, frmLogView::kCopy,
+                              frmLogView::kReload, frmLogView::kOpenFile, frmLogView::kClose}));
+
+  // A long line can be scrolled to its end.
+  RECT list = {};
+  ::GetClientRect(List(), &list);
+  const auto scrolls = [&] {
+    return ListView_GetColumnWidth(List(), 0) + ListView_GetColumnWidth(List(), 1) > list.right;
+  };
+  EXPECT_FALSE(scrolls());
+  Log(u"Mary", {std::u16string(250, u'w').c_str()});
+  Press(window, List(), VK_F5);
+  EXPECT_TRUE(scrolls());
   Press(window, List(), VK_ESCAPE);
   EXPECT_EQ(handle(), nullptr);
 }

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "base/AutomationError.h"
 #include "base/Text.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/cConduitList.h"
@@ -62,6 +63,7 @@ struct Services final : SetupServices {
     return plain_user && system == SyncSystem::kActiveSync;
   }
   bool Install(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
+    if (broken) throw AutomationError(51, {}, u"the registry is gone");
     return real_.Install(system, app_id, message);
   }
   bool Remove(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
@@ -76,6 +78,7 @@ struct Services final : SetupServices {
   bool SetGuestMode(bool on) override { return real_.SetGuestMode(on); }
 
   bool plain_user = false;
+  bool broken = false;
 
  private:
   SetupServices& real_;
@@ -345,6 +348,10 @@ TEST_F(SetupWindow, InstallsAndRemovesForActiveSync) {
   Click(handle(), frmSetup::kRemoveActiveSync);
   EXPECT_EQ(Registry::Conduit(L"Memos"), Registry::kMissing);
   EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Not installed");
+  services->broken = true;
+  const BoxAnswer answer;
+  Click(handle(), frmSetup::kInstallActiveSync);
+  EXPECT_TRUE(answer.Has(u"the registry is gone")) << ToUtf8(answer.text());
 }
 
 TEST_F(SetupWindow, GuestModeIsWhatTheButtonSays) {
@@ -461,13 +468,29 @@ TEST_F(SetupWindow, RemovesTheSectionAndNothingElse) {
   EXPECT_TRUE(std::filesystem::exists(folder / "Memos"));
 }
 
+TEST_F(SetupWindow, TheSelectionStaysInItsPlace) {
+  Open("[A]\r\nClassID=L.A\r\n[B]\r\nClassID=L.B\r\n[]\r\n[A]\r\n[C]\r\nClassID=L.C\r\n");
+  EXPECT_EQ(Selected(), 0);
+  for (const int row : {3, 2, 1}) {
+    Select(row);
+    PressF5();
+    EXPECT_EQ(Selected(), row);
+  }
+  const BoxAnswer answer(IDYES);
+  Click(handle(), frmSetup::kRemove);
+  EXPECT_EQ(Rows(), 4);
+  EXPECT_EQ(Selected(), 1) << "the one behind it";
+}
+
 TEST_F(SetupWindow, ShowsTheLogAndAbout) {
   Open(kTwo);
   Press(*window, Control(frmSetup::kList), 'L', VK_CONTROL);
   ASSERT_TRUE(window->log_window());
   EXPECT_EQ(TextOf(window->log_window()->handle()), u"Log of The Lib.Memos");
   EXPECT_TRUE(::IsWindowEnabled(handle())) << "both are used side by side";
-  Press(*window, Control(frmSetup::kList), VK_F1);
+  // Enter is the focused button's, however it came by the focus.
+  ::SetFocus(Control(frmSetup::kAbout));
+  Press(*window, Control(frmSetup::kAbout), VK_RETURN);
   const HWND about = ::FindWindowW(L"Pylon.frmAbout", nullptr);
   ASSERT_TRUE(about);
   EXPECT_FALSE(::IsWindowEnabled(handle()));
@@ -488,8 +511,37 @@ TEST_F(SetupWindow, ColumnsAndSizeAreKept) {
   EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 123);
   EXPECT_EQ(after.right, before.right);
   EXPECT_EQ(after.bottom, before.bottom);
+
+  // Over the whole screen columns are the user's as well, and the size is the one to restore.
+  ::ShowWindow(handle(), SW_MAXIMIZE);
+  ListView_SetColumnWidth(Control(frmSetup::kList), 1, 99);
+  HDITEMW wide = {};
+  wide.mask = HDI_WIDTH;
+  wide.cxy = 2000;
+  NMHEADERW drag = {{ListView_GetHeader(Control(frmSetup::kList)), 0, HDN_ENDTRACKW}, 5, 0, &wide};
+  ::SendMessageW(handle(), WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&drag));
+  Open(nullptr);
+  ::GetClientRect(handle(), &after);
+  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 99);
+  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 5), 2000);
+  EXPECT_EQ(after.right, before.right);
+  EXPECT_EQ(after.bottom, before.bottom);
   GoToDpi(192);
-  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 246);
+  EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 198);
+}
+
+TEST_F(SetupWindow, FitsOnTheScreenAtFirst) {
+  for (const wchar_t* kept : {L"3900 3900 99 99 99 99 99 0", L"junk"}) {
+    const auto size = static_cast<DWORD>((std::wcslen(kept) + 1) * sizeof(wchar_t));
+    ::RegSetKeyValueW(HKEY_CURRENT_USER, kLayoutKey, L"Layout", REG_SZ, kept, size);
+    Open(kTwo);
+    RECT outer = {};
+    RECT area = {};
+    ::GetWindowRect(handle(), &outer);
+    ::SystemParametersInfoW(SPI_GETWORKAREA, 0, &area, 0);
+    EXPECT_LE(outer.right, area.right);
+    EXPECT_LE(outer.bottom, area.bottom);
+  }
 }
 
 TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottom) {
