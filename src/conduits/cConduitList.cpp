@@ -1,6 +1,8 @@
 #include "conduits/cConduitList.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <exception>
 #include <limits>
 #include <utility>
@@ -18,7 +20,11 @@ namespace {
 
 constexpr char16_t kGeneralSection[] = u"General";
 constexpr char16_t kProgramSection[] = u"Pylon";
+constexpr std::array kUtf8Mark = {std::byte{0xEF}, std::byte{0xBB}, std::byte{0xBF}};
 constexpr char16_t kNotCreated[] = u"No Longer Compatible";
+constexpr char16_t kUtf8[] =
+    u"The settings file is saved as UTF-8 with a byte order mark, which hides its first section. "
+    u"Save it as ANSI or as Unicode (UTF-16).";
 constexpr size_t kMostEntries = std::numeric_limits<int16_t>::max();
 
 }  // namespace
@@ -27,6 +33,7 @@ cConduitList::cConduitList(std::u16string program_folder, ComponentFactory& comp
                            const AnsiCodePage& code_page)
     : program_folder_(std::move(program_folder)),
       components_(&components),
+      utf8_mark_(code_page.Decode(kUtf8Mark)),
       file_(program_folder_, code_page) {
   file_.SetFullFileName(kFileName);
   Reload();
@@ -93,8 +100,15 @@ std::vector<cConduitList::Entry> cConduitList::ReadSections() {
     return entries;
   }
   std::u16string line;
+  bool first = true;
   while (entries.size() < kMostEntries && file_.InputLine(line)) {
     const size_t end = line.find(u']');
+    // Windows takes such a line for no section, and what stands below it for nobody's.
+    if (std::exchange(first, false) && line.starts_with(utf8_mark_ + u"[")) {
+      file_.CloseFile();
+      load_error_ = kUtf8;
+      return {};
+    }
     if (!line.starts_with(u'[') || end == line.npos) continue;
     const std::u16string name = line.substr(1, end - 1);
     if (EqualsIgnoringCase(name, kGeneralSection) || EqualsIgnoringCase(name, kProgramSection)) {

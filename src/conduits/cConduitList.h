@@ -26,7 +26,7 @@ class cConduitList {
 
   std::u16string FileName();
   // Why the file could not be read, which leaves the list empty or short; empty when it was, and
-  // when there is none.
+  // when there is none. A file that begins with UTF-8's byte order mark and a section is refused.
   const std::u16string& LoadError() const noexcept { return load_error_; }
   int16_t FindAppId(std::u16string_view AppId) const;
   int16_t FindAppIdFromCreatorId(std::u16string_view CreatorId) const;  // the first
@@ -82,7 +82,8 @@ class cConduitList {
 
   std::u16string program_folder_;
   ComponentFactory* components_;
-  cFileIO file_;  // names the settings file; open only while its sections are read
+  std::u16string utf8_mark_;  // as text of the code page
+  cFileIO file_;              // names the settings file; open only while its sections are read
   std::vector<Entry> entries_;
   std::u16string load_error_;
 };

@@ -101,7 +101,9 @@ std::u16string SyncDriver::Start(std::u16string_view app_id, int16_t database_ty
   }
   const int16_t index = with_.conduits->FindAppId(app_id);
   if (index == 0) {
-    return u"This Application '" + std::u16string(app_id) + u"' is not registered with Pyln.";
+    const std::u16string& unread = with_.conduits->LoadError();
+    return u"This Application '" + std::u16string(app_id) + u"' is not registered with Pyln." +
+           (unread.empty() ? unread : kLineEnd + unread);
   }
   const std::u16string class_id = with_.conduits->ClassId(index);
   if (class_id.empty()) {

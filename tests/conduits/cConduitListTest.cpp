@@ -132,6 +132,12 @@ TEST_F(ConduitListTest, AFileThatCantBeReadIsToldFromAMissingOne) {
   list.Reload();
   EXPECT_EQ(list.Count(), 1);
   EXPECT_EQ(list.LoadError(), u"");
+
+  cConduitList utf8 = List("\xEF\xBB\xBF[A]\r\n[B]\r\n");
+  EXPECT_EQ(utf8.Count(), 0);
+  EXPECT_NE(utf8.LoadError().find(u"UTF-8"), std::u16string::npos);
+  cConduitList harmless = List("\xEF\xBB\xBF; a comment\r\n[B]\r\n");
+  EXPECT_EQ(Ids(harmless), std::vector<std::u16string>{u"B"});
 }
 
 TEST_F(ConduitListTest, ComponentsDescribeThemselvesOnceAndAreReleased) {

@@ -17,6 +17,7 @@
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/setup/SimulatedHotSync.h"
+#include "tests/sync/Desktop.h"
 
 namespace pylon {
 namespace {
@@ -265,6 +266,7 @@ TEST_F(RunTest, ASettingThatCantBeKeptIsNamedInTheLog) {
 }
 
 TEST_F(RunTest, WithoutADatabaseSwitchTheSetupWindowOpens) {
+  SKIP_WITHOUT_DRAWING();
   for (const char16_t* arguments : {u"", u"-AppId Probe"}) {
     Process process = Start(arguments);
     HWND window = nullptr;
