@@ -32,7 +32,7 @@ constexpr int kLastColumn = static_cast<int>(std::size(kColumns)) - 1;
 
 // Units.
 constexpr SIZE kSize = {800, 600};
-constexpr SIZE kLeast = {740, 540};
+constexpr SIZE kLeast = {740, 470};  // 1080 lines at 192 DPI have room for it
 constexpr int kMargin = 12;
 constexpr int kGap = 8;
 constexpr int kInner = 12;  // within a group box
@@ -332,22 +332,21 @@ void frmSetup::Arrange() {
     x -= wide + gap;
   }
 
-  y -= gap + line;
-  Place(kFile, margin, y, width, line);
-  const int list_width = width - side - gap;
-  const int list_height = y - gap / 2 - margin;
-  Place(kList, margin, margin, list_width, list_height);
+  y -= gap + height;
+  x = client.cx - margin - side;
+  for (const int id : {kAbout, kReload, kEdit, kRemove, kAdd}) {
+    Place(id, x, y, side, height);
+    x -= side + gap;
+  }
+  centre(kFile, margin, y, x + side - margin);
+  const int list_height = y - gap - margin;
+  Place(kList, margin, margin, width, list_height);
   FillWidth();
-  Place(kHint, margin, margin, list_width, list_height);
+  Place(kHint, margin, margin, width, list_height);
   RECT text = {};
   ::GetClientRect(Control(kHint), &text);
   ::InflateRect(&text, -Scaled(kHintMargin), -Scaled(kHintMargin));
   ::SendMessageW(Control(kHint), EM_SETRECT, 0, reinterpret_cast<LPARAM>(&text));
-  y = margin;
-  for (const int id : {kAdd, kRemove, kEdit, kReload, kAbout}) {
-    Place(id, client.cx - margin - side, y, side, height);
-    y += row;
-  }
 }
 
 // The last column takes what the others leave, unless the user wants more for it.
