@@ -32,7 +32,7 @@ constexpr char16_t kUsage[] =
 
   /regserver [/second]            register as the HotSync suite; its second order of members
   /unregserver                    take that away
-  /sync [FILE]                    a HotSync session: run every registered conduit
+  /sync [FILE] [/only CREATOR]    a HotSync session: run every registered conduit, or that one
   /conduits                       list them
   /addconduit CREATOR PROGID [TITLE [DIRECTORY]]
   /removeconduit CREATOR
@@ -100,11 +100,16 @@ class CommandLine {
   std::vector<std::u16string> arguments_;
 };
 
-uint32_t TakeCreator(CommandLine& line) {
-  const std::u16string text = line.Take(u"The creator");
+uint32_t CreatorOf(const std::u16string& text) {
   const auto creator = ParseCreator(text);
   if (!creator) throw UsageError{u"A creator has four characters, not " + text};
   return *creator;
+}
+
+uint32_t TakeCreator(CommandLine& line) { return CreatorOf(line.Take(u"The creator")); }
+
+SuiteError NotRegistered(uint32_t creator) {
+  return {kNotFound, u"No conduit is registered for the creator " + CreatorText(creator)};
 }
 
 uint32_t TakeId(CommandLine& line) {
@@ -247,9 +252,19 @@ int RunCommand(const std::u16string& command, CommandLine& line) {
     line.RequireEnd();
     Unregister();
   } else if (command == u"/sync") {
+    const std::u16string only = line.TakeValue(u"/only");
     const std::u16string file = line.TakeOptional();
     line.RequireEnd();
-    return PlayHotSync(UsableSettings(file.empty() ? ini : file), Print) ? kAllWell : kSomeFailed;
+    Settings settings = UsableSettings(file.empty() ? ini : file);
+    if (!only.empty()) {
+      const uint32_t creator = CreatorOf(only);
+      const auto registered = RegisteredConduits();
+      if (std::ranges::find(registered, creator, &Conduit::creator) == registered.end()) {
+        throw NotRegistered(creator);
+      }
+      settings.conduits = {creator};
+    }
+    return PlayHotSync(settings, Print) ? kAllWell : kSomeFailed;
   } else if (command == u"/conduits") {
     line.RequireEnd();
     for (const Conduit& conduit : RegisteredConduits()) {
@@ -268,10 +283,7 @@ int RunCommand(const std::u16string& command, CommandLine& line) {
   } else if (command == u"/removeconduit") {
     const uint32_t creator = TakeCreator(line);
     line.RequireEnd();
-    if (!RemoveConduit(creator)) {
-      throw SuiteError{kNotFound,
-                       u"No conduit is registered for the creator " + CreatorText(creator)};
-    }
+    if (!RemoveConduit(creator)) throw NotRegistered(creator);
   } else if (command == u"/configure" || command == u"/cfg" || command == u"/info") {
     const uint32_t creator = TakeCreator(line);
     line.RequireEnd();

@@ -111,6 +111,10 @@ LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       ::SetFocus(back ? focus_ : ::GetNextDlgTabItem(handle(), nullptr, FALSE));
       return 0;
     }
+    case WM_NEXTDLGCTL:  // a dialog's; the access key of a label asks for it
+      ::SetFocus(LOWORD(lparam) ? reinterpret_cast<HWND>(wparam)
+                                : ::GetNextDlgTabItem(handle(), ::GetFocus(), wparam != 0));
+      return 0;
     case DM_GETDEFID:
       return MAKELRESULT(shape_.default_button, DC_HASDEFID);
     case WM_COMMAND:

@@ -16,6 +16,11 @@ std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int data
   return u"-AppId \"" + std::u16string(app_id) + u"\" -Database " + ToText(database);
 }
 
+std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id) {
+  if (creator_id.size() != 4 || creator_id.find(u'"') != creator_id.npos) return std::nullopt;
+  return u"/sync /only \"" + std::u16string(creator_id) + u"\"";
+}
+
 std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool install,
                                             std::u16string_view system) {
   if (!IsWord(app_id) || app_id.find(u'"') != app_id.npos) return std::nullopt;

@@ -11,6 +11,10 @@ namespace pylon {
 // that begins like a switch.
 std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database = 4);
 
+// The arguments with which the simulated handheld plays a HotSync of one conduit. Nothing for what
+// is no creator id: four characters, none of them a double quote.
+std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id);
+
 // The arguments that install or remove a conduit in one system only ("ActiveSync", "HotSync"), for
 // a step that runs with other rights than ours. Nothing as above.
 std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool install,

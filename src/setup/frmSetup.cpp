@@ -47,7 +47,8 @@ constexpr int kListHeight = 160;
 constexpr wchar_t kLayoutKey[] = L"Software\\Pylon\\Setup";
 constexpr wchar_t kLayoutValue[] = L"Layout";
 
-constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
+constexpr char16_t kSimulatedPocketPc[] = u"SimulatedPocketPC";
+constexpr char16_t kSimulatedPalm[] = u"SimulatedPalm";
 constexpr UINT kReloadMessage = WM_APP;
 constexpr int kMarqueeMs = 40;
 
@@ -80,12 +81,16 @@ uint64_t WriteTime(const std::u16string& file) noexcept {
 }
 
 // The status window of a sync that another process runs; null while it has none.
+// HotSync has the sync done in a process that COM starts.
+constexpr DWORD kAnyProcess = ~DWORD{0};
+constexpr DWORD kHotSyncNotBegun = 2;  // the simulator's exit code
+
 HWND StatusWindowOf(DWORD process) noexcept {
   HWND found = nullptr;
   while ((found = ::FindWindowExW(nullptr, found, L"Pylon.frmStatus", nullptr)) != nullptr) {
     DWORD owner = 0;
     ::GetWindowThreadProcessId(found, &owner);
-    if (owner == process) return found;
+    if (owner == process || process == kAnyProcess) return found;
   }
   return nullptr;
 }
@@ -612,10 +617,15 @@ void frmSetup::OnReload() {
 }
 
 void frmSetup::OnSync() {
-  const bool simulated = ::SendMessageW(Control(kSyncWith), CB_GETCURSEL, 0, 0) == 1;
-  const auto arguments = SyncArguments(selected_->app_id, simulated ? 5 : 4);
+  const auto chosen = static_cast<size_t>(::SendMessageW(Control(kSyncWith), CB_GETCURSEL, 0, 0));
+  const SyncWith with = chosen < sync_with_.size() ? sync_with_[chosen] : SyncWith::kPcFiles;
+  const bool hot_sync = with == SyncWith::kSimulatedPalm;
+  const std::u16string program = hot_sync ? SimulatedPalm() : with_.program_path;
+  const auto arguments =
+      hot_sync ? HotSyncArguments(selected_->creator_id)
+               : SyncArguments(selected_->app_id, with == SyncWith::kSimulatedPocketPc ? 5 : 4);
   if (!arguments) {
-    ShowError(LoadText(IDS_CANNOT_START));
+    ShowError(LoadText(hot_sync ? IDS_HOTSYNC_NO_CREATOR : IDS_CANNOT_START));
     return;
   }
   const std::u16string name = NameOfSelected();
@@ -636,16 +646,25 @@ void frmSetup::OnSync() {
       return true;
     };
     const WaitResult result =
-        ProgramAndWait(with_.program_path, u"\"" + with_.program_path + u"\" " + *arguments, yield,
-                       [&](DWORD id) { process = id; });
+        ProgramAndWait(program, u"\"" + program + u"\" " + *arguments, yield,
+                       [&](DWORD id) { process = hot_sync ? kAnyProcess : id; });
     if (result.end == WaitEnd::kEnded) {
       if (handle() && Selected()) TakeRow(Selected());
-      return SyncEnding(name, result.code);
+      if (!hot_sync) return SyncEnding(name, result.code);
+      // The session's code, which has none for a conduit that was cancelled.
+      if (result.code == kHotSyncNotBegun) ShowError(LoadText(IDS_HOTSYNC_NOT_BEGUN));
+      return {result.code == 0 ? IDS_SYNC_DONE : IDS_SYNC_FAILED, name};
     }
     if (result.end != WaitEnd::kNotStarted) return {IDS_WORK_LEFT, {}};
     ShowError(LoadText(IDS_SYNC_NOT_STARTED, SystemReason(result.code)));
     return {};
   });
+}
+
+std::u16string frmSetup::SimulatedPalm() {
+  const std::u16string program = with_.conduits.GetSettings(kSimulatedPalm, {});
+  return program.empty() || !IsRelative(program) ? program
+                                                 : JoinFullName(with_.program_folder, program);
 }
 
 void frmSetup::OnInstall(SyncSystem system, bool install) {
@@ -855,15 +874,24 @@ void frmSetup::FillList(const std::u16string& select) {
   ::ShowWindow(Control(kHint), count ? SW_HIDE : SW_SHOWNA);
   filling_ = false;
 
-  simulated_ = !with_.conduits.GetSettings(kSimulator, {}).empty();
   const HWND with = Control(kSyncWith);
-  const bool on_device = ::SendMessageW(with, CB_GETCURSEL, 0, 0) == 1;
+  const auto at = static_cast<size_t>(::SendMessageW(with, CB_GETCURSEL, 0, 0));
+  const SyncWith with_before = at < sync_with_.size() ? sync_with_[at] : SyncWith::kPcFiles;
+  sync_with_ = {SyncWith::kPcFiles};
+  if (!with_.conduits.GetSettings(kSimulatedPocketPc, {}).empty()) {
+    sync_with_.push_back(SyncWith::kSimulatedPocketPc);
+  }
+  if (!SimulatedPalm().empty()) sync_with_.push_back(SyncWith::kSimulatedPalm);
   ::SendMessageW(with, CB_RESETCONTENT, 0, 0);
-  for (const int text : {IDS_SYNC_PC, IDS_SYNC_SIMULATED_PPC}) {
-    if (text == IDS_SYNC_SIMULATED_PPC && !simulated_) continue;
+  for (const SyncWith choice : sync_with_) {
+    const int text = choice == SyncWith::kPcFiles             ? IDS_SYNC_PC
+                     : choice == SyncWith::kSimulatedPocketPc ? IDS_SYNC_SIMULATED_PPC
+                                                              : IDS_SYNC_SIMULATED_PALM;
     ::SendMessageW(with, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(LoadText(text))));
   }
-  ::SendMessageW(with, CB_SETCURSEL, on_device && simulated_ ? 1 : 0, 0);
+  const auto same = std::ranges::find(sync_with_, with_before);
+  ::SendMessageW(with, CB_SETCURSEL,
+                 same == sync_with_.end() ? 0 : static_cast<WPARAM>(same - sync_with_.begin()), 0);
   TakePc();
   TakeSelection();
   ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
@@ -964,7 +992,7 @@ void frmSetup::EnableActions() {
   facts.has_active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
   for (const int id : kActionControls) Enable(id, IsEnabled(*ActionOf(id), facts));
   ::EnableWindow(Control(kList), !busy_);
-  Enable(kSyncWith, simulated_ && IsEnabled(SetupAction::kSync, facts));
+  Enable(kSyncWith, sync_with_.size() > 1 && IsEnabled(SetupAction::kSync, facts));
 }
 
 }  // namespace pylon

@@ -108,6 +108,8 @@ class frmSetup final : public SetupForm {
   frmLogView* log_window() const noexcept { return log_.get(); }
 
  private:
+  enum class SyncWith { kPcFiles, kSimulatedPocketPc, kSimulatedPalm };
+
   void AddControls() override;
   void Arrange() override;
   void OnDpi() override;
@@ -119,6 +121,7 @@ class frmSetup final : public SetupForm {
   void OnActivate();
   void OnReload();
   void OnSync();
+  std::u16string SimulatedPalm();  // its program; empty when none is set up
   void OnInstall(SyncSystem system, bool install);
   void OnInstallApplication();
   void OnConfigure();
@@ -165,7 +168,7 @@ class frmSetup final : public SetupForm {
   std::vector<bool> greyed_;  // rows
   int last_width_ = 0;        // the last column's, units, as the user wants it at least
   uint64_t file_time_ = 0;    // when the file that the list shows was written; 0: there is none
-  bool simulated_ = false;    // a simulated Pocket PC is set up
+  std::vector<SyncWith> sync_with_;  // the choices, in their order
   bool busy_ = false;
   bool filling_ = false;
   bool close_after_ = false;  // the user closed the window during work

@@ -23,6 +23,7 @@ struct FakeComponent final : ConduitComponent {
   std::u16string GetConduitInfo(eConduitType type) override {
     if (type == ctApplicationName) return u"The " + name;
     if (type == ctVersion) return u"1.2";
+    if (type == ctCreatorID) return name == u"Lib.Memos" ? u"memo" : u"";
     return type == ctAuthor ? u"Somebody" : u"";
   }
   void BeginSynchronize(const std::shared_ptr<oSyncInfo>&) override {}

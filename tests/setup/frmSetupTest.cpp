@@ -314,13 +314,23 @@ TEST_F(SetupWindow, CancelEndsASyncByTheSyncsOwnCancel) {
 }
 
 TEST_F(SetupWindow, ASimulatedDeviceCanBeChosen) {
-  Open((std::string("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\n") + kTwo).c_str());
+  Open(("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" +
+        kTwo)
+           .c_str());
   ASSERT_TRUE(Enabled(handle(), frmSetup::kSyncWith));
-  ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, 1, 0);
-  const CommandReport report((folder / "report.txt").u16string());
-  Click(handle(), frmSetup::kSync);
-  const std::string command = report.Wait();
-  EXPECT_TRUE(command.ends_with("\" -AppId \"Memos\" -Database 5")) << command;
+  const char* const commands[] = {"-AppId \"Memos\" -Database 4", "-AppId \"Memos\" -Database 5",
+                                  "/sync /only \"memo\""};
+  for (int choice = 2; choice >= 0; --choice) {
+    ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, static_cast<WPARAM>(choice), 0);
+    const CommandReport report((folder / "report.txt").u16string());
+    PressF5();
+    Click(handle(), frmSetup::kSync);
+    const std::string command = report.Wait();
+    EXPECT_TRUE(command.ends_with(std::string("\" ") + commands[choice])) << command;
+  }
+  Settings(kTwo);
+  PressF5();
+  EXPECT_FALSE(Enabled(handle(), frmSetup::kSyncWith));
 }
 
 TEST_F(SetupWindow, AConduitThatNoCommandLineCanNameIsToldOf) {
@@ -544,8 +554,14 @@ TEST_F(SetupWindow, FitsOnTheScreenAtFirst) {
   }
 }
 
-TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottom) {
-  Open(kTwo);
+TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottomAndALabelsKeyToWhatItNames) {
+  Open((std::string("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\n") + kTwo).c_str());
+  ::SetFocus(Control(frmSetup::kList));
+  ::PostMessageW(Control(frmSetup::kList), WM_SYSCHAR, L'w', 1 << 29);
+  Pump(*window);
+  EXPECT_EQ(::GetDlgCtrlID(::GetFocus()), frmSetup::kSyncWith);
+  Settings(kTwo);
+  PressF5();
   using S = frmSetup;
   EXPECT_EQ(TabOrder(handle()), (std::vector<int>{S::kList, S::kAdd, S::kRemove, S::kEdit,
                                                   S::kReload, S::kAbout, S::kSync, S::kConfigure,
