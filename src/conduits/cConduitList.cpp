@@ -21,6 +21,7 @@ namespace {
 constexpr char16_t kGeneralSection[] = u"General";
 constexpr char16_t kProgramSection[] = u"Pylon";
 constexpr std::array kUtf8Mark = {std::byte{0xEF}, std::byte{0xBB}, std::byte{0xBF}};
+constexpr char16_t kNotAsked[] = u"not asked, because the reading was cancelled";
 constexpr char16_t kNotCreated[] = u"No Longer Compatible";
 constexpr char16_t kUtf8[] =
     u"The settings file is saved as UTF-8 with a byte order mark, which hides its first section. "
@@ -77,9 +78,18 @@ bool cConduitList::SaveSettings(std::u16string_view key, std::u16string_view val
   return file_.WriteIni(kProgramSection, key, value);
 }
 
-void cConduitList::Reload() {
+void cConduitList::Reload(const std::function<bool()>& go_on) {
   std::vector<Entry> entries = ReadSections();
-  for (Entry& entry : entries) Describe(entry);
+  bool goes_on = true;
+  for (Entry& entry : entries) {
+    goes_on = goes_on && (!go_on || go_on());
+    if (goes_on) {
+      Describe(entry);
+    } else {
+      entry.class_id = ClassIdOf(entry);
+      entry.failure = kNotAsked;
+    }
+  }
   entries_ = std::move(entries);
 }
 
@@ -129,8 +139,12 @@ void cConduitList::TakeLoadError() {
   }
 }
 
+std::u16string cConduitList::ClassIdOf(const Entry& entry) {
+  return file_.ReadINI(entry.app_id, u"ClassID", {});
+}
+
 void cConduitList::Describe(Entry& entry) {
-  entry.class_id = file_.ReadINI(entry.app_id, u"ClassID", {});
+  entry.class_id = ClassIdOf(entry);
   if (entry.class_id.empty()) return;
   // One component that fails must not hide the other conduits: its entry keeps what it told so far.
   try {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -57,8 +58,9 @@ class cConduitList {
   bool SaveSettings(std::u16string_view key, std::u16string_view value);
 
   // Reads the file and asks the components again. They may pump messages meanwhile; the list is the
-  // old one until all have answered.
-  void Reload();
+  // old one until all have answered. `go_on` is asked before each and may pump messages too: once
+  // it says no, the others stay unasked, which is then their Failure.
+  void Reload(const std::function<bool()>& go_on = {});
 
  private:
   struct Entry {
@@ -75,6 +77,7 @@ class cConduitList {
 
   std::vector<Entry> ReadSections();
   void TakeLoadError();
+  std::u16string ClassIdOf(const Entry& entry);
   void Describe(Entry& entry);
   const Entry& At(int16_t index) const;
   std::u16string Setting(int16_t index, std::u16string_view key);

@@ -609,7 +609,7 @@ void frmSetup::OnReload() {
   Run({IDS_READING, {}}, [this]() -> Phrase {
     file_time_ = WriteTime(with_.conduits.FileName());
     const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
-    with_.conduits.Reload();
+    with_.conduits.Reload([this] { return Yield(); });
     ::SetCursor(before);
     if (handle()) FillList({});
     return {};

@@ -258,6 +258,19 @@ TEST_F(SetupWindow, StaysInOneStateWhileComponentsPumpMessages) {
   EXPECT_EQ(closed, 1) << "once the conduits have been asked";
 }
 
+TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
+  Open(kTwo);
+  const int before = factory.created;
+  factory.on_create = [this] { ::PostMessageW(Control(frmSetup::kCancel), BM_CLICK, 0, 0); };
+  PressF5();
+  EXPECT_EQ(factory.created, before + 1);
+  EXPECT_EQ(Cell(0, 5), u"Ready");
+  EXPECT_EQ(Cell(1, 5), u"Can't be loaded: not asked, because the reading was cancelled");
+  factory.on_create = [] {};
+  PressF5();
+  EXPECT_EQ(Cell(1, 5), u"Ready");
+}
+
 TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
   const struct {
     const char* name;
