@@ -14,7 +14,6 @@ namespace pylon::testing {
 namespace {
 
 using ::testing::Each;
-using ::testing::ElementsAre;
 using ::testing::ElementsAreArray;
 using ::testing::Gt;
 using ::testing::IsEmpty;
