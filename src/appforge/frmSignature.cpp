@@ -16,17 +16,6 @@ constexpr wchar_t kClassName[] = L"Pylon.frmSignature";
 constexpr int32_t kInternalError = 51;
 constexpr int kPointsPerInch = 72;
 
-struct PenTraits {
-  using Type = HPEN;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type pen) noexcept { ::DeleteObject(pen); }
-};
-struct BrushTraits {
-  using Type = HBRUSH;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type brush) noexcept { ::DeleteObject(brush); }
-};
-
 // Keeps an object selected in a device context for a scope.
 class Selected {
  public:
@@ -109,8 +98,7 @@ void frmSignature::Clear(int32_t width, int32_t height, int32_t color) {
   info.bmiHeader.biBitCount = 24;
   info.bmiHeader.biCompression = BI_RGB;
   void* pixels = nullptr;
-  UniqueHandle<BitmapTraits> bitmap(
-      ::CreateDIBSection(dc_.get(), &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
+  Bitmap bitmap(::CreateDIBSection(dc_.get(), &info, DIB_RGB_COLORS, &pixels, nullptr, 0));
   if (!bitmap) {
     throw AutomationError(ErrorNumber::kOutOfMemory, u"There is no memory for a picture of " +
                                                          ToText(width) + u" x " + ToText(height) +
@@ -121,14 +109,14 @@ void frmSignature::Clear(int32_t width, int32_t height, int32_t color) {
   pixels_ = static_cast<std::byte*>(pixels);
   size_ = {width, height};
 
-  const UniqueHandle<BrushTraits> brush(::CreateSolidBrush(background));
+  const Brush brush(::CreateSolidBrush(background));
   const RECT all = {0, 0, width, height};
   if (!brush || !::FillRect(dc_.get(), &all, brush.get())) throw Refused(u"the background");
 }
 
 void frmSignature::DrawLines(std::span<const SignatureLine> lines, int32_t color) {
   const COLORREF foreground = ToColorRef(color);
-  const UniqueHandle<PenTraits> pen(::CreatePen(PS_SOLID, 1, foreground));
+  const Pen pen(::CreatePen(PS_SOLID, 1, foreground));
   if (!pen) throw Refused(u"a pen");
   const Selected selected(dc_.get(), pen.get());
   for (const SignatureLine& line : lines) {

@@ -15,16 +15,6 @@ struct WindowTraits {
   static Type Invalid() noexcept { return nullptr; }
   static void Close(Type window) noexcept { ::DestroyWindow(window); }
 };
-struct MemoryDcTraits {
-  using Type = HDC;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type dc) noexcept { ::DeleteDC(dc); }
-};
-struct BitmapTraits {
-  using Type = HBITMAP;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type bitmap) noexcept { ::DeleteObject(bitmap); }
-};
 
 // The hidden window that signatures are drawn in, with its one picture surface. Clear loads the
 // window; it goes with the object. Created, used and destroyed on one thread.
@@ -45,8 +35,8 @@ class frmSignature final : public SignatureSurface {
 
   UniqueHandle<WindowTraits> window_;
   // Before dc_, which holds it selected and so goes first.
-  UniqueHandle<BitmapTraits> bitmap_;
-  UniqueHandle<MemoryDcTraits> dc_;
+  Bitmap bitmap_;
+  MemoryDc dc_;
   std::byte* pixels_ = nullptr;  // bitmap_'s own memory
   SIZE size_ = {};               // in pixels
 };

@@ -80,10 +80,16 @@ struct RegistryKeyTraits {
   static Type Invalid() noexcept { return nullptr; }
   static void Close(Type key) noexcept { ::RegCloseKey(key); }
 };
-struct FontTraits {
-  using Type = HFONT;
+template <class Object>
+struct GdiObjectTraits {
+  using Type = Object;
   static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type font) noexcept { ::DeleteObject(font); }
+  static void Close(Type object) noexcept { ::DeleteObject(object); }
+};
+struct MemoryDcTraits {
+  using Type = HDC;
+  static Type Invalid() noexcept { return nullptr; }
+  static void Close(Type dc) noexcept { ::DeleteDC(dc); }
 };
 struct IconTraits {
   using Type = HICON;
@@ -94,7 +100,11 @@ struct IconTraits {
 using FileHandle = UniqueHandle<FileHandleTraits>;      // from CreateFile: invalid is -1
 using KernelHandle = UniqueHandle<KernelHandleTraits>;  // process, thread, event, token: null
 using RegistryKey = UniqueHandle<RegistryKeyTraits>;
-using Font = UniqueHandle<FontTraits>;
+using Bitmap = UniqueHandle<GdiObjectTraits<HBITMAP>>;
+using Brush = UniqueHandle<GdiObjectTraits<HBRUSH>>;
+using Font = UniqueHandle<GdiObjectTraits<HFONT>>;
+using Pen = UniqueHandle<GdiObjectTraits<HPEN>>;
+using MemoryDc = UniqueHandle<MemoryDcTraits>;
 using Icon = UniqueHandle<IconTraits>;
 
 }  // namespace pylon

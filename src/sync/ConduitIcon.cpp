@@ -17,19 +17,6 @@ namespace {
 
 using Microsoft::WRL::ComPtr;
 
-struct BitmapTraits {
-  using Type = HBITMAP;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type bitmap) noexcept { ::DeleteObject(bitmap); }
-};
-struct MemoryDcTraits {
-  using Type = HDC;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type dc) noexcept { ::DeleteDC(dc); }
-};
-using Bitmap = UniqueHandle<BitmapTraits>;
-using MemoryDc = UniqueHandle<MemoryDcTraits>;
-
 constexpr std::u16string_view kResource = u"RES:";
 
 Icon EmbeddedIcon(const wchar_t* file, int size) {
