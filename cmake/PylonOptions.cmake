@@ -32,6 +32,11 @@ if(WIN32)
     WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000000)
   add_compile_options(-ffunction-sections -fdata-sections)
   add_link_options(-Wl,--gc-sections -s)
+  if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+    # GCC 12 makes one function of a member and a free one with the same body, although the member
+    # takes its argument off the stack here and the free one leaves it to the caller.
+    add_compile_options(-fno-ipa-icf-functions)
+  endif()
 endif()
 
 set(PYLON_GENERATED_DIR "${CMAKE_BINARY_DIR}/gen")

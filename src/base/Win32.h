@@ -32,7 +32,7 @@ inline const wchar_t* Wide(const std::u16string& text) noexcept {
 }
 inline std::u16string FromWide(std::wstring_view text) { return {text.begin(), text.end()}; }
 
-// Owns one handle of the kind that Traits describes: `Type`, `kInvalid` and `Close(Type)`.
+// Owns one handle of the kind that Traits describes: `Type`, `Invalid()` and `Close(Type)`.
 template <class Traits>
 class UniqueHandle {
  public:
