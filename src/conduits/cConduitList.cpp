@@ -31,13 +31,13 @@ constexpr size_t kMostEntries = std::numeric_limits<int16_t>::max();
 }  // namespace
 
 cConduitList::cConduitList(std::u16string program_folder, ComponentFactory& components,
-                           const AnsiCodePage& code_page)
+                           const AnsiCodePage& code_page, Reading reading)
     : program_folder_(std::move(program_folder)),
       components_(&components),
       utf8_mark_(code_page.Decode(kUtf8Mark)),
       file_(program_folder_, code_page) {
   file_.SetFullFileName(kFileName);
-  Reload();
+  if (reading == Reading::kNow) Reload();
 }
 
 std::u16string cConduitList::FileName() { return file_.FullFileName(); }
@@ -91,6 +91,7 @@ void cConduitList::Reload(const std::function<bool()>& go_on) {
     }
   }
   entries_ = std::move(entries);
+  read_ = true;
 }
 
 const cConduitList::Entry& cConduitList::At(int16_t index) const {

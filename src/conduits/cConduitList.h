@@ -22,8 +22,10 @@ class cConduitList {
  public:
   static constexpr char16_t kFileName[] = u"Pylon.ini";
 
+  enum class Reading { kNow, kLater };  // later: the list is empty until Reload
+
   cConduitList(std::u16string program_folder, ComponentFactory& components,
-               const AnsiCodePage& code_page);
+               const AnsiCodePage& code_page, Reading reading = Reading::kNow);
 
   std::u16string FileName();
   // Why the file could not be read, which leaves the list empty or short; empty when it was, and
@@ -61,6 +63,7 @@ class cConduitList {
   // old one until all have answered. `go_on` is asked before each and may pump messages too: once
   // it says no, the others stay unasked, which is then their Failure.
   void Reload(const std::function<bool()>& go_on = {});
+  bool IsRead() const noexcept { return read_; }  // once at least
 
  private:
   struct Entry {
@@ -89,6 +92,7 @@ class cConduitList {
   cFileIO file_;              // names the settings file; open only while its sections are read
   std::vector<Entry> entries_;
   std::u16string load_error_;
+  bool read_ = false;
 };
 
 }  // namespace pylon

@@ -17,7 +17,9 @@ std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int data
 }
 
 std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id) {
-  if (creator_id.size() != 4 || creator_id.find(u'"') != creator_id.npos) return std::nullopt;
+  if (creator_id.size() != 4 || creator_id.find_first_of(u"\"\\") != creator_id.npos) {
+    return std::nullopt;
+  }
   return u"/sync /only \"" + std::u16string(creator_id) + u"\"";
 }
 

@@ -12,7 +12,8 @@ namespace pylon {
 std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database = 4);
 
 // The arguments with which the simulated handheld plays a HotSync of one conduit. Nothing for what
-// is no creator id: four characters, none of them a double quote.
+// is no creator id: four characters, none of them a double quote or a backslash, which an argument
+// in quotes can't carry at its end.
 std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id);
 
 // The arguments that install or remove a conduit in one system only ("ActiveSync", "HotSync"), for

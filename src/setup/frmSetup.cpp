@@ -32,7 +32,7 @@ constexpr int kLastColumn = static_cast<int>(std::size(kColumns)) - 1;
 
 // Units.
 constexpr SIZE kSize = {800, 600};
-constexpr SIZE kLeast = {740, 470};  // 1080 lines at 192 DPI have room for it
+constexpr SIZE kLeast = {740, 450};  // 1080 lines at 192 DPI have room for it and a taskbar
 constexpr int kMargin = 12;
 constexpr int kGap = 8;
 constexpr int kInner = 12;  // within a group box
@@ -80,17 +80,28 @@ uint64_t WriteTime(const std::u16string& file) noexcept {
   return uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
 }
 
-// The status window of a sync that another process runs; null while it has none.
-// HotSync has the sync done in a process that COM starts.
-constexpr DWORD kAnyProcess = ~DWORD{0};
-constexpr DWORD kHotSyncNotBegun = 2;  // the simulator's exit code
+// The simulator's exit codes.
+constexpr DWORD kHotSyncFailed = 1;
+constexpr DWORD kHotSyncNotBegun = 2;
 
-HWND StatusWindowOf(DWORD process) noexcept {
+std::vector<HWND> StatusWindows() {
+  std::vector<HWND> windows;
   HWND found = nullptr;
   while ((found = ::FindWindowExW(nullptr, found, L"Pylon.frmStatus", nullptr)) != nullptr) {
+    windows.push_back(found);
+  }
+  return windows;
+}
+
+// The status window of a sync that another process runs; null while it has none. Without a process
+// it is the one that was not there before: HotSync has the sync done in a process that COM starts.
+HWND StatusWindowOf(std::optional<DWORD> process, const std::vector<HWND>& before) {
+  for (const HWND window : StatusWindows()) {
     DWORD owner = 0;
-    ::GetWindowThreadProcessId(found, &owner);
-    if (owner == process || process == kAnyProcess) return found;
+    ::GetWindowThreadProcessId(window, &owner);
+    if (process ? owner == *process : std::ranges::find(before, window) == before.end()) {
+      return window;
+    }
   }
   return nullptr;
 }
@@ -252,6 +263,7 @@ void frmSetup::OnReady() {
   RestoreLayout();
   file_time_ = WriteTime(with_.conduits.FileName());
   FillList({});
+  if (!with_.conduits.IsRead()) ::PostMessageW(handle(), kReloadMessage, 0, 0);
 }
 
 void frmSetup::OnDpi() {
@@ -553,7 +565,11 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
   ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, TRUE, kMarqueeMs);
   const HWND focus = ::GetFocus();
   EnableActions();
-  if (::GetFocus() == focus && !::IsWindowEnabled(focus)) ::SetFocus(Control(kCancel));
+  // A control that is disabled keeps the focus or loses it, as the system likes.
+  const HWND left = ::GetFocus();
+  if (focus && (!left || (left == focus && !::IsWindowEnabled(focus)))) {
+    ::SetFocus(Control(kCancel));
+  }
   ::UpdateWindow(handle());
   Phrase outcome;
   std::u16string trouble;
@@ -565,6 +581,7 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
     trouble = FromUtf8(error.what());
   }
   busy_ = false;
+  cancelled_ = 0;  // others wait with Yield too
   if (!handle()) return;
   ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, FALSE, 0);
   ::ShowWindow(Control(kProgress), SW_HIDE);
@@ -611,8 +628,11 @@ void frmSetup::OnReload() {
     const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
     with_.conduits.Reload([this] { return Yield(); });
     ::SetCursor(before);
-    if (handle()) FillList({});
-    return {};
+    if (!handle()) return {};
+    const std::u16string added = std::exchange(added_, {});
+    FillList(added);
+    if (cancelled_ > 0) return {IDS_READING_CANCELLED, {}};
+    return added.empty() ? Phrase() : Phrase{IDS_ADDED, added};
   });
 }
 
@@ -630,7 +650,8 @@ void frmSetup::OnSync() {
   }
   const std::u16string name = NameOfSelected();
   Run({IDS_SYNCING, name}, [&]() -> Phrase {
-    DWORD process = 0;
+    const std::vector<HWND> before = StatusWindows();
+    std::optional<DWORD> process;
     bool asked = false;
     const auto yield = [&] {
       const bool go_on = Yield();
@@ -639,21 +660,26 @@ void frmSetup::OnSync() {
       if (cancelled_ > 1) return false;
       SetText(kStatus, LoadText(IDS_CANCELLING));
       // Before the sync has its window, and after, there is nobody to tell.
-      if (const HWND status = asked ? nullptr : StatusWindowOf(process)) {
+      if (const HWND status = asked ? nullptr : StatusWindowOf(process, before)) {
         asked = true;
         ::PostMessageW(status, WM_COMMAND, IDCANCEL, 0);
       }
       return true;
     };
     const WaitResult result =
-        ProgramAndWait(program, u"\"" + program + u"\" " + *arguments, yield,
-                       [&](DWORD id) { process = hot_sync ? kAnyProcess : id; });
+        ProgramAndWait(program, u"\"" + program + u"\" " + *arguments, yield, [&](DWORD id) {
+          if (!hot_sync) process = id;
+        });
     if (result.end == WaitEnd::kEnded) {
       if (handle() && Selected()) TakeRow(Selected());
       if (!hot_sync) return SyncEnding(name, result.code);
-      // The session's code, which has none for a conduit that was cancelled.
-      if (result.code == kHotSyncNotBegun) ShowError(LoadText(IDS_HOTSYNC_NOT_BEGUN));
-      return {result.code == 0 ? IDS_SYNC_DONE : IDS_SYNC_FAILED, name};
+      if (result.code == kHotSyncNotBegun) {
+        ShowError(LoadText(IDS_HOTSYNC_NOT_BEGUN));
+        return {IDS_STEP_FAILED, {}};
+      }
+      // A session has no code of its own for a conduit that was cancelled.
+      if (asked && result.code == kHotSyncFailed) return {IDS_SYNC_CANCELLED, name};
+      return SyncEnding(name, result.code);
     }
     if (result.end != WaitEnd::kNotStarted) return {IDS_WORK_LEFT, {}};
     ShowError(LoadText(IDS_SYNC_NOT_STARTED, SystemReason(result.code)));
@@ -747,6 +773,10 @@ void frmSetup::OnLog() {
 }
 
 void frmSetup::OnAdd() {
+  if (const std::u16string& unread = with_.conduits.LoadError(); !unread.empty()) {
+    ShowError(LoadText(IDS_UNREADABLE, unread));
+    return;
+  }
   std::vector<std::u16string> taken;
   for (int16_t index = 1; index <= with_.conduits.Count(); ++index) {
     taken.push_back(with_.conduits.AppId(index));
@@ -758,10 +788,9 @@ void frmSetup::OnAdd() {
     if (const Phrase refusal = file.AddSection(added.app_id, added.entries)) {
       return LoadText(IDS_NOT_SAVED, LoadText(refusal));
     }
-    file_time_ = WriteTime(with_.conduits.FileName());
-    with_.conduits.Reload();
-    FillList(added.app_id);
-    SetText(kStatus, LoadText(IDS_ADDED, added.app_id));
+    // Once the Add window is closed: asking the conduits takes time, and can be cancelled there.
+    added_ = added.app_id;
+    ::PostMessageW(handle(), kReloadMessage, 0, 0);
     return {};
   };
   add_->Show(handle());
@@ -870,8 +899,9 @@ void frmSetup::FillList(const std::u16string& select) {
   ListView_EnsureVisible(list, chosen - 1, FALSE);
   const std::u16string& unread = with_.conduits.LoadError();
   SetText(kHint, unread.empty() ? LoadText(IDS_NO_CONDUITS) : LoadText(IDS_UNREADABLE, unread));
-  ::ShowWindow(list, count ? SW_SHOWNA : SW_HIDE);
-  ::ShowWindow(Control(kHint), count ? SW_HIDE : SW_SHOWNA);
+  const bool hint = count == 0 && with_.conduits.IsRead();
+  ::ShowWindow(list, hint ? SW_HIDE : SW_SHOWNA);
+  ::ShowWindow(Control(kHint), hint ? SW_SHOWNA : SW_HIDE);
   filling_ = false;
 
   const HWND with = Control(kSyncWith);

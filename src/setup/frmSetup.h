@@ -169,6 +169,7 @@ class frmSetup final : public SetupForm {
   int last_width_ = 0;        // the last column's, units, as the user wants it at least
   uint64_t file_time_ = 0;    // when the file that the list shows was written; 0: there is none
   std::vector<SyncWith> sync_with_;  // the choices, in their order
+  std::u16string added_;             // the application id that the next reading selects
   bool busy_ = false;
   bool filling_ = false;
   bool close_after_ = false;  // the user closed the window during work

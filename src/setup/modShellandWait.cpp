@@ -42,7 +42,7 @@ struct Started {
   DWORD error = ERROR_SUCCESS;
 };
 
-Started StartProgram(const wchar_t* program, std::u16string command_line) {
+Started StartProgram(const wchar_t* program, std::u16string command_line, DWORD flags) {
   STARTUPINFOW startup = {};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESHOWWINDOW;
@@ -50,7 +50,7 @@ Started StartProgram(const wchar_t* program, std::u16string command_line) {
   PROCESS_INFORMATION process = {};
   Started started;
   if (!::CreateProcessW(program, reinterpret_cast<wchar_t*>(command_line.data()), nullptr, nullptr,
-                        FALSE, 0, nullptr, nullptr, &startup, &process)) {
+                        FALSE, flags, nullptr, nullptr, &startup, &process)) {
     started.error = ::GetLastError();
     return started;
   }
@@ -81,7 +81,7 @@ WaitResult ShellandWait(std::u16string command_line, int timeout_seconds,
   if (ToLower(command_line).find(u".exe") == std::u16string::npos) {
     return ShellVerbAndWait(nullptr, command_line, {}, verb, timeout_seconds, yield);
   }
-  const Started started = StartProgram(nullptr, std::move(command_line));
+  const Started started = StartProgram(nullptr, std::move(command_line), 0);
   if (!started.process) return {WaitEnd::kNotStarted, started.error};
   return Wait(started.process, timeout_seconds, yield);
 }
@@ -105,7 +105,7 @@ WaitResult ShellVerbAndWait(HWND owner, const std::u16string& file,
 
 WaitResult ProgramAndWait(const std::u16string& program, std::u16string command_line,
                           const WaitYield& yield, const std::function<void(DWORD)>& on_start) {
-  const Started started = StartProgram(Wide(program), std::move(command_line));
+  const Started started = StartProgram(Wide(program), std::move(command_line), CREATE_NO_WINDOW);
   if (!started.process) return {WaitEnd::kNotStarted, started.error};
   if (on_start) on_start(started.id);
   return Wait(started.process, 0, yield);

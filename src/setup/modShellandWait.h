@@ -38,7 +38,8 @@ WaitResult ShellVerbAndWait(HWND owner, const std::u16string& file,
                             const std::u16string& parameters, const std::u16string& verb,
                             int timeout_seconds, const WaitYield& yield = DispatchWaiting);
 
-// The program is what its full path says. `on_start` gets the process id before the wait.
+// The program is what its full path says; one of the console gets none. `on_start` gets the process
+// id before the wait.
 WaitResult ProgramAndWait(const std::u16string& program, std::u16string command_line,
                           const WaitYield& yield, const std::function<void(DWORD)>& on_start = {});
 

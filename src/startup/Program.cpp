@@ -221,7 +221,10 @@ int Program::RunAlone(std::u16string_view arguments) {
   }
 
   ComComponentFactory components(*server_);
-  cConduitList conduits(folder_, components, code_page_);
+  // The window is there first, and shows that the list is being read.
+  const bool shows_window = !switches.HasSwitch(u"install") && !switches.HasSwitch(u"uninstall");
+  cConduitList conduits(folder_, components, code_page_,
+                        shows_window ? cConduitList::Reading::kLater : cConduitList::Reading::kNow);
   cActiveSync active_sync(path_, code_page_);
   cHotSync hot_sync(path_, code_page_);
   ConduitInstaller installer(conduits, active_sync, hot_sync);

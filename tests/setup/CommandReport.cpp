@@ -19,7 +19,8 @@ const bool kNotTheSecondProcess = [] {
   wchar_t file[MAX_PATH] = L"";
   if (!::GetEnvironmentVariableW(Wide(kReportVariable), file, MAX_PATH)) {
     // A second process that nobody waits for any more must not run the tests, which start another.
-    if (std::wstring_view(::GetCommandLineW()).find(L" -AppId ") != std::wstring_view::npos) {
+    const std::wstring_view command = ::GetCommandLineW();
+    if (command.find(L" -AppId ") != command.npos || command.find(L" /sync ") != command.npos) {
       std::_Exit(1);
     }
     return true;

@@ -30,6 +30,10 @@ TEST(SyncCommand, AnAppIdThatTheParserWouldMisreadIsRefused) {
   for (const std::u16string app_id : {u"", u"-database", u"/x", u"a\"b", u"\""}) {
     EXPECT_FALSE(SyncArguments(app_id)) << ToUtf8(app_id);
   }
+  for (const std::u16string creator_id : {u"", u"mem", u"memos", u"me\"o", u"mem\\"}) {
+    EXPECT_FALSE(HotSyncArguments(creator_id)) << ToUtf8(creator_id);
+  }
+  EXPECT_EQ(HotSyncArguments(u"a /b"), u"/sync /only \"a /b\"");
 }
 
 // ActiveSync passes the AppId without quotes, so its words come back joined.

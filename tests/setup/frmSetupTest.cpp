@@ -35,9 +35,10 @@ constexpr wchar_t kLayoutKey[] = L"Software\\Pylon\\Setup";
 constexpr wchar_t kSyncVariable[] = L"PYLON_TEST_SYNC";
 
 // Started again as long as the variable is set, this program is a sync that goes on until it is
-// cancelled in its own status window.
+// cancelled in its own status window, and then ends with the variable's value.
 const bool kIsNoSync = [] {
-  if (!::GetEnvironmentVariableW(kSyncVariable, nullptr, 0)) return true;
+  wchar_t code[8] = L"";
+  if (!::GetEnvironmentVariableW(kSyncVariable, code, 8)) return true;
   bool cancelled = false;
   frmStatus status;
   status.on_cancel = [&cancelled] { cancelled = true; };
@@ -47,7 +48,7 @@ const bool kIsNoSync = [] {
     status.ProcessEvents();
     ::Sleep(10);
   }
-  std::_Exit(cancelled ? 2 : 0);
+  std::_Exit(cancelled ? ::_wtoi(code) : 0);
 }();
 
 // This PC's own services, seen by a user who may be no administrator.
@@ -107,10 +108,10 @@ struct SetupWindow : ::testing::Test {
     std::ifstream file(folder / "Pylon.ini", std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
   }
-  void Open(const char* settings) {
+  void Open(const char* settings, cConduitList::Reading reading = cConduitList::Reading::kNow) {
     if (settings) Settings(settings);
     window.reset();
-    list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory, code_page);
+    list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory, code_page, reading);
     installer = std::make_unique<ConduitInstaller>(*list, active_sync, hot_sync);
     real_services = std::make_unique<WindowsSetupServices>(active_sync, *installer);
     services = std::make_unique<Services>(*real_services);
@@ -217,6 +218,10 @@ TEST_F(SetupWindow, SaysThatTheSettingsFileCantBeRead) {
   const std::u16string hint = Text(frmSetup::kHint);
   EXPECT_NE(hint.find(list->LoadError()), std::u16string::npos);
   EXPECT_EQ(hint.find(u"No conduits"), std::u16string::npos);
+  const BoxAnswer answer;
+  Click(handle(), frmSetup::kAdd);
+  EXPECT_TRUE(answer.Has(list->LoadError())) << ToUtf8(answer.text());
+  EXPECT_EQ(window->add_window(), nullptr);
   PressF5();
   EXPECT_EQ(Rows(), 2);
 }
@@ -258,14 +263,29 @@ TEST_F(SetupWindow, StaysInOneStateWhileComponentsPumpMessages) {
   EXPECT_EQ(closed, 1) << "once the conduits have been asked";
 }
 
+TEST_F(SetupWindow, IsThereBeforeTheListIsRead) {
+  Open(kTwo, cConduitList::Reading::kLater);
+  EXPECT_EQ(factory.created, 0);
+  EXPECT_TRUE(::IsWindowVisible(handle()));
+  EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint))) << "there may be conduits";
+  Pump(*window);
+  EXPECT_EQ(Rows(), 2);
+}
+
 TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
   Open(kTwo);
   const int before = factory.created;
-  factory.on_create = [this] { ::PostMessageW(Control(frmSetup::kCancel), BM_CLICK, 0, 0); };
+  factory.on_create = [this] {
+    EXPECT_EQ(::GetFocus(), Control(frmSetup::kCancel));
+    ::PostMessageW(::GetFocus(), WM_KEYDOWN, VK_ESCAPE, 1);
+  };
+  ::SetFocus(Control(frmSetup::kList));
   PressF5();
+  EXPECT_EQ(::GetFocus(), Control(frmSetup::kList));
   EXPECT_EQ(factory.created, before + 1);
   EXPECT_EQ(Cell(0, 5), u"Ready");
   EXPECT_EQ(Cell(1, 5), u"Can't be loaded: not asked, because the reading was cancelled");
+  EXPECT_EQ(Text(frmSetup::kStatus), u"Reading was cancelled. F5 reads the rest.");
   factory.on_create = [] {};
   PressF5();
   EXPECT_EQ(Cell(1, 5), u"Ready");
@@ -314,16 +334,34 @@ void CALLBACK CheckBusyAndPressEscape(HWND, UINT, UINT_PTR, DWORD) {
 }
 
 TEST_F(SetupWindow, CancelEndsASyncByTheSyncsOwnCancel) {
-  Open(kTwo);
-  const UINT_PTR timer = ::SetTimer(nullptr, 0, 1500, CheckBusyAndPressEscape);
-  ::SetEnvironmentVariableW(kSyncVariable, L"1");
-  Click(handle(), frmSetup::kSync);
-  ::SetEnvironmentVariableW(kSyncVariable, nullptr);
-  ::KillTimer(nullptr, timer);
-  EXPECT_TRUE(busy_as_expected);
-  EXPECT_EQ(Text(frmSetup::kStatus), u"The Lib.Memos: sync cancelled.");
-  EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kProgress)));
-  EXPECT_EQ(closed, 0) << "Esc meant the sync";
+  Open(("[Pylon]\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" + kTwo).c_str());
+  frmStatus other;  // some other sync's, which is none of ours
+  bool other_cancelled = false;
+  other.on_cancel = [&other_cancelled] { other_cancelled = true; };
+  other.Create();
+  const struct {
+    const wchar_t* code;
+    WPARAM with;  // 0 the PC's files, 1 the simulated handheld
+    const char16_t* status;
+  } cases[] = {{L"2", 0, u"The Lib.Memos: sync cancelled."},
+               {L"1", 1, u"The Lib.Memos: sync cancelled."},
+               {L"2", 1, u"It could not be done."}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(ToUtf8(FromWide(c.code)));
+    ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, c.with, 0);
+    busy_as_expected = false;
+    const UINT_PTR timer = ::SetTimer(nullptr, 0, 1500, CheckBusyAndPressEscape);
+    ::SetEnvironmentVariableW(kSyncVariable, c.code);
+    const BoxAnswer answer;
+    Click(handle(), frmSetup::kSync);
+    ::SetEnvironmentVariableW(kSyncVariable, nullptr);
+    ::KillTimer(nullptr, timer);
+    EXPECT_TRUE(busy_as_expected);
+    EXPECT_EQ(Text(frmSetup::kStatus), c.status);
+    EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kProgress)));
+    EXPECT_EQ(closed, 0) << "Esc meant the sync";
+    EXPECT_FALSE(other_cancelled);
+  }
 }
 
 TEST_F(SetupWindow, ASimulatedDeviceCanBeChosen) {
