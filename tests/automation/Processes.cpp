@@ -80,9 +80,13 @@ Process::Process(const std::u16string& command_line,
   std::u16string text = command_line;
   std::vector<wchar_t> block = Environment(environment);
   PROCESS_INFORMATION information = {};
-  if (!::CreateProcessW(nullptr, const_cast<wchar_t*>(Wide(text)), nullptr, nullptr, TRUE,
-                        CREATE_UNICODE_ENVIRONMENT, block.data(), nullptr, &startup,
-                        &information)) {
+  const auto start = [&] {
+    return ::CreateProcessW(nullptr, const_cast<wchar_t*>(Wide(text)), nullptr, nullptr, TRUE,
+                            CREATE_UNICODE_ENVIRONMENT, block.data(), nullptr, &startup,
+                            &information);
+  };
+  // Wine under load fails once in a thousand times.
+  if (!start() && !start()) {
     throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(),
                             ToUtf8(command_line));
   }

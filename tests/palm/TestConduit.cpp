@@ -12,8 +12,6 @@ namespace {
 
 constexpr CLSID kConduit = {
     0x48EB9C99, 0xED26, 0x464A, {0xA8, 0x15, 0x5E, 0x2A, 0xA7, 0x08, 0x6E, 0x27}};
-constexpr CLSID kCrash = {
-    0xEAFE1931, 0x7F9C, 0x4673, {0x87, 0x59, 0x32, 0x21, 0xE1, 0x17, 0x6E, 0x85}};
 constexpr CLSID kStranger = {
     0xEAFE1932, 0x7F9C, 0x4673, {0x87, 0x59, 0x32, 0x21, 0xE1, 0x17, 0x6E, 0x85}};
 constexpr IID kFirst = {
@@ -36,6 +34,10 @@ struct SecondNotify : IUnknown {
 };
 
 TestConduit* current = nullptr;
+
+// "PalmTest.Crash", another class each time: Wine keeps the class object of a process that ended
+// without revoking it, and hands it to who creates the class next.
+CLSID crash_id = {};
 
 std::string Utf8(BSTR text) { return ToUtf8(com::Text(text)); }
 
@@ -69,7 +71,7 @@ class Object final : public FirstNotify, public SecondNotify {
   }
 
   STDMETHODIMP BeginProcess(VARIANT_BOOL* failed) noexcept override {
-    if (id_ == kCrash) ::TerminateProcess(::GetCurrentProcess(), 3);
+    if (id_ == crash_id) ::TerminateProcess(::GetCurrentProcess(), 3);
     const TestConduit::Answer answer = current->begin();
     *failed = com::ToVariantBool(answer.failed);
     return answer.result;
@@ -141,7 +143,7 @@ DWORD Offer(const CLSID& id, std::optional<com::ReachableInterface>& reachable) 
 }
 
 const std::pair<const wchar_t*, const CLSID&> kClasses[] = {{L"PalmTest.Conduit", kConduit},
-                                                            {L"PalmTest.Crash", kCrash},
+                                                            {L"PalmTest.Crash", crash_id},
                                                             {L"PalmTest.Stranger", kStranger}};
 
 std::wstring ClassKey(const CLSID& id) {
@@ -162,12 +164,13 @@ void SetKey(const std::wstring& path, const std::wstring& value) {
 
 TestConduit::TestConduit() {
   current = this;
+  com::Check(::CoCreateGuid(&crash_id));
   for (const auto& [prog_id, id] : kClasses) {
     const std::wstring key = ClassKey(id);
     SetKey(std::wstring(prog_id) + L"\\CLSID", key);
     SetKey(L"CLSID\\" + key + L"\\LocalServer32",
-           std::wstring(L"\"") + Wide(ProgramPath()) + L"\" -crash");
-    if (id != kCrash) registrations_.push_back(Offer(id, reachable_));
+           std::wstring(L"\"") + Wide(ProgramPath()) + L"\" -crash " + ClassKey(crash_id));
+    if (id != crash_id) registrations_.push_back(Offer(id, reachable_));
   }
 }
 
@@ -181,10 +184,11 @@ TestConduit::~TestConduit() {
   current = nullptr;
 }
 
-int ServeCrash() {
+int ServeCrash(const std::string& class_id) {
   com::Check(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED));
+  com::Check(::CLSIDFromString(Wide(FromUtf8(class_id)), &crash_id));
   std::optional<com::ReachableInterface> reachable;
-  Offer(kCrash, reachable);
+  Offer(crash_id, reachable);
   // Ends by itself when nobody calls.
   ::SetTimer(nullptr, 0, 30'000, nullptr);
   MSG message;

@@ -35,7 +35,7 @@ class TestConduit {
   std::optional<com::ReachableInterface> reachable_;
 };
 
-// Serves "PalmTest.Crash" until it is called.
-int ServeCrash();
+// Serves "PalmTest.Crash", whose class id this is ("{...}"), until it is called.
+int ServeCrash(const std::string& class_id);
 
 }  // namespace pylon::palm::testing

@@ -5,8 +5,8 @@
 #include "tests/palm/TestConduit.h"
 
 int main(int count, char** arguments) {
-  if (count > 1 && std::strcmp(arguments[1], "-crash") == 0) {
-    return pylon::palm::testing::ServeCrash();
+  if (count > 2 && std::strcmp(arguments[1], "-crash") == 0) {
+    return pylon::palm::testing::ServeCrash(arguments[2]);
   }
   ::testing::InitGoogleTest(&count, arguments);
   return RUN_ALL_TESTS();

@@ -8,7 +8,6 @@
 #include <map>
 #include <set>
 #include <string>
-#include <system_error>
 #include <utility>
 
 #include "base/Win32.h"
@@ -34,9 +33,7 @@ class SampleRun : public ::testing::Test {
   const std::filesystem::path& home() const { return temporary_.path(); }
   std::filesystem::path data() const { return home() / "data"; }
 
-  Process Start() const try { return Process(CommandLine()); } catch (const std::system_error&) {
-    return Process(CommandLine());  // Wine under load fails once in a thousand times
-  }
+  Process Start() const { return Process(CommandLine()); }
   void Sync() const { ASSERT_EQ(Start().Wait().value_or(99), 0U) << Log(); }
   std::string Log() const {
     const std::string name = std::string(kName) + ".log";  // in the folder of the device
