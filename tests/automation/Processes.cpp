@@ -86,7 +86,12 @@ Process::Process(const std::u16string& command_line,
                             &information);
   };
   // Wine under load fails once in a thousand times.
-  if (!start() && !start()) {
+  bool started = start();
+  for (int again = 2; !started && again > 0; --again) {
+    ::Sleep(100);
+    started = start();
+  }
+  if (!started) {
     throw std::system_error(static_cast<int>(::GetLastError()), std::system_category(),
                             ToUtf8(command_line));
   }
