@@ -2,6 +2,7 @@
 
 #include <array>
 #include <functional>
+#include <initializer_list>
 #include <utility>
 #include <vector>
 
@@ -67,6 +68,27 @@ std::u16string NameOf(ITypeInfo* info, MEMBERID id) {
                                                                   : std::u16string();
 }
 
+// Takes the numbers of an enum's members from the registered library; where it does not have them
+// they stay.
+void ReadEnum(std::u16string_view name,
+              std::initializer_list<std::pair<std::u16string_view, int32_t*>> members) try {
+  const auto library = LoadLibrary();
+  const com::Ptr<ITypeInfo> info = FindType(library.get(), name);
+  if (!info) return;
+  const TypeAttributes attributes(info.get());
+  for (UINT i = 0; i < attributes->cVars; ++i) {
+    VARDESC* variable = nullptr;
+    Check(info->GetVarDesc(i, &variable), std::u16string(name));
+    const std::u16string member = NameOf(info.get(), variable->memid);
+    for (const auto& [known, value] : members) {
+      if (known == member && variable->varkind == VAR_CONST) *value = V_I4(variable->lpvarValue);
+    }
+    info->ReleaseVarDesc(variable);
+  }
+} catch (const SuiteError&) {
+  // The library is not registered.
+}
+
 VARIANT Long(int32_t value) {
   VARIANT variant = {};
   V_VT(&variant) = VT_I4;
@@ -129,26 +151,21 @@ ClientNotifyLayout ClientNotifyLayout::Read() {
   return layout;
 }
 
-AccessModes RegisteredAccessModes() try {
+AccessModes RegisteredAccessModes() {
   AccessModes modes;
-  const auto library = LoadLibrary();
-  const com::Ptr<ITypeInfo> info = FindType(library.get(), u"EAccessModes");
-  if (!info) return modes;
-  const TypeAttributes attributes(info.get());
-  const std::pair<std::u16string_view, int32_t*> members[] = {
-      {u"eRead", &modes.read}, {u"eWrite", &modes.write}, {u"eShowSecret", &modes.show_secret}};
-  for (UINT i = 0; i < attributes->cVars; ++i) {
-    VARDESC* variable = nullptr;
-    Check(info->GetVarDesc(i, &variable), u"EAccessModes");
-    const std::u16string name = NameOf(info.get(), variable->memid);
-    for (const auto& [known, value] : members) {
-      if (known == name && variable->varkind == VAR_CONST) *value = V_I4(variable->lpvarValue);
-    }
-    info->ReleaseVarDesc(variable);
-  }
+  ReadEnum(
+      u"EAccessModes",
+      {{u"eRead", &modes.read}, {u"eWrite", &modes.write}, {u"eShowSecret", &modes.show_secret}});
   return modes;
-} catch (const SuiteError&) {
-  return {};
+}
+
+ConduitInfoTypes RegisteredConduitInfoTypes() {
+  ConduitInfoTypes types;
+  ReadEnum(u"EConduitInfo", {{u"eConduitName", &types.name},
+                             {u"eMfcVersion", &types.mfc_version},
+                             {u"eDefaultAction", &types.default_action},
+                             {u"eConduitVersion", &types.version}});
+  return types;
 }
 
 ClientNotify::ClientNotify(const std::u16string& prog_id) : layout_(ClientNotifyLayout::Read()) {

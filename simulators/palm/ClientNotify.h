@@ -23,6 +23,15 @@ struct ClientNotifyLayout {
 // The modes by name; the assumed ones where the library does not have them or is not registered.
 AccessModes RegisteredAccessModes();
 
+// What GetConduitInfo may be asked, likewise.
+struct ConduitInfoTypes {
+  int32_t name = 0;
+  int32_t mfc_version = 1;
+  int32_t default_action = 2;
+  int32_t version = 3;
+};
+ConduitInfoTypes RegisteredConduitInfoTypes();
+
 // A conduit's object, called through the slots that the library tells. A failed call raises
 // SuiteError with the conduit's own words when it left some.
 class ClientNotify {

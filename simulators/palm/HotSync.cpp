@@ -96,6 +96,7 @@ bool PlayHotSync(const Settings& settings, const Tell& tell) {
     throw SuiteError{kRefused, u"Another session runs on this PC"};
   }
   RegisterLibrary(settings);
+  const bool tells_creator = !RegisteredSecond().value_or(false);
   const auto session = std::make_shared<Session>(settings, RegisteredAccessModes());
   const auto say = [&](const std::u16string& line) {
     session->Tell(line);
@@ -124,7 +125,7 @@ bool PlayHotSync(const Settings& settings, const Tell& tell) {
         continue;
       }
       tell(label + u" ...");
-      session->run = {conduit.creator, ConduitFolder(settings, conduit)};
+      session->run = {conduit.creator, ConduitFolder(settings, conduit), tells_creator};
       const std::u16string failure = RunConduit(conduit);
       PumpMessages();
       if (failure.empty()) {
@@ -163,9 +164,14 @@ void CfgConduit(uint32_t creator, const Settings& settings, const Tell& tell) {
 void ShowConduitInfo(uint32_t creator, const Settings& settings, const Tell& tell) {
   const Conduit conduit = RequireConduit(creator);
   ClientNotify client(conduit.com_client);
-  constexpr const char16_t* kTypes[] = {u"Name", u"MFC version", u"Default action", u"Version"};
-  for (int32_t type = 0; type < static_cast<int32_t>(std::size(kTypes)); ++type) {
-    const std::u16string line = std::u16string(kTypes[type]) + u": ";
+  const ConduitInfoTypes types = RegisteredConduitInfoTypes();
+  const std::pair<const char16_t*, int32_t> questions[] = {
+      {u"Name", types.name},
+      {u"MFC version", types.mfc_version},
+      {u"Default action", types.default_action},
+      {u"Version", types.version}};
+  for (const auto& [title, type] : questions) {
+    const std::u16string line = std::u16string(title) + u": ";
     try {
       com::Variant info =
           client.GetConduitInfo(type, creator, settings.user_id, settings.user_name);

@@ -22,7 +22,8 @@ struct AccessModes {
 // What the conduit that runs is told about itself.
 struct ConduitRun {
   uint32_t creator = 0;
-  std::u16string path;  // the conduit's folder for this user, with a trailing backslash
+  std::u16string path;        // the conduit's folder for this user, with a trailing backslash
+  bool tells_creator = true;  // the second library has no member for it
 };
 
 // One HotSync session: the handheld, the link to it, and both logs. The suite's objects share it;

@@ -64,7 +64,12 @@ class HotSyncInfo final : public Dispatch<HotSyncInfo> {
   }
   com::Variant SyncType(Arguments&) { return com::Variant(sync_type_); }
   com::Variant PathName(Arguments&) { return FromText(run_.path); }
-  com::Variant CreatorId(Arguments&) { return com::Variant(static_cast<int32_t>(run_.creator)); }
+  com::Variant CreatorId(Arguments&) {
+    if (!run_.tells_creator) {
+      throw SuiteError{static_cast<uint32_t>(DISP_E_MEMBERNOTFOUND), u"There is no CreatorId"};
+    }
+    return com::Variant(static_cast<int32_t>(run_.creator));
+  }
   com::Variant NameList(Arguments& arguments) {
     const int32_t index = arguments.Long(0);
     if (index < 0 || static_cast<size_t>(index) >= names_.size()) throw SubscriptOutOfRange();

@@ -46,17 +46,19 @@ struct SystemAdapter {
   static constexpr const wchar_t* kNames[kCount] = {L"DateTime", L"PDHotSyncInfo", L"PDUserInfo",
                                                     L"AddLogEntry"};
 };
-struct HotSyncInfo {
-  enum Member { kCreatorId, kCount };
+struct HotSyncInfo {  // of the conduit that runs
+  enum Member { kCreatorId, kPathName, kCount };
   static constexpr const wchar_t* kNames[kCount] = {
-      L"CreatorId",  // assumed: of the conduit that runs, a Long
+      L"CreatorId",  // assumed: a Long
+      L"PathName",   // its folder below the HotSync user's; that its name comes last is assumed
   };
 };
 struct UserInfo {
   enum Member { kUserName, kCount };
   static constexpr const wchar_t* kNames[kCount] = {L"UserName"};
 };
-// Indexes are 0-based. A read that finds nothing answers an empty value; EOF is True then.
+// Indexes are 0-based. A read that finds nothing answers an empty value (assumed); EOF is True
+// then. What comes by reference is passed as Longs, the unique id as a VARIANT (assumed).
 struct RecordAdapter {
   enum Member {
     kRecordCount,
@@ -76,17 +78,12 @@ struct RecordAdapter {
     kCount
   };
   static constexpr const wchar_t* kNames[kCount] = {
-      L"RecordCount",
-      L"IterationIndex",
-      L"EOF",
+      L"RecordCount", L"IterationIndex", L"EOF",
       L"ReadByIndex",       // (Index, UniqueId, Category, Attributes), all by reference
       L"ReadById",          // assumed: (UniqueId, Index, Category, Attributes), all by reference
       L"ReadNextModified",  // as ReadByIndex, from IterationIndex on
-      L"Write",             // (UniqueId, Category, Attributes, Data)
-      L"Remove",
-      L"RemoveSet",
-      L"ResetAllModifiedFlags",
-      L"ReadAppInfoBlock",
+      // (UniqueId, Category, Attributes, Data); assumed: a new record's id comes back in UniqueId
+      L"Write", L"Remove", L"RemoveSet", L"ResetAllModifiedFlags", L"ReadAppInfoBlock",
       L"WriteAppInfoBlock",
       L"ReadSortInfoBlock",   // assumed
       L"WriteSortInfoBlock",  // assumed
@@ -100,20 +97,24 @@ inline constexpr size_t kIdBytes = 4;
 // A number that the suite's library gives a name to.
 struct Constant {
   const wchar_t* name;
-  int32_t value;  // where no library is registered
+  int32_t value;         // where no library is registered
+  bool assumed = false;  // the name: a library without it counts, and the value stands
 };
 // Or-ed in OpenRecordDatabase. Values assumed: those of the handheld's own protocol.
 inline constexpr Constant kAccessModes[] = {
     {L"eRead", 0x80}, {L"eWrite", 0x40}, {L"eShowSecret", 0x10}};
-// What GetConduitInfo may ask for. Values assumed, and the last name too.
+// What GetConduitInfo may ask for. Values assumed.
 enum ConduitInfo { kConduitName, kMfcVersion, kDefaultAction, kConduitVersion };
-inline constexpr Constant kConduitInfos[] = {
-    {L"eConduitName", 0}, {L"eMfcVersion", 1}, {L"eDefaultAction", 2}, {L"eConduitVersion", 3}};
+inline constexpr Constant kConduitInfos[] = {{L"eConduitName", 0},
+                                             {L"eMfcVersion", 1},
+                                             {L"eDefaultAction", 2},
+                                             {L"eConduitVersion", 3, true}};
 // Answers to it: that no MFC is used, assumed; and the fast sync.
 inline constexpr int32_t kMfcNotUsed = 0x10000000;
 inline constexpr int32_t kFastSync = 0;
 
-inline constexpr int32_t kAllRecords = 0;  // for RemoveSet
+// For RemoveSet. The name that the library has for it is not public.
+inline constexpr int32_t kAllRecords = 0;
 
 // How failures of the suite's members look, assumed but for those of COM itself.
 enum class Failure { kOther, kLost, kRefused, kMemoryFull, kNotThere, kExists };

@@ -156,14 +156,15 @@ void SuiteHandheld::AddLogEntry(std::u16string_view text) {
   link_->Reach([&] { system_.Call(suite::SystemAdapter::kAddLogEntry, line); });
 }
 
-std::optional<int32_t> SuiteHandheld::CreatorId() {
+SuiteHandheld::Conduit SuiteHandheld::RunningConduit() {
   return link_->Reach([&] {
-    std::optional<int32_t> creator;
+    Conduit conduit;
     Optionally([&] {
       LateBound<suite::HotSyncInfo> info(system_.Call(suite::SystemAdapter::kHotSyncInfo));
-      creator = ToLong(info.Call(suite::HotSyncInfo::kCreatorId));
+      Optionally([&] { conduit.creator = ToLong(info.Call(suite::HotSyncInfo::kCreatorId)); });
+      Optionally([&] { conduit.path = ToText(info.Call(suite::HotSyncInfo::kPathName)); });
     });
-    return creator;
+    return conduit;
   });
 }
 

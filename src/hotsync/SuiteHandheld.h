@@ -35,9 +35,13 @@ class SuiteHandheld final : public Handheld {
   bool DeleteDatabase(std::u16string_view name) override;
   bool IsLost() const noexcept override { return link_->lost(); }
 
-  // The creator id of the conduit that HotSync runs at this moment; nothing when the suite has no
-  // word for it.
-  std::optional<int32_t> CreatorId();
+  // What HotSync tells of the conduit that it runs at this moment.
+  struct Conduit {
+    std::optional<int32_t> creator;
+    std::u16string path;  // of its folder below the HotSync user's
+  };
+  // Without what the suite has no word for.
+  Conduit RunningConduit();
 
  private:
   // Whether the list has the name, after a failure that does not say whether it is that.

@@ -1,6 +1,5 @@
 #include "hotsync/SuiteLibrary.h"
 
-#include <algorithm>
 #include <optional>
 
 #include "base/TypeDescription.h"
@@ -8,7 +7,7 @@
 namespace pylon {
 namespace {
 
-// The values of the constants in one enum; nothing when it lacks one.
+// The values of the constants in one enum; nothing when it lacks one whose name is known.
 std::optional<std::vector<int32_t>> Find(std::span<const suite::Constant> constants,
                                          ITypeInfo* info) {
   std::vector<std::optional<int32_t>> found(constants.size());
@@ -27,11 +26,11 @@ std::optional<std::vector<int32_t>> Find(std::span<const suite::Constant> consta
       found[k] = V_I4(value.get());
     }
   }
-  if (!std::ranges::all_of(found, [](const auto& value) { return value.has_value(); })) {
-    return std::nullopt;
-  }
   std::vector<int32_t> values;
-  for (const auto& value : found) values.push_back(*value);
+  for (size_t k = 0; k < constants.size(); ++k) {
+    if (!found[k] && !constants[k].assumed) return std::nullopt;
+    values.push_back(found[k].value_or(constants[k].value));
+  }
   return values;
 }
 

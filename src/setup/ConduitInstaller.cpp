@@ -32,6 +32,9 @@ constexpr char16_t kForeignText[] =
 constexpr char16_t kNoCreatorId[] =
     u"HotSync can't call this conduit: its component names no creator id.";
 
+constexpr char16_t kNotAsked[] =
+    u"HotSync can't call this conduit: its component can't be asked for its creator id: ";
+
 void Tell(std::u16string& message, std::u16string_view paragraph) {
   if (paragraph.empty() || message.find(paragraph) != message.npos) return;
   if (!message.empty()) message += u"\r\n\r\n";
@@ -63,6 +66,11 @@ std::u16string ConduitInstaller::ApplicationFiles(SyncSystem system, int16_t ind
                                         : conduits_.PPCInstall(index);
 }
 
+// Whether handhelds can have the conduit. One whose component can't be asked may be for them.
+bool ConduitInstaller::MayBeForPalm(int16_t index) const {
+  return !conduits_.CreatorId(index).empty() || !conduits_.Failure(index).empty();
+}
+
 // The step with each system of the conduit that is there. Not done when there is none.
 template <class Step>
 bool ConduitInstaller::WithEach(int16_t index, std::u16string& message, Step step) {
@@ -70,7 +78,7 @@ bool ConduitInstaller::WithEach(int16_t index, std::u16string& message, Step ste
   bool done = true;
   for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
     const bool hot_sync = system == SyncSystem::kHotSync;
-    if (hot_sync && conduits_.CreatorId(index).empty()) continue;
+    if (hot_sync && !MayBeForPalm(index)) continue;
     if (!IsPresent(system)) {
       Tell(message, hot_sync ? cHotSync::kNotInstalled : kNoActiveSync);
       continue;
@@ -110,7 +118,8 @@ bool ConduitInstaller::IsShadowed(int16_t index, std::u16string& message) const 
 bool ConduitInstaller::InstallForHotSync(int16_t index, std::u16string& message) {
   const std::u16string& creator_id = conduits_.CreatorId(index);
   if (creator_id.empty()) {
-    Tell(message, kNoCreatorId);
+    const std::u16string& failure = conduits_.Failure(index);
+    Tell(message, failure.empty() ? kNoCreatorId : kNotAsked + failure);
   } else if (!IsPresent(SyncSystem::kHotSync)) {
     Tell(message, cHotSync::kNotInstalled);
   } else if (IsShadowed(index, message)) {
@@ -157,7 +166,7 @@ bool ConduitInstaller::UninstallConduit(std::u16string_view AppId, std::u16strin
   if (creators) return RemoveFromHotSync(*creators, message) && done;
   // Nothing of a conduit that handhelds can't have is with HotSync, even when that doesn't answer.
   const int16_t index = conduits_.FindAppId(AppId);
-  if (index != 0 && conduits_.CreatorId(index).empty()) return done;
+  if (index != 0 && !MayBeForPalm(index)) return done;
   Tell(message, why);
   return false;
 }
@@ -188,7 +197,10 @@ std::optional<ConduitInstaller::Creators> ConduitInstaller::HotSyncCreators(
   // the settings file got another name: HotSync calls this conduit all the same.
   const std::u16string& creator_id = conduits_.CreatorId(index);
   if (conduits_.FindAppIdFromCreatorId(creator_id) != index) return creators;
+  std::u16string not_one;
+  if (!hot_sync_.IsCreatorId(creator_id, not_one)) return creators;
   const auto other = hot_sync_.FindConduit(creator_id, message);
+  if (!other && !message.empty()) return std::nullopt;
   if (other && other->ours && conduits_.FindAppId(other->app_id) == 0) {
     creators.push_back(other->creator_id);
   }
@@ -220,7 +232,7 @@ bool ConduitInstaller::InstallApplication(std::u16string_view AppId, std::u16str
   for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
     const bool present = IsPresent(system);
     const bool files = !ApplicationFiles(system, index).empty();
-    const bool starts_it = system == SyncSystem::kActiveSync || !conduits_.CreatorId(index).empty();
+    const bool starts_it = system == SyncSystem::kActiveSync || MayBeForPalm(index);
     brings = brings || files;
     any = any || (present && (files || starts_it));
     if (files && !InstallApplication(system, AppId, {}, message) && present) done = false;
@@ -270,7 +282,10 @@ InstallState ConduitInstaller::State(SyncSystem system, std::u16string_view AppI
   const int16_t index = conduits_.FindAppId(AppId);
   if (index == 0) return InstallState::kNotInstalled;
   const std::u16string& creator_id = conduits_.CreatorId(index);
-  if (creator_id.empty()) return InstallState::kNotSupported;
+  if (creator_id.empty()) {
+    if (MayBeForPalm(index)) Tell(message, kNotAsked + conduits_.Failure(index));
+    return InstallState::kNotSupported;
+  }
   if (creators && !hot_sync_.IsCreatorId(creator_id, why)) {
     Tell(message, why);
     return InstallState::kNotSupported;

@@ -63,6 +63,7 @@ class ConduitInstaller {
   template <class Step>
   bool WithEach(int16_t index, std::u16string& message, Step step);
 
+  bool MayBeForPalm(int16_t index) const;
   bool IsShadowed(int16_t index, std::u16string& message) const;
   bool InstallForHotSync(int16_t index, std::u16string& message);
   bool InstallForActiveSync(int16_t index, std::u16string& message);

@@ -73,13 +73,31 @@ std::shared_ptr<cConduitList> HotSyncRuns::Conduits() {
   return conduits_ = std::move(conduits);
 }
 
-int16_t HotSyncRuns::Find(cConduitList& conduits, std::optional<int32_t> creator) const {
-  return creator ? conduits.FindAppIdFromCreatorId(utils_.PalmLongtoId(*creator)) : int16_t{0};
+int16_t HotSyncRuns::Find(const cConduitList& conduits, std::optional<int32_t> creator,
+                          std::u16string_view path) const {
+  if (creator) {
+    const int16_t index = conduits.FindAppIdFromCreatorId(utils_.PalmLongtoId(*creator));
+    if (index != 0) return index;
+  }
+  const std::u16string_view folder = LastName(path);
+  if (folder.empty()) return 0;
+  for (int16_t index = 1; index <= conduits.Count(); ++index) {
+    if (EqualsIgnoringCase(FolderName(conduits.AppId(index)), folder)) return index;
+  }
+  return 0;
 }
 
-std::u16string HotSyncRuns::Unknown(std::optional<int32_t> creator) const {
+std::u16string HotSyncRuns::Unknown(const cConduitList& conduits,
+                                    std::optional<int32_t> creator) const {
   if (!creator) return u"HotSync does not say which conduit it means.";
-  return u"No conduit is registered for the creator id '" + utils_.PalmLongtoId(*creator) + u"'.";
+  std::u16string text =
+      u"No conduit is registered for the creator id '" + utils_.PalmLongtoId(*creator) + u"'.";
+  for (int16_t index = 1; index <= conduits.Count(); ++index) {
+    const std::u16string& failure = conduits.Failure(index);
+    if (failure.empty()) continue;
+    text += u" '" + conduits.AppId(index) + u"' can't be asked for its own: " + failure;
+  }
+  return text;
 }
 
 bool HotSyncRuns::Sync(std::optional<int32_t> creator) {
@@ -101,10 +119,15 @@ bool HotSyncRuns::Sync(std::optional<int32_t> creator) {
 
 bool HotSyncRuns::SyncWith(const std::shared_ptr<SuiteHandheld>& handheld,
                            std::optional<int32_t> creator) {
-  if (const auto current = handheld->CreatorId(); current && *current != 0) creator = current;
+  const SuiteHandheld::Conduit running = handheld->RunningConduit();
+  if (running.creator && *running.creator != 0) creator = running.creator;
   const std::shared_ptr<cConduitList> conduits = Conduits();
-  const int16_t index = Find(*conduits, creator);
-  const std::u16string name = index == 0 ? kPylon : conduits->ApplicationName(index);
+  const int16_t index = Find(*conduits, creator, running.path);
+  std::u16string name = kPylon;
+  if (index != 0) {
+    const bool named = conduits->Failure(index).empty();
+    name = named ? conduits->ApplicationName(index) : conduits->AppId(index);
+  }
   SyncRequest request;
   request.database_type = dftPalmHotSync;
   request.handheld = handheld;
@@ -119,7 +142,8 @@ bool HotSyncRuns::SyncWith(const std::shared_ptr<SuiteHandheld>& handheld,
       return false;
     case SyncResult::kFailed:
       Tell(*handheld, name,
-           index == 0 ? outcome.error + u" " + Unknown(creator) : u"Sync Failed: " + outcome.error);
+           index == 0 ? outcome.error + u" " + Unknown(*conduits, creator)
+                      : u"Sync Failed: " + outcome.error);
       return false;
   }
   return false;
@@ -129,9 +153,8 @@ void HotSyncRuns::Configure(std::optional<int32_t> creator, std::u16string_view 
   if (busy_) throw AutomationError(ErrorNumber::kInvalidArgument, kBusy);
   const Busy busy(busy_);
   const std::shared_ptr<cConduitList> conduits = Conduits();
-  int16_t index = Find(*conduits, creator);
-  if (index == 0 && !path.empty()) index = conduits->FindAppId(LastName(path));
-  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(creator));
+  const int16_t index = Find(*conduits, creator, path);
+  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(*conduits, creator));
   const std::u16string& class_id = conduits->ClassId(index);
   const ComponentFactory::Result created = components_.Create(class_id);
   if (!created.component) {
@@ -143,7 +166,7 @@ void HotSyncRuns::Configure(std::optional<int32_t> creator, std::u16string_view 
 HotSyncHost::Conduit HotSyncRuns::Describe(std::optional<int32_t> creator) {
   const std::shared_ptr<cConduitList> conduits = Conduits();
   const int16_t index = Find(*conduits, creator);
-  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(creator));
+  if (index == 0) throw AutomationError(ErrorNumber::kInvalidArgument, Unknown(*conduits, creator));
   return {conduits->ApplicationName(index), conduits->Version(index)};
 }
 

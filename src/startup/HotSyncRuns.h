@@ -14,8 +14,8 @@
 namespace pylon {
 
 // Runs in a server process what HotSync asks for. The user is at the handheld, so there is no
-// message box: each sync leaves a line in HotSync's log, a failed one also in ours, and whatever
-// goes wrong in one the next can run.
+// message box: each sync leaves a line in HotSync's log, one of a known conduit that failed also in
+// ours, and whatever goes wrong in one the next can run.
 //
 // One sync or configuration at a time. While it runs messages are pumped, so another may be asked
 // for; it is refused. Borrows everything that it is given.
@@ -33,9 +33,12 @@ class HotSyncRuns final : public HotSyncHost {
   // The registered conduits, read again when their file has changed: each reading creates every
   // component, and HotSync asks for each conduit several times.
   std::shared_ptr<cConduitList> Conduits();
-  // The place of a conduit in the list, 0 when it has none.
-  int16_t Find(cConduitList& conduits, std::optional<int32_t> creator) const;
-  std::u16string Unknown(std::optional<int32_t> creator) const;
+  // The place of a conduit in the list, 0 when it has none. One that no creator id leads to, as its
+  // component can't be asked for it or HotSync names none, is found by the folder that installing
+  // gave it.
+  int16_t Find(const cConduitList& conduits, std::optional<int32_t> creator,
+               std::u16string_view path = {}) const;
+  std::u16string Unknown(const cConduitList& conduits, std::optional<int32_t> creator) const;
   bool SyncWith(const std::shared_ptr<SuiteHandheld>& handheld, std::optional<int32_t> creator);
 
   PDBUtils utils_;

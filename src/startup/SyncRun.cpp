@@ -55,8 +55,9 @@ SyncOutcome RunSync(const SyncProgram& program, std::shared_ptr<cConduitList> co
     driver.SyncStop();
   }
   program.server.SetRun(nullptr, nullptr);
-  // A component's own error is in the log already.
-  if (request.handheld && !finished && !error.starts_with(u"Conduit Error: ")) {
+  // A component's own error is in the log already, once that has a name.
+  if (request.handheld && !finished &&
+      (log->AppId().empty() || !error.starts_with(u"Conduit Error: "))) {
     LogRefusal(*log, request, error);
   }
   status.reset();

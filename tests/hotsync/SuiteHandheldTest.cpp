@@ -87,6 +87,12 @@ com::Variant ObjectValue(const Fake& object) {
   return value;
 }
 com::Variant Long(int32_t value) { return com::Variant(value); }
+com::Variant TextValue(std::u16string_view text) {
+  com::Variant value;
+  V_VT(value.get()) = VT_BSTR;
+  V_BSTR(value.get()) = com::Bstr(text).Detach();
+  return value;
+}
 com::Variant Array(std::vector<int> values) {
   Bytes bytes;
   for (const int value : values) bytes.push_back(static_cast<std::byte>(value));
@@ -352,7 +358,8 @@ TEST_F(SuiteHandheldTest, WhatTheSuiteTellsIsReadInAnyOfItsForms) {
   });
   system_->members[L"PDHotSyncInfo"] = Answer([&] { return ObjectValue(info); });
   SuiteHandheld handheld(query_, system_, AnsiCodePage::Windows1252());
-  EXPECT_EQ(handheld.CreatorId(), 0x6D656D6F);
+  EXPECT_EQ(handheld.RunningConduit().creator, 0x6D656D6F);
+  EXPECT_EQ(handheld.RunningConduit().path, u"") << "no word for it";
   query_->members[L"ReadDbInfoByName"] = Answer([&] { return ObjectValue(info); });
   const auto told = SuiteHandheld(query_, system_, AnsiCodePage::Windows1252()).DatabaseInfo(u"A");
   ASSERT_TRUE(told);
@@ -362,7 +369,10 @@ TEST_F(SuiteHandheldTest, WhatTheSuiteTellsIsReadInAnyOfItsForms) {
 
   info->members.erase(L"CreatorId");
   system_->members[L"DateTime"] = Answer([] { return Names(VT_BSTR, {}); });
-  EXPECT_EQ(SuiteHandheld(query_, system_, AnsiCodePage::Windows1252()).CreatorId(), std::nullopt);
+  info->members[L"PathName"] = Answer([] { return TextValue(u"C:\\User\\Memos\\"); });
+  const auto running = SuiteHandheld(query_, system_, AnsiCodePage::Windows1252()).RunningConduit();
+  EXPECT_EQ(running.creator, std::nullopt);
+  EXPECT_EQ(running.path, u"C:\\User\\Memos\\");
   EXPECT_THROW(handheld.DateTime(), AutomationError) << "no date";
 }
 

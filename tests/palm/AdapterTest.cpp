@@ -150,27 +150,5 @@ TEST_F(AdapterTest, ArgumentsMayHaveTheirOwnTypes) {
       0);
 }
 
-// Each call costs the same: a quadratic one would not end within the test's time.
-TEST_F(AdapterTest, CallsGrowWithTheRecordsOnly) {
-  for (const int count : {100, 1000}) {
-    AddDatabase("Large", std::vector<NewRecord>(static_cast<size_t>(count), {0x40, "text"}));
-    std::filesystem::remove(folder_.path() / "handheld.log");
-    EXPECT_EQ(Sync("",
-                   [&] {
-                     const Late adapter = Open(L"Large");
-                     Variable index, id, category, attributes;
-                     for (int i = 0; i < count; ++i) {
-                       ASSERT_EQ(adapter
-                                     .Call(L"ReadNext", index.Ref(), id.Ref(), category.Ref(),
-                                           attributes.Ref())
-                                     .AsBytes(),
-                                 "text");
-                     }
-                   }),
-              0);
-    EXPECT_EQ(LogLines("ReadNext").size(), static_cast<size_t>(count));
-  }
-}
-
 }  // namespace
 }  // namespace pylon::palm::testing

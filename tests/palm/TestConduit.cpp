@@ -96,9 +96,10 @@ class Object final : public FirstNotify, public SecondNotify {
                               VARIANT* info) noexcept override {
     current->calls.push_back("GetConduitInfo " + std::to_string(type) + " " +
                              std::to_string(creator) + " " + Utf8(user_name));
-    if (type == 2) return E_NOTIMPL;
+    // The default action, in the first library's numbers and in the second's.
+    if (type == 2 || type == 13) return E_NOTIMPL;
     V_VT(info) = VT_BSTR;
-    V_BSTR(info) = com::Bstr(type == 0 ? u"Test conduit" : u"1.5").Detach();
+    V_BSTR(info) = com::Bstr(type == 0 || type == 12 ? u"Test conduit" : u"1.5").Detach();
     return S_OK;
   }
 

@@ -18,6 +18,7 @@
 #include "tests/probe/ProbeRegistration.h"
 #include "tests/runs/SampleRun.h"
 #include "tests/setup/SimulatedHotSync.h"
+#include "tests/support/PdbTesting.h"
 
 namespace pylon {
 namespace {
@@ -113,10 +114,11 @@ class HotSyncTest : public testing::SampleRun<kMemos> {
     for (std::string& line : lines) line.erase(0, line.find('\t') + 1);
     return lines;
   }
-  // The calls that would change the handheld.
+  Strings Calls() const { return Lines(home() / "handheld.log"); }
+  // Those that would change the handheld.
   Strings Changes() const {
     Strings changes;
-    for (const std::string& line : Lines(home() / "handheld.log")) {
+    for (const std::string& line : Calls()) {
       if (line.starts_with("Write") || line.starts_with("Remove")) changes.push_back(line);
     }
     return changes;
@@ -275,17 +277,26 @@ TEST_F(HotSyncTest, WhateverFailsTheNextSyncMakesUpForIt) {
 TEST_F(HotSyncTest, AConduitThatFailsLeavesALineAndTheOthersRun) {
   ASSERT_EQ(Simulate(u"/addconduit none Pylon.cPalmSync Nobody"), 0U);
   ASSERT_EQ(Simulate(u"/addconduit PrBe Pylon.cPalmSync Probe"), 0U);
+  ASSERT_EQ(Simulate(u"/addconduit gone Pylon.cPalmSync Gone Gone"), 0U);
+  std::ofstream(home() / "Pylon.ini", std::ios::app) << "[Gone]\nClassID=Nobody.Conduit\n";
   AddMemos();
   Write("New.txt", "New");
   EXPECT_EQ(HotSync("", u"error"), 1U);
+  const std::string cannot_load =
+      "Sync Failed: Unable to load the Active DLL/EXE.  Make sure it is install and registered "
+      "correctly. Nobody.Conduit";
   EXPECT_THAT(SessionLog(),
               ElementsAre(StartsWith("HotSync of Palm User begins "),
                           "Pylon: No Application ID found for the CreatorID supplied by HotSync. "
-                          "No conduit is registered for the creator id 'none'.",
+                          "No conduit is registered for the creator id 'none'. 'Gone' can't be "
+                          "asked for its own: Nobody.Conduit can't be created",
                           "Nobody: failed, it says so itself",
                           "Probe & Co: Sync Failed: Conduit Error: 5 (S) T",
-                          "Probe: failed, it says so itself", "Memos: Sync Finished", "OK Memos",
+                          "Probe: failed, it says so itself", "Gone: " + cannot_load,
+                          "Gone: failed, it says so itself", "Memos: Sync Finished", "OK Memos",
                           "HotSync is complete, with failures"));
+  EXPECT_THAT(PylonLog("Gone"),
+              ElementsAre(StartsWith("Sync Failed: Unable to load the Active"), "Nobody.Conduit"));
   EXPECT_THAT(PylonLog("Probe"),
               ElementsAre("Begin Sync using HotSync", "Sync Failed: Conduit Error: 5 (S) T"));
   ExpectOnBothSides({"New"});
@@ -325,6 +336,28 @@ TEST_F(HotSyncTest, AComponentWorksOnTheHandheld) {
   }
   EXPECT_EQ(Simulate(u"/list"), 0U);
   EXPECT_THAT(Said(), Contains(AllOf(StartsWith("Probe: "), HasSubstr("creator PrBe, 20 rec"))));
+}
+
+// One call for each record, and as many others whatever their number.
+TEST_F(HotSyncTest, CallsGrowWithTheRecordsAlone) {
+  ASSERT_EQ(Simulate(u"/addconduit PrBe Pylon.cPalmSync Probe"), 0U);
+  std::set<size_t> others;
+  for (const size_t count : {1'000, 10'000}) {
+    testing::FileImage database;
+    database.name = "Probe";
+    database.creator = "PrBe";
+    for (uint32_t id = 1; id <= count; ++id) {
+      database.records.push_back({0x40, id, testing::Ascii("text")});
+    }
+    const Bytes bytes = database.Build();
+    std::ofstream(home() / "handheld" / "Probe.pdb", std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
+    EXPECT_EQ(HotSync("", u"read"), 0U);
+    EXPECT_THAT(Notes(), Contains("read of " + std::to_string(count)));
+    others.insert(Calls().size() - count);
+  }
+  EXPECT_EQ(others.size(), 1U);
+  EXPECT_LT(*others.begin(), 20U);
 }
 
 TEST_F(HotSyncTest, CancelEndsTheConduitAndLeavesALine) {

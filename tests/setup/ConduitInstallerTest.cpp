@@ -35,6 +35,10 @@ struct FakeComponent final : ConduitComponent {
 struct FakeFactory final : ComponentFactory {
   Result Create(std::u16string_view class_id) override {
     Result result;
+    if (class_id == u"Lib.Gone") {
+      result.reason = u"The class is gone.";
+      return result;
+    }
     result.component = std::make_unique<FakeComponent>(class_id == u"Lib.Palm");
     return result;
   }
@@ -43,7 +47,8 @@ struct FakeFactory final : ComponentFactory {
 constexpr char kSettings[] =
     "[Plain]\r\nClassID=Lib.Plain\r\n[Palm]\r\nClassID=Lib.Palm\r\nPalmInstall=memos.prc\r\n"
     "[Double]\r\nClassID=Lib.Palm\r\n"
-    "[Two words]\r\nClassID=Lib.Plain\r\nPPCInstall=a.cab\r\n[Two -words]\r\nClassID=Lib.Plain\r\n";
+    "[Two words]\r\nClassID=Lib.Plain\r\nPPCInstall=a.cab\r\n[Two -words]\r\nClassID=Lib.Plain\r\n"
+    "[Gone]\r\nClassID=Lib.Gone\r\n";
 
 constexpr char kNoActiveSync[] = "ActiveSync is not Installed.";
 constexpr char kNoHotSync[] = "HotSync is not Installed.";
@@ -219,6 +224,24 @@ TEST_F(ConduitInstallerTest, AFailureOfOneSystemIsToldAndTheOtherGoesOn) {
   EXPECT_TRUE(Uninstall(u"Palm").starts_with("failed: HotSync's conduits can't be listed"));
   EXPECT_EQ(Registry::Conduit(L"Palm"), Registry::kMissing);
   EXPECT_EQ(Uninstall(u"Plain"), "done") << "HotSync never had it";
+}
+
+// It may be for handhelds, so HotSync is not passed over in silence.
+TEST_F(ConduitInstallerTest, AComponentThatCantBeAskedIsTold) {
+  constexpr char kWhy[] =
+      "HotSync can't call this conduit: its component can't be asked for its creator id: "
+      "The class is gone.";
+  registry.Install(u"C:\\CEAPPMGR.EXE");
+  EXPECT_EQ(Install(u"Gone"), std::string("done: ") + kNoHotSync);
+  palm.Install();
+  EXPECT_EQ(HotSyncState(u"Gone"), std::string("not supported: ") + kWhy);
+  EXPECT_EQ(Install(u"Gone"), std::string("failed: ") + kWhy);
+  EXPECT_NE(Registry::Conduit(L"Gone"), Registry::kMissing) << "the other goes on";
+  palm.Fail("CmGetConduitCount=-1006");
+  EXPECT_TRUE(Uninstall(u"Gone").starts_with("failed: HotSync's conduits can't be listed"));
+  EXPECT_EQ(Registry::Conduit(L"Gone"), Registry::kMissing);
+  palm.Fail("");
+  EXPECT_EQ(Uninstall(u"Gone"), "done");
 }
 
 TEST_F(ConduitInstallerTest, HotSyncsEntryOutlivesTheSettings) {
