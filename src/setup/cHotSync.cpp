@@ -196,17 +196,26 @@ std::optional<std::vector<std::string>> cHotSync::Creators(std::u16string& messa
   return creators;
 }
 
-cHotSync::Registered cHotSync::Describe(const std::string& creator) const {
+std::optional<cHotSync::Registered> cHotSync::Describe(const std::string& creator,
+                                                       std::u16string& message) const {
+  int error = 0;
   const auto value = [&](const char* name) {
-    return GetText([&](char* buffer, int* size) {
-             return manager_->CmGetCreatorValueString(creator.c_str(), name, buffer, size, "");
-           })
-        .text;
+    const TextResult result = GetText([&](char* buffer, int* size) {
+      return manager_->CmGetCreatorValueString(creator.c_str(), name, buffer, size, "");
+    });
+    if (result.error != hotsync::kNoSuchValue && result.error != hotsync::kNoSuchConduit) {
+      error = std::min(error, result.error);
+    }
+    return win::FromAnsi(result.text);
   };
   Registered registered;
   registered.creator_id = code_page_.Decode(std::as_bytes(std::span(creator)));
-  registered.ours = EqualsIgnoringCase(win::FromAnsi(value(hotsync::kComClient)), kComClass);
-  if (registered.ours) registered.app_id = win::FromAnsi(value(kAppIdValue));
+  registered.ours = EqualsIgnoringCase(value(hotsync::kComClient), kComClass);
+  if (registered.ours) registered.app_id = value(kAppIdValue);
+  if (error != 0) {
+    message = u"HotSync's conduits can't be listed: " + Failure("CmGetCreatorValueString", error);
+    return std::nullopt;
+  }
   const auto take = [&](auto function) {
     if (!registered.title.empty()) return;
     registered.title = win::FromAnsi(GetText([&](char* buffer, int* size) {
@@ -227,7 +236,7 @@ std::optional<cHotSync::Registered> cHotSync::FindConduit(std::u16string_view cr
   if (std::find(creators->begin(), creators->end(), creator) == creators->end()) {
     return std::nullopt;
   }
-  return Describe(creator);
+  return Describe(creator, message);
 }
 
 std::optional<std::vector<cHotSync::Registered>> cHotSync::FindConduits(std::u16string_view app_id,
@@ -236,9 +245,10 @@ std::optional<std::vector<cHotSync::Registered>> cHotSync::FindConduits(std::u16
   if (!creators) return std::nullopt;
   std::vector<Registered> found;
   for (const std::string& creator : *creators) {
-    Registered registered = Describe(creator);
-    if (registered.ours && EqualsIgnoringCase(registered.app_id, app_id)) {
-      found.push_back(std::move(registered));
+    auto registered = Describe(creator, message);
+    if (!registered) return std::nullopt;
+    if (registered->ours && EqualsIgnoringCase(registered->app_id, app_id)) {
+      found.push_back(*std::move(registered));
     }
   }
   return found;
@@ -279,9 +289,10 @@ bool cHotSync::InstallConduit(const Conduit& conduit, std::u16string& message) {
   int result = manager->CmInstallCreator(creator.c_str(), hotsync::kApplicationConduit);
   const bool created = result >= 0;
   if (result == hotsync::kCreatorTaken) {
-    const Registered holder = Describe(creator);
-    if (!holder.ours) {
-      message = TakenText(holder) + u" It was left as it is.";
+    const auto holder = Describe(creator, message);
+    if (!holder) return false;
+    if (!holder->ours) {
+      message = TakenText(*holder) + u" It was left as it is.";
       return false;
     }
     result = 0;

@@ -90,7 +90,9 @@ class cHotSync {
 
   std::string CreatorBytes(std::u16string_view creator_id) const;
   std::optional<std::vector<std::string>> Creators(std::u16string& message);
-  Registered Describe(const std::string& creator) const;  // with the manager loaded
+  // With the manager loaded. Who holds a creator id decides what may be done to it, so nothing when
+  // that can't be read.
+  std::optional<Registered> Describe(const std::string& creator, std::u16string& message) const;
   int SetValues(const std::string& creator, const Conduit& conduit, const char*& failed) const;
   void RemoveOthers(const Conduit& conduit, std::u16string& message);
   void TellHotSync(std::u16string& message);

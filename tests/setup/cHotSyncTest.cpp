@@ -162,7 +162,12 @@ TEST_F(HotSyncTest, WhatFailsIsToldAndTakenBack) {
   EXPECT_THAT(Uninstall(), HasSubstr("could not be removed from HotSync: CmRemove"));
   pc.Fail("CmGetConduitCount=-1006");
   EXPECT_THAT(Uninstall(), HasSubstr("failed: HotSync's conduits can't be listed"));
-  EXPECT_EQ(pc.Conduits(), kOurs);
+  pc.Fail("CmGetCreatorValueString=-1006");
+  for (const std::string& said : {Install(), Uninstall()}) {
+    EXPECT_THAT(said, AllOf(StartsWith("failed: HotSync's conduits can't be listed"),
+                            HasSubstr("CmGetCreatorValueString")));
+  }
+  EXPECT_EQ(pc.Conduits(), kOurs) << "whose it is can't be told";
 }
 
 TEST_F(HotSyncTest, HotSyncThatCantBeToldIsANoteOnly) {
