@@ -278,13 +278,15 @@ bool cFilePPC::CopyUp() {
 }
 
 void cFilePPC::DropWorkingCopy() {
-  if (!std::exchange(has_copy_, false)) return;
-  if (!local_->DeleteFile()) {
-    std::u16string message;
-    int32_t number = 0;
-    local_->ReadErrorHandler(message, number);
-    Log(u"its working copy could not be deleted (" + message + u")");
-  }
+  if (std::exchange(has_copy_, false)) DeleteOnPc(u"its working copy");
+}
+
+void cFilePPC::DeleteOnPc(std::u16string_view what) {
+  if (local_->DeleteFile()) return;
+  std::u16string message;
+  int32_t number = 0;
+  local_->ReadErrorHandler(message, number);
+  Log(std::u16string(what) + u" could not be deleted (" + message + u")");
 }
 
 // There is no room for it on the PC.
@@ -301,7 +303,7 @@ void cFilePPC::KeepWorkingCopy(std::u16string_view what_failed) {
   // The one that an earlier try has left is older.
   if (!kept_.empty()) {
     local_->SetFullFileName(kept_);
-    local_->DeleteFile();
+    DeleteOnPc(u"the copy that was kept before, " + kept_ + u",");
   }
   kept_ = path;
 }
@@ -382,6 +384,7 @@ bool cFilePPC::ReplaceFile(std::u16string_view newName) {
     DropWorkingCopy();
     if (!kept_.empty()) {
       Log(u"it is saved now. The copy that was kept in " + kept_ + u" is needed no more");
+      kept_.clear();
     }
     return true;
   }

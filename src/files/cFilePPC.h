@@ -112,6 +112,7 @@ class cFilePPC final : public IPCFile {
   bool CopyDown();
   bool CopyUp();
   void DropWorkingCopy();
+  void DeleteOnPc(std::u16string_view what);
   void KeepWorkingCopy(std::u16string_view what_failed);
   void Log(std::u16string_view line);
 
