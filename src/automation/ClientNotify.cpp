@@ -111,7 +111,8 @@ HRESULT Deliver(ClientNotifyFace* face, Layout::Member member,
     case Layout::kBeginProcess: {
       VARIANT_BOOL failed = VARIANT_TRUE;
       const HRESULT result = object->BeginProcess(&failed);
-      given.SetNumber(0, failed);
+      // A failed call clears its answer, and False would be success.
+      given.SetNumber(0, FAILED(result) ? VARIANT_TRUE : failed);
       return result;
     }
     case Layout::kCfgConduit: {
