@@ -123,15 +123,17 @@ std::u16string RegisteredLibraryPath(SYSKIND system) {
   return {};
 }
 
-// A simulator's, or one that points to nothing.
+// A simulator's, or one that points to nothing for sure.
 bool MayReplace(std::u16string path) {
   if (path.empty()) return true;
   if (path.front() == u'"') path = path.substr(1, path.find(u'"', 1) - 1);
   std::filesystem::path file(path);
   // The number of a resource may follow.
   if (!file.has_extension()) file = file.parent_path();
-  return EqualsIgnoringCase(file.filename().u16string(), kProgramName) ||
-         !std::filesystem::exists(file);
+  if (EqualsIgnoringCase(file.filename().u16string(), kProgramName)) return true;
+  // COM looks for a bare name along the search path, and may have variables to put in.
+  const bool whole = file.is_absolute() && path.find(u'%') == path.npos;
+  return whole && !std::filesystem::exists(file);
 }
 
 void RefuseOther(const std::u16string& path) {
