@@ -176,6 +176,14 @@ void SetupForm::Enable(int id, bool enable) {
   ::EnableWindow(control, enable);
 }
 
+void SetupForm::Focus(HWND control) {
+  if (::GetActiveWindow() == handle()) {
+    ::SetFocus(control);
+  } else {
+    focus_ = control;
+  }
+}
+
 void SetupForm::SetText(int id, const std::u16string& text) {
   if (TextOf(id) != text) ::SetWindowTextW(Control(id), Wide(text));
 }

@@ -54,6 +54,8 @@ class SetupForm : public Window {
   HWND AddButton(int id, int text, bool is_default = false);
   HWND AddGroup(int id, int text = 0);
   void Enable(int id, bool enable);  // the focus moves on from a control that is disabled
+  // Now, or when the user comes back: a focus that is set would take them from another window.
+  void Focus(HWND control);
   void SetText(int id, const std::u16string& text);  // nothing to repaint when it is the same
   std::u16string TextOf(int id) const;
 

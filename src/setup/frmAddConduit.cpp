@@ -199,12 +199,15 @@ void frmAddConduit::TakeFile(const std::u16string& file) {
   listed_ = true;
   // One that is no conduit may stand beside one that is.
   int first = 0;
+  SetBusy(true);  // they may pump messages
   for (size_t i = 0; i < names.size() && names.size() > 1; ++i) {
     if (components_.Create(names[i]).component) {
       first = static_cast<int>(i);
       break;
     }
   }
+  if (!handle()) return;
+  SetBusy(false);
   ::SendMessageW(combo, CB_SETCURSEL, static_cast<WPARAM>(first), 0);
   const std::u16string why = AskComponent(true);
   if (!why.empty()) SetText(kFound, LoadText(IDS_ADD_NOT_FOUND, why));
@@ -252,6 +255,7 @@ std::u16string frmAddConduit::AskComponent(bool propose) {
   } catch (const AutomationError& error) {
     why = error.description();
   }
+  yield_();  // to a Cancel that waited while the component took no messages
   if (!handle()) return {};
   SetBusy(false);
   if (!why.empty()) return why;
@@ -274,7 +278,7 @@ void frmAddConduit::OnAdd() {
     why = AskComponent(true);
     asked = true;
   }
-  if (!handle()) return;
+  if (!handle() || (asked && stop_)) return;
   Result result = {std::u16string(Trim(TextOf(kAppId))), {{u"ClassID", class_id}}};
   if (const Phrase objection = Objection({class_id, result.app_id}, taken_)) {
     ShowError(asked && !why.empty() ? LoadText(IDS_ADD_NOT_FOUND, why) : LoadText(objection));
@@ -288,7 +292,7 @@ void frmAddConduit::OnAdd() {
   }
   if (!folder.empty()) result.entries.emplace_back(u"PCPath", folder);
   if (!asked) why = AskComponent(false);
-  if (!handle()) return;
+  if (!handle() || stop_) return;
   if (!why.empty() &&
       Ask(LoadText(IDS_ADD_ANYWAY, why), MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) != IDYES) {
     return;
@@ -312,15 +316,19 @@ void frmAddConduit::OnAdd() {
 
 void frmAddConduit::SetBusy(bool busy) {
   busy_ = busy;
-  stop_ = false;
-  if (busy) focus_before_ = ::GetFocus();
+  if (busy) {
+    stop_ = false;
+    focus_before_ = ::GetFocus();
+    // A combo box that is disabled leaves nobody the focus, and without one no key reaches Cancel.
+    if (::IsChild(handle(), focus_before_)) ::SetFocus(Control(kCancel));
+  }
   for (const int id : {kClass, kFile, kCheck, kAppId, kFolder, kBrowse, kAdd}) Enable(id, !busy);
   if (busy) {
     ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
     return;
   }
   ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));
-  if (focus_before_ && ::IsChild(handle(), focus_before_)) ::SetFocus(focus_before_);
+  if (focus_before_ && ::IsChild(handle(), focus_before_)) Focus(focus_before_);
 }
 
 }  // namespace pylon

@@ -70,7 +70,7 @@ class frmAddConduit final : public SetupForm {
   HWND focus_before_ = nullptr;  // it became busy
   bool listed_ = false;
   bool busy_ = false;
-  bool stop_ = false;  // Cancel was pressed while it is busy
+  bool stop_ = false;  // Cancel was pressed while it is or was busy
 };
 
 }  // namespace pylon

@@ -444,6 +444,7 @@ LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       return reinterpret_cast<LRESULT>(::GetSysColorBrush(COLOR_WINDOW));
     case WM_SETTINGCHANGE:
     case WM_DPICHANGED:  // still in the old one
+    case WM_ENDSESSION:  // may be the last message
     case WM_DESTROY:
       KeepLayout();
       break;
@@ -580,6 +581,8 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
   } catch (const std::exception& error) {
     trouble = FromUtf8(error.what());
   }
+  // A key that waited while the work took no messages was meant for it: Esc would close the window.
+  Yield();
   busy_ = false;
   cancelled_ = 0;  // others wait with Yield too
   if (!handle()) return;
@@ -587,9 +590,14 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
   ::ShowWindow(Control(kProgress), SW_HIDE);
   SetText(kStatus, LoadText(outcome ? outcome : Phrase{IDS_READY, {}}));
   TakeSelection();
-  if (::IsWindowEnabled(focus) && ::IsChild(handle(), focus)) ::SetFocus(focus);
+  if (::IsWindowEnabled(focus) && ::IsChild(handle(), focus)) Focus(focus);
   if (!trouble.empty()) ShowError(trouble);
-  if (close_after_ && handle()) ::PostMessageW(handle(), WM_CLOSE, 0, 0);
+  if (!handle()) return;
+  if (close_after_) {
+    ::PostMessageW(handle(), WM_CLOSE, 0, 0);
+  } else if (::GetActiveWindow() == handle()) {
+    OnActivate();  // the user may have come back meanwhile
+  }
 }
 
 bool frmSetup::Yield() {
@@ -626,12 +634,13 @@ void frmSetup::OnReload() {
   Run({IDS_READING, {}}, [this]() -> Phrase {
     file_time_ = WriteTime(with_.conduits.FileName());
     const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
-    with_.conduits.Reload([this] { return Yield(); });
+    bool all = true;
+    with_.conduits.Reload([&] { return all = Yield(); });
     ::SetCursor(before);
     if (!handle()) return {};
     const std::u16string added = std::exchange(added_, {});
     FillList(added);
-    if (cancelled_ > 0) return {IDS_READING_CANCELLED, {}};
+    if (!all) return {IDS_READING_CANCELLED, {}};
     return added.empty() ? Phrase() : Phrase{IDS_ADDED, added};
   });
 }

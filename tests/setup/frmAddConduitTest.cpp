@@ -65,6 +65,24 @@ TEST_F(AddWindow, EnterAloneIsEnoughForAClass) {
   EXPECT_EQ(added->entries.size(), 1U) << "no folder";
 }
 
+TEST_F(AddWindow, ACancelWhileTheComponentIsAskedAddsNothing) {
+  const HWND cancel = ::GetDlgItem(handle(), frmAddConduit::kCancel);
+  factory.on_create = [cancel] {
+    EXPECT_EQ(::GetFocus(), cancel);
+    ::PostMessageW(cancel, BM_CLICK, 0, 0);
+  };
+  Type(handle(), frmAddConduit::kClass, u"Lib.Orders");
+  for (int i = 0; i < 2; ++i) {  // without an application id, and with the one proposed
+    ::SetFocus(::GetDlgItem(handle(), frmAddConduit::kClass));
+    Click(handle(), frmAddConduit::kAdd);
+    EXPECT_FALSE(added);
+    EXPECT_EQ(closed, 0);
+  }
+  factory.on_create = [] {};
+  Click(handle(), frmAddConduit::kAdd);
+  EXPECT_TRUE(added);
+}
+
 TEST_F(AddWindow, WhatIsWrongIsToldAndCanBeMended) {
   const struct {
     const char16_t *class_id, *app_id, *told;

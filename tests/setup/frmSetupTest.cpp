@@ -243,6 +243,17 @@ TEST_F(SetupWindow, ReadsAChangedFileWhenTheUserComesBack) {
   EXPECT_EQ(Selected(), 2);  // still My App
   come_back();
   EXPECT_EQ(factory.created, before + 2);
+
+  // While the list was being read.
+  ::SetActiveWindow(handle());
+  const int first = factory.created + 1;
+  factory.on_create = [this, first] {
+    if (factory.created != first) return;
+    Settings(kTwo);
+    ::SendMessageW(handle(), WM_ACTIVATE, WA_ACTIVE, 0);
+  };
+  PressF5();
+  EXPECT_EQ(Rows(), 2);
 }
 
 TEST_F(SetupWindow, StaysInOneStateWhileComponentsPumpMessages) {
@@ -289,6 +300,27 @@ TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
   factory.on_create = [] {};
   PressF5();
   EXPECT_EQ(Cell(1, 5), u"Ready");
+
+  // Too late to spare a conduit the question, but no wish to close the window.
+  const int last = factory.created + 2;
+  factory.on_create = [this, last] {
+    if (factory.created == last) ::PostMessageW(::GetFocus(), WM_KEYDOWN, VK_ESCAPE, 1);
+  };
+  PressF5();
+  EXPECT_EQ(Text(frmSetup::kStatus), u"Ready");
+  EXPECT_EQ(closed, 0);
+}
+
+TEST_F(SetupWindow, TheEndOfWorkTakesTheFocusFromNoOtherWindow) {
+  Open(kTwo);
+  Click(handle(), frmSetup::kLog);
+  const HWND log = window->log_window()->handle();
+  ::SetFocus(Control(frmSetup::kReload));
+  factory.on_create = [log] { ::SetActiveWindow(log); };
+  PressF5();
+  EXPECT_EQ(::GetActiveWindow(), log);
+  ::SetActiveWindow(handle());
+  EXPECT_EQ(::GetFocus(), Control(frmSetup::kReload));
 }
 
 TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
