@@ -303,7 +303,7 @@ void cFilePPC::KeepWorkingCopy(std::u16string_view what_failed) {
   // The one that an earlier try has left is older.
   if (!kept_.empty()) {
     local_->SetFullFileName(kept_);
-    DeleteOnPc(u"the copy that was kept before, " + kept_ + u",");
+    if (local_->FileExists()) DeleteOnPc(u"the copy that was kept before, " + kept_ + u",");
   }
   kept_ = path;
 }
