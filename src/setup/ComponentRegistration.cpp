@@ -33,8 +33,8 @@ void ForEachSubkey(HKEY key, Visit&& visit) {
     DWORD length = 256;
     const LSTATUS status =
         ::RegEnumKeyExW(key, index, name, &length, nullptr, nullptr, nullptr, nullptr);
-    if (status == ERROR_NO_MORE_ITEMS) return;
-    if (status == ERROR_SUCCESS) visit(std::wstring(name, length));
+    if (status != ERROR_SUCCESS) return;  // there are no more, or the key is gone
+    visit(std::wstring(name, length));
   }
 }
 
