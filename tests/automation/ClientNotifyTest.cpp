@@ -41,7 +41,7 @@ class Recorder final : public ::_cPalmSync {
   STDMETHODIMP BeginProcess(VARIANT_BOOL* failed) noexcept override {
     Note("BeginProcess", {});
     *failed = VARIANT_FALSE;
-    return S_OK;
+    return begun;
   }
   STDMETHODIMP CfgConduit(long creator, long user, BSTR name, BSTR path, long permanent, long* temp,
                           long* fresh, long* preference) noexcept override {
@@ -63,6 +63,7 @@ class Recorder final : public ::_cPalmSync {
   }
 
   std::vector<std::string> calls;
+  HRESULT begun = S_OK;
   ULONG references = 1;
 
  private:
@@ -113,6 +114,9 @@ TEST_F(ClientNotifyTest, ADualInterfaceIsServedInItsOwnOrder) {
   VARIANT_BOOL failed = VARIANT_TRUE;
   EXPECT_EQ(notify->BeginProcess(&failed), S_OK);
   EXPECT_EQ(failed, VARIANT_FALSE);
+  recorder_.begun = E_FAIL;
+  EXPECT_EQ(notify->BeginProcess(&failed), E_FAIL);
+  EXPECT_EQ(failed, VARIANT_TRUE) << "False is success";
   com::Variant info;
   EXPECT_EQ(notify->GetConduitInfo(1, 2, 3, user_.get(), info.get()), E_ABORT);
   EXPECT_EQ(V_I4(info.get()), 7);
@@ -120,7 +124,7 @@ TEST_F(ClientNotifyTest, ADualInterfaceIsServedInItsOwnOrder) {
   EXPECT_EQ(recorder_.calls,
             (std::vector<std::string>{"CfgConduit 1835363695 9 5 1 2 4 User C:\\User",
                                       "ConfigureConduit 6 8 C:\\User User", "BeginProcess",
-                                      "GetConduitInfo 1 2 3 User"}));
+                                      "BeginProcess", "GetConduitInfo 1 2 3 User"}));
   void* other = nullptr;
   EXPECT_EQ(notify->QueryInterface(IID_IUnknown, &other), S_FALSE) << "the object's identity";
   EXPECT_EQ(notify->Release(), 1U);

@@ -237,6 +237,9 @@ TEST_F(cFilePPCTest, AFailedSecondTryKeepsTheLatest) {
   progress_->steps.clear();
   EXPECT_TRUE(Rewrite(kNew, "third") && file_.ReplaceFile(u"x"));
   EXPECT_THAT(log_->lines.back(), HasSubstr("needed no more"));
+  log_->lines.clear();
+  EXPECT_TRUE(Rewrite(kNew, "fourth") && file_.ReplaceFile(u"x"));
+  EXPECT_THAT(log_->lines, ElementsAre()) << "said once";
   EXPECT_EQ(progress_->steps.front(), "x of 5") << "the name that the user knows";
 }
 
