@@ -32,6 +32,16 @@ void AppendUtf16(std::u16string_view text, Bytes& bytes) {
   }
 }
 
+std::u16string DecodeUtf16(ByteSpan bytes) {
+  std::u16string text;
+  text.reserve(bytes.size() / 2 + 1);
+  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
+    text += static_cast<char16_t>(std::to_integer<unsigned>(bytes[i]) |
+                                  std::to_integer<unsigned>(bytes[i + 1]) << 8);
+  }
+  return text;
+}
+
 bool BeginsWithByteOrderMark(ByteSpan bytes) {
   return bytes.size() >= 2 && bytes[0] == kByteOrderMark[0] && bytes[1] == kByteOrderMark[1];
 }
@@ -365,12 +375,7 @@ std::u16string CursorFile::Decode(ByteSpan bytes, std::u16string_view option) co
     return text;
   }
   if (!unicode_ || option == kAnsiOption) return code_page_.Decode(bytes);
-  std::u16string text;
-  text.reserve(bytes.size() / 2 + 1);
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    text += static_cast<char16_t>(std::to_integer<unsigned>(bytes[i]) |
-                                  std::to_integer<unsigned>(bytes[i + 1]) << 8);
-  }
+  std::u16string text = DecodeUtf16(bytes);
   if (bytes.size() % 2 != 0) text += u'\uFFFD';
   return text;
 }

@@ -148,8 +148,9 @@ class CursorFile : public IPCFile {
   int32_t ahead_start_ = 0;
 };
 
-// Appends UTF-16 text, low bytes first.
+// UTF-16 text as bytes, low bytes first. An odd byte at the end is left out.
 void AppendUtf16(std::u16string_view text, Bytes& bytes);
+std::u16string DecodeUtf16(ByteSpan bytes);
 
 // What a UTF-16 file begins with.
 inline constexpr std::byte kByteOrderMark[] = {std::byte{0xFF}, std::byte{0xFE}};

@@ -57,6 +57,12 @@ bool IsFile(const std::u16string& path) noexcept {
   return attributes != INVALID_FILE_ATTRIBUTES && (attributes & FILE_ATTRIBUTE_DIRECTORY) == 0;
 }
 
+uint64_t WriteTime(const std::u16string& path) noexcept {
+  WIN32_FILE_ATTRIBUTE_DATA data = {};
+  if (!::GetFileAttributesExW(Wide(path), GetFileExInfoStandard, &data)) return 0;
+  return uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
+}
+
 std::u16string FullPath(const std::u16string& name) {
   const DWORD size = ::GetFullPathNameW(Wide(name), 0, nullptr, nullptr);
   std::wstring path(size, L'\0');

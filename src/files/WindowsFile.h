@@ -23,6 +23,8 @@ DWORD ReadWhole(HANDLE file, std::span<std::byte> bytes, size_t& moved) noexcept
 DWORD WriteWhole(HANDLE file, ByteSpan bytes, size_t& moved) noexcept;
 
 bool IsFile(const std::u16string& path) noexcept;
+// When it was last written, as a FILETIME's 64 bits; 0 when there is no such file.
+uint64_t WriteTime(const std::u16string& path) noexcept;
 // The shell and the profile functions take a relative name for one in a folder of their own.
 std::u16string FullPath(const std::u16string& name);
 // Whether both texts are the same path but for case, as the file system compares.

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Win32.h"
+#include "files/CursorFile.h"
 #include "files/FileNames.h"
 #include "files/WindowsFile.h"
 
@@ -31,11 +32,8 @@ std::vector<LogFile> LogFilesOf(std::u16string_view program_folder, std::u16stri
       continue;
     }
     LogFile log = {device, folder + u"\\" + device + u"\\" + name + u".log", 0};
-    WIN32_FILE_ATTRIBUTE_DATA data = {};
-    if (!::GetFileAttributesExW(Wide(log.path), GetFileExInfoStandard, &data)) continue;
-    log.written =
-        uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
-    logs.push_back(std::move(log));
+    log.written = win::WriteTime(log.path);
+    if (log.written != 0) logs.push_back(std::move(log));
   } while (::FindNextFileW(search.get(), &found));
   std::ranges::stable_sort(logs, std::ranges::greater(), &LogFile::written);
   return logs;
@@ -48,10 +46,10 @@ unsigned long ReadLog(const std::u16string& path, const AnsiCodePage& code_page,
   if (!file) return win::LastError();
   LARGE_INTEGER size = {};
   if (!::GetFileSizeEx(file.get(), &size)) return win::LastError();
-  Bytes bytes(2);
+  Bytes bytes(std::size(kByteOrderMark));
   size_t moved = 0;
   if (const DWORD error = win::ReadWhole(file.get(), bytes, moved)) return error;
-  const bool unicode = moved == 2 && bytes[0] == std::byte{0xFF} && bytes[1] == std::byte{0xFE};
+  const bool unicode = BeginsWithByteOrderMark(ByteSpan(bytes).first(moved));
 
   const auto whole = static_cast<uint64_t>(size.QuadPart);
   const uint64_t offset = whole > LogText::kMostBytes ? whole - LogText::kMostBytes : 0;

@@ -14,7 +14,7 @@ namespace pylon {
 struct LogFile {
   std::u16string device;  // its folder
   std::u16string path;
-  uint64_t written = 0;  // FILETIME
+  uint64_t written = 0;  // a FILETIME's 64 bits
 };
 
 // Those of a conduit, as a sync names them, the last written first.

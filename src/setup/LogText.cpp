@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "files/CursorFile.h"
 
 namespace pylon {
 namespace {
@@ -63,12 +64,7 @@ void LogText::Take(ByteSpan bytes, uint64_t offset, bool unicode, const AnsiCode
     text_ = code_page.Decode(bytes);
   } else {
     const size_t odd = offset % 2;
-    bytes = bytes.subspan(std::min(odd, bytes.size()));
-    text_.resize(bytes.size() / 2);
-    for (size_t i = 0; i < text_.size(); ++i) {
-      text_[i] = static_cast<char16_t>(std::to_integer<unsigned>(bytes[2 * i]) |
-                                       std::to_integer<unsigned>(bytes[2 * i + 1]) << 8);
-    }
+    text_ = DecodeUtf16(bytes.subspan(std::min(odd, bytes.size())));
     if (offset == 0 && text_.starts_with(u'\uFEFF')) text_.erase(0, 1);
   }
   Split();

@@ -1,8 +1,10 @@
 #include "setup/SettingsFile.h"
 
 #include <algorithm>
+#include <iterator>
 #include <optional>
 
+#include "files/CursorFile.h"
 #include "files/WindowsFile.h"
 #include "setup/Strings.h"
 #include "sync/Window.h"
@@ -22,27 +24,17 @@ struct Encoded {
 
 Bytes Encode(const Encoded& text, const AnsiCodePage& code_page) {
   if (!text.unicode) return code_page.Encode(text.text);
-  Bytes bytes = {std::byte{0xFF}, std::byte{0xFE}};
-  bytes.reserve(2 + 2 * text.text.size());
-  for (const char16_t c : text.text) {
-    bytes.push_back(static_cast<std::byte>(c & 0xFF));
-    bytes.push_back(static_cast<std::byte>(c >> 8));
-  }
+  Bytes bytes(std::begin(kByteOrderMark), std::end(kByteOrderMark));
+  AppendUtf16(text.text, bytes);
   return bytes;
 }
 
 // Nothing when the bytes could not be written back as they are.
 std::optional<Encoded> Decode(ByteSpan bytes, const AnsiCodePage& code_page) {
   Encoded decoded;
-  if (bytes.size() >= 2 && bytes[0] == std::byte{0xFF} && bytes[1] == std::byte{0xFE}) {
-    decoded.unicode = true;
-    for (size_t i = 2; i + 1 < bytes.size(); i += 2) {
-      decoded.text += static_cast<char16_t>(std::to_integer<unsigned>(bytes[i]) |
-                                            std::to_integer<unsigned>(bytes[i + 1]) << 8);
-    }
-  } else {
-    decoded.text = code_page.Decode(bytes);
-  }
+  decoded.unicode = BeginsWithByteOrderMark(bytes);
+  decoded.text = decoded.unicode ? DecodeUtf16(bytes.subspan(std::size(kByteOrderMark)))
+                                 : code_page.Decode(bytes);
   const Bytes again = Encode(decoded, code_page);
   if (!std::ranges::equal(again, bytes)) return std::nullopt;
   return decoded;
@@ -109,6 +101,7 @@ Phrase SettingsFile::Change(Edit&& edit) const {
   const bool ours = now == before;  // nobody else has written it meanwhile
   if (error == ERROR_SUCCESS && ours) error = PutInPlace(path_, fresh);
   if (error == ERROR_SUCCESS && ours) return {};
+  // Where the old file has gone, the new one holds all that there is.
   if (before.empty() || win::IsFile(path_)) ::DeleteFileW(Wide(fresh));
   return error ? SystemRefusal(error) : Reason(IDS_CHANGED_MEANWHILE);
 }

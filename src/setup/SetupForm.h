@@ -11,6 +11,18 @@
 
 namespace pylon {
 
+// Shows the hourglass for a scope.
+class WaitCursor {
+ public:
+  WaitCursor() noexcept : before_(::SetCursor(::LoadCursorW(nullptr, IDC_WAIT))) {}
+  ~WaitCursor() { ::SetCursor(before_); }
+  WaitCursor(const WaitCursor&) = delete;
+  WaitCursor& operator=(const WaitCursor&) = delete;
+
+ private:
+  HCURSOR before_;
+};
+
 // A window of controls that works by keyboard like a dialog: the default button, Esc as IDCANCEL,
 // Tab, accelerators, the focus back where it was; its font and sizes follow the DPI.
 //

@@ -139,7 +139,6 @@ bool HasShield(SetupAction action, const ConduitFacts& conduit) {
       return conduit.hot_sync.needs_elevation;
     case SetupAction::kInstallActiveSync:
     case SetupAction::kRemoveActiveSync:
-    case SetupAction::kGuestMode:
       return conduit.active_sync.needs_elevation;
     default:
       return false;
@@ -147,9 +146,9 @@ bool HasShield(SetupAction action, const ConduitFacts& conduit) {
 }
 
 Phrase SyncEnding(std::u16string_view name, uint32_t exit_code) {
-  const int id = exit_code == 0   ? IDS_SYNC_DONE
-                 : exit_code == 2 ? IDS_SYNC_CANCELLED
-                                  : IDS_SYNC_FAILED;
+  const int id = exit_code == kExitDone        ? IDS_SYNC_DONE
+                 : exit_code == kExitCancelled ? IDS_SYNC_CANCELLED
+                                               : IDS_SYNC_FAILED;
   return {id, std::u16string(name)};
 }
 

@@ -11,7 +11,7 @@ bool IsWord(std::u16string_view text) {
 
 }  // namespace
 
-std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database) {
+std::optional<std::u16string> SyncArguments(std::u16string_view app_id, eDatabaseForType database) {
   if (!IsWord(app_id) || app_id.find(u'"') != app_id.npos) return std::nullopt;
   return u"-AppId \"" + std::u16string(app_id) + u"\" -Database " + ToText(database);
 }
@@ -31,7 +31,7 @@ std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool ins
 }
 
 std::u16string ConnectArguments(std::u16string_view app_id) {
-  return u"-Appid " + std::u16string(app_id) + u" -Database 5";
+  return u"-Appid " + std::u16string(app_id) + u" -Database " + ToText(dftActiveSync);
 }
 
 bool CanConnect(std::u16string_view app_id) {

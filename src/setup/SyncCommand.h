@@ -4,12 +4,20 @@
 #include <string>
 #include <string_view>
 
+#include "base/Types.h"
+
 namespace pylon {
 
-// The arguments that start a sync of a conduit, with files on the PC (4) or a Pocket PC (5).
-// Nothing for an AppId that no argument text can carry: an empty one, one with a double quote, one
-// that begins like a switch.
-std::optional<std::u16string> SyncArguments(std::u16string_view app_id, int database = 4);
+// How Pylon.exe ends, for scripts: syncs, and steps of the installation.
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitCancelled = 2;  // a sync, by the user
+
+// The arguments that start a sync of a conduit, with files on the PC or with a Pocket PC. Nothing
+// for an AppId that no argument text can carry: an empty one, one with a double quote, one that
+// begins like a switch.
+std::optional<std::u16string> SyncArguments(std::u16string_view app_id,
+                                            eDatabaseForType database = dftWindows);
 
 // The arguments with which the simulated handheld plays a HotSync of one conduit. Nothing for what
 // is no creator id: four characters, none of them a double quote or a backslash, which an argument

@@ -100,7 +100,7 @@ bool cActiveSync::InstallApplication(std::u16string_view component, std::u16stri
   if (!DescribeApplication(file, component, description, cab_files)) return false;
   const std::u16string manager = ManagerPath();
   if (manager.empty()) return false;
-  return StartProcess(manager, ProgramArgument(manager) + u" \"" + file + u"\"") == 0;
+  return StartProcess(manager, ProgramArgument(manager) + u" \"" + file + u"\"").error == 0;
 }
 
 bool cActiveSync::DescribeApplication(const std::u16string& file, std::u16string_view component,

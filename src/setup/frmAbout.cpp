@@ -96,7 +96,7 @@ LRESULT frmAbout::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 
 void frmAbout::StartSysInfo() {
   const std::u16string path = SysInfoPath();
-  if (path.empty() || StartProcess(path, u"\"" + path + u"\"") != ERROR_SUCCESS) {
+  if (path.empty() || !StartProcess(path, u"\"" + path + u"\"").process) {
     Ask(LoadText(IDS_NO_SYSINFO), MB_OK);
   }
 }

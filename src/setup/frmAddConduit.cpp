@@ -223,13 +223,12 @@ void frmAddConduit::ListClasses() {
   listed_ = true;
   const HWND combo = Control(kClass);
   const std::u16string typed = TextOf(kClass);
-  const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+  const WaitCursor wait;
   ::SendMessageW(combo, WM_SETREDRAW, FALSE, 0);
   for (const std::u16string& name : AllClassNames()) {
     ::SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(name)));
   }
   ::SendMessageW(combo, WM_SETREDRAW, TRUE, 0);
-  ::SetCursor(before);
   SetText(kClass, typed);
 }
 
@@ -297,16 +296,12 @@ void frmAddConduit::OnAdd() {
       Ask(LoadText(IDS_ADD_ANYWAY, why), MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) != IDYES) {
     return;
   }
-  // It asks all components, which may pump messages: no second addition meanwhile.
-  SetBusy(true);
   std::u16string refusal;
   try {
     if (on_add) refusal = on_add(result);
   } catch (const AutomationError& error) {
     refusal = error.description();
   }
-  if (!handle()) return;
-  SetBusy(false);
   if (!refusal.empty()) {
     ShowError(refusal);
     return;
@@ -324,10 +319,10 @@ void frmAddConduit::SetBusy(bool busy) {
   }
   for (const int id : {kClass, kFile, kCheck, kAppId, kFolder, kBrowse, kAdd}) Enable(id, !busy);
   if (busy) {
-    ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+    wait_.emplace();
     return;
   }
-  ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32512)));
+  wait_.reset();
   if (focus_before_ && ::IsChild(handle(), focus_before_)) Focus(focus_before_);
 }
 

@@ -66,8 +66,9 @@ class frmAddConduit final : public SetupForm {
   ComponentFactory& components_;
   std::vector<std::u16string> taken_;
   WaitYield yield_;
-  std::u16string proposal_;      // what the window itself put into the application id
-  HWND focus_before_ = nullptr;  // it became busy
+  std::u16string proposal_;         // what the window itself put into the application id
+  HWND focus_before_ = nullptr;     // it became busy
+  std::optional<WaitCursor> wait_;  // while it is busy
   bool listed_ = false;
   bool busy_ = false;
   bool stop_ = false;  // Cancel was pressed while it is or was busy

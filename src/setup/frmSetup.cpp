@@ -9,14 +9,17 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "base/Types.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/cConduitList.h"
 #include "files/FileNames.h"
+#include "files/WindowsFile.h"
 #include "setup/SettingsFile.h"
 #include "setup/SetupServices.h"
 #include "setup/SyncCommand.h"
 #include "setup/Texts.h"
 #include "sync/ConduitIcon.h"
+#include "sync/frmStatus.h"
 
 namespace pylon {
 namespace {
@@ -74,12 +77,6 @@ std::optional<size_t> ChooseFromMenu(HWND button, const std::vector<std::u16stri
   return static_cast<size_t>(chosen) - 1;
 }
 
-uint64_t WriteTime(const std::u16string& file) noexcept {
-  WIN32_FILE_ATTRIBUTE_DATA data = {};
-  if (!::GetFileAttributesExW(Wide(file), GetFileExInfoStandard, &data)) return 0;
-  return uint64_t{data.ftLastWriteTime.dwHighDateTime} << 32 | data.ftLastWriteTime.dwLowDateTime;
-}
-
 // The simulator's exit codes.
 constexpr DWORD kHotSyncFailed = 1;
 constexpr DWORD kHotSyncNotBegun = 2;
@@ -87,7 +84,7 @@ constexpr DWORD kHotSyncNotBegun = 2;
 std::vector<HWND> StatusWindows() {
   std::vector<HWND> windows;
   HWND found = nullptr;
-  while ((found = ::FindWindowExW(nullptr, found, L"Pylon.frmStatus", nullptr)) != nullptr) {
+  while ((found = ::FindWindowExW(nullptr, found, frmStatus::kClassName, nullptr)) != nullptr) {
     windows.push_back(found);
   }
   return windows;
@@ -106,67 +103,34 @@ HWND StatusWindowOf(std::optional<DWORD> process, const std::vector<HWND>& befor
   return nullptr;
 }
 
-std::optional<SetupAction> ActionOf(int control) noexcept {
-  switch (control) {
-    case frmSetup::kSync:
-      return SetupAction::kSync;
-    case frmSetup::kInstallHotSync:
-      return SetupAction::kInstallHotSync;
-    case frmSetup::kRemoveHotSync:
-      return SetupAction::kRemoveHotSync;
-    case frmSetup::kInstallActiveSync:
-      return SetupAction::kInstallActiveSync;
-    case frmSetup::kRemoveActiveSync:
-      return SetupAction::kRemoveActiveSync;
-    case frmSetup::kInstallApplication:
-      return SetupAction::kInstallApplication;
-    case frmSetup::kConfigure:
-      return SetupAction::kConfigure;
-    case frmSetup::kFolder:
-      return SetupAction::kOpenFolder;
-    case frmSetup::kLog:
-      return SetupAction::kOpenLog;
-    case frmSetup::kDatabases:
-      return SetupAction::kOpenDatabases;
-    case frmSetup::kAdd:
-      return SetupAction::kAdd;
-    case frmSetup::kRemove:
-      return SetupAction::kRemove;
-    case frmSetup::kEdit:
-      return SetupAction::kEdit;
-    case frmSetup::kReload:
-      return SetupAction::kReload;
-    case frmSetup::kGuestMode:
-      return SetupAction::kGuestMode;
-    case frmSetup::kAbout:
-      return SetupAction::kAbout;
-    case frmSetup::kClose:
-      return SetupAction::kClose;
-    case frmSetup::kCancel:
-      return SetupAction::kCancel;
-    default:
-      return std::nullopt;
-  }
-}
+constexpr struct {
+  int control;
+  SetupAction action;
+} kActions[] = {{frmSetup::kSync, SetupAction::kSync},
+                {frmSetup::kInstallHotSync, SetupAction::kInstallHotSync},
+                {frmSetup::kRemoveHotSync, SetupAction::kRemoveHotSync},
+                {frmSetup::kInstallActiveSync, SetupAction::kInstallActiveSync},
+                {frmSetup::kRemoveActiveSync, SetupAction::kRemoveActiveSync},
+                {frmSetup::kInstallApplication, SetupAction::kInstallApplication},
+                {frmSetup::kConfigure, SetupAction::kConfigure},
+                {frmSetup::kFolder, SetupAction::kOpenFolder},
+                {frmSetup::kLog, SetupAction::kOpenLog},
+                {frmSetup::kDatabases, SetupAction::kOpenDatabases},
+                {frmSetup::kAdd, SetupAction::kAdd},
+                {frmSetup::kRemove, SetupAction::kRemove},
+                {frmSetup::kEdit, SetupAction::kEdit},
+                {frmSetup::kReload, SetupAction::kReload},
+                {frmSetup::kGuestMode, SetupAction::kGuestMode},
+                {frmSetup::kAbout, SetupAction::kAbout},
+                {frmSetup::kClose, SetupAction::kClose},
+                {frmSetup::kCancel, SetupAction::kCancel}};
 
-constexpr int kActionControls[] = {frmSetup::kSync,
-                                   frmSetup::kInstallHotSync,
-                                   frmSetup::kRemoveHotSync,
-                                   frmSetup::kInstallActiveSync,
-                                   frmSetup::kRemoveActiveSync,
-                                   frmSetup::kInstallApplication,
-                                   frmSetup::kConfigure,
-                                   frmSetup::kFolder,
-                                   frmSetup::kLog,
-                                   frmSetup::kDatabases,
-                                   frmSetup::kAdd,
-                                   frmSetup::kRemove,
-                                   frmSetup::kEdit,
-                                   frmSetup::kReload,
-                                   frmSetup::kGuestMode,
-                                   frmSetup::kAbout,
-                                   frmSetup::kClose,
-                                   frmSetup::kCancel};
+std::optional<SetupAction> ActionOf(int control) noexcept {
+  for (const auto& known : kActions) {
+    if (known.control == control) return known.action;
+  }
+  return std::nullopt;
+}
 
 }  // namespace
 
@@ -261,7 +225,7 @@ void frmSetup::AddControls() {
 
 void frmSetup::OnReady() {
   RestoreLayout();
-  file_time_ = WriteTime(with_.conduits.FileName());
+  file_time_ = win::WriteTime(with_.conduits.FileName());
   FillList({});
   if (!with_.conduits.IsRead()) ::PostMessageW(handle(), kReloadMessage, 0, 0);
 }
@@ -543,7 +507,7 @@ LRESULT frmSetup::Paint(NMLVCUSTOMDRAW& draw) const {
 
 void frmSetup::OnActivate() {
   // Not from here: describing the conduits again takes time and may pump messages.
-  if (!busy_ && WriteTime(with_.conduits.FileName()) != file_time_) {
+  if (!busy_ && win::WriteTime(with_.conduits.FileName()) != file_time_) {
     ::PostMessageW(handle(), kReloadMessage, 0, 0);
   }
 }
@@ -601,17 +565,8 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
 }
 
 bool frmSetup::Yield() {
-  MSG message;
-  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) {
-      ::PostQuitMessage(static_cast<int>(message.wParam));
-      return false;
-    }
-    if (TranslateDialogMessage(message)) continue;
-    ::TranslateMessage(&message);
-    ::DispatchMessageW(&message);
-  }
-  return handle() && cancelled_ == 0;
+  return PumpMessages([this](MSG& message) { return TranslateDialogMessage(message); }) &&
+         handle() && cancelled_ == 0;
 }
 
 Phrase frmSetup::RunElevated(const std::u16string& file, const std::u16string& arguments) {
@@ -632,11 +587,12 @@ Phrase frmSetup::RunElevated(const std::u16string& file, const std::u16string& a
 void frmSetup::OnReload() {
   if (busy_) return;
   Run({IDS_READING, {}}, [this]() -> Phrase {
-    file_time_ = WriteTime(with_.conduits.FileName());
-    const HCURSOR before = ::SetCursor(::LoadCursorW(nullptr, MAKEINTRESOURCEW(32514)));
+    file_time_ = win::WriteTime(with_.conduits.FileName());
     bool all = true;
-    with_.conduits.Reload([&] { return all = Yield(); });
-    ::SetCursor(before);
+    {
+      const WaitCursor wait;
+      with_.conduits.Reload([&] { return all = Yield(); });
+    }
     if (!handle()) return {};
     const std::u16string added = std::exchange(added_, {});
     FillList(added);
@@ -652,7 +608,8 @@ void frmSetup::OnSync() {
   const std::u16string program = hot_sync ? SimulatedPalm() : with_.program_path;
   const auto arguments =
       hot_sync ? HotSyncArguments(selected_->creator_id)
-               : SyncArguments(selected_->app_id, with == SyncWith::kSimulatedPocketPc ? 5 : 4);
+               : SyncArguments(selected_->app_id,
+                               with == SyncWith::kSimulatedPocketPc ? dftActiveSync : dftWindows);
   if (!arguments) {
     ShowError(LoadText(hot_sync ? IDS_HOTSYNC_NO_CREATOR : IDS_CANNOT_START));
     return;
@@ -818,7 +775,7 @@ void frmSetup::OnRemove() {
     return;
   }
   OnReload();
-  SetText(kStatus, LoadText(IDS_REMOVED, app_id));
+  if (handle()) SetText(kStatus, LoadText(IDS_REMOVED, app_id));
 }
 
 void frmSetup::OnEdit() {
@@ -913,6 +870,14 @@ void frmSetup::FillList(const std::u16string& select) {
   ::ShowWindow(Control(kHint), hint ? SW_SHOWNA : SW_HIDE);
   filling_ = false;
 
+  FillSyncWith();
+  TakePc();
+  TakeSelection();
+  ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+}
+
+// What a sync can be with; keeps the choice.
+void frmSetup::FillSyncWith() {
   const HWND with = Control(kSyncWith);
   const auto at = static_cast<size_t>(::SendMessageW(with, CB_GETCURSEL, 0, 0));
   const SyncWith with_before = at < sync_with_.size() ? sync_with_[at] : SyncWith::kPcFiles;
@@ -931,9 +896,6 @@ void frmSetup::FillList(const std::u16string& select) {
   const auto same = std::ranges::find(sync_with_, with_before);
   ::SendMessageW(with, CB_SETCURSEL,
                  same == sync_with_.end() ? 0 : static_cast<WPARAM>(same - sync_with_.begin()), 0);
-  TakePc();
-  TakeSelection();
-  ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
 }
 
 void frmSetup::AddRow(int16_t index) {
@@ -1029,7 +991,7 @@ void frmSetup::EnableActions() {
   facts.selected = selected_ ? &*selected_ : nullptr;
   facts.busy = busy_;
   facts.has_active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
-  for (const int id : kActionControls) Enable(id, IsEnabled(*ActionOf(id), facts));
+  for (const auto& [control, action] : kActions) Enable(control, IsEnabled(action, facts));
   ::EnableWindow(Control(kList), !busy_);
   Enable(kSyncWith, sync_with_.size() > 1 && IsEnabled(SetupAction::kSync, facts));
 }

@@ -136,6 +136,7 @@ class frmSetup final : public SetupForm {
   int16_t Selected() const noexcept;  // index in the conduit list; 0: none
   std::u16string NameOfSelected();
   void FillList(const std::u16string& select);  // an application id; keeps the selection when empty
+  void FillSyncWith();
   void AddRow(int16_t index);
   void TakeRow(int16_t index);
   void TakeIcons();

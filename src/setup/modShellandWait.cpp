@@ -6,6 +6,8 @@
 
 #include "base/Text.h"
 #include "setup/DayDeadline.h"
+#include "setup/StartProcess.h"
+#include "sync/Window.h"
 
 namespace pylon {
 namespace {
@@ -36,52 +38,16 @@ WaitResult Wait(const KernelHandle& process, int timeout_seconds, const WaitYiel
   }
 }
 
-struct Started {
-  KernelHandle process;
-  DWORD id = 0;
-  DWORD error = ERROR_SUCCESS;
-};
-
-Started StartProgram(const wchar_t* program, std::u16string command_line, DWORD flags) {
-  STARTUPINFOW startup = {};
-  startup.cb = sizeof(startup);
-  startup.dwFlags = STARTF_USESHOWWINDOW;
-  startup.wShowWindow = SW_SHOWNORMAL;
-  PROCESS_INFORMATION process = {};
-  Started started;
-  if (!::CreateProcessW(program, reinterpret_cast<wchar_t*>(command_line.data()), nullptr, nullptr,
-                        FALSE, flags, nullptr, nullptr, &startup, &process)) {
-    started.error = ::GetLastError();
-    return started;
-  }
-  const KernelHandle thread(process.hThread);
-  started.process.Reset(process.hProcess);
-  started.id = process.dwProcessId;
-  ::AllowSetForegroundWindow(started.id);
-  return started;
-}
-
 }  // namespace
 
-bool DispatchWaiting() {
-  MSG message;
-  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) {
-      ::PostQuitMessage(static_cast<int>(message.wParam));
-      return false;
-    }
-    ::TranslateMessage(&message);
-    ::DispatchMessageW(&message);
-  }
-  return true;
-}
+bool DispatchWaiting() { return PumpMessages(); }
 
 WaitResult ShellandWait(std::u16string command_line, int timeout_seconds,
                         const std::u16string& verb, const WaitYield& yield) {
   if (ToLower(command_line).find(u".exe") == std::u16string::npos) {
     return ShellVerbAndWait(nullptr, command_line, {}, verb, timeout_seconds, yield);
   }
-  const Started started = StartProgram(nullptr, std::move(command_line), 0);
+  const StartedProcess started = StartProcess({}, std::move(command_line));
   if (!started.process) return {WaitEnd::kNotStarted, started.error};
   return Wait(started.process, timeout_seconds, yield);
 }
@@ -105,7 +71,7 @@ WaitResult ShellVerbAndWait(HWND owner, const std::u16string& file,
 
 WaitResult ProgramAndWait(const std::u16string& program, std::u16string command_line,
                           const WaitYield& yield, const std::function<void(DWORD)>& on_start) {
-  const Started started = StartProgram(Wide(program), std::move(command_line), CREATE_NO_WINDOW);
+  const StartedProcess started = StartProcess(program, std::move(command_line), CREATE_NO_WINDOW);
   if (!started.process) return {WaitEnd::kNotStarted, started.error};
   if (on_start) on_start(started.id);
   return Wait(started.process, 0, yield);

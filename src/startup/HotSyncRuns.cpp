@@ -6,6 +6,7 @@
 #include "base/Text.h"
 #include "base/Types.h"
 #include "files/FileNames.h"
+#include "files/WindowsFile.h"
 
 namespace pylon {
 namespace {
@@ -58,18 +59,14 @@ HotSyncRuns::HotSyncRuns(Server& server, const std::u16string& program_folder,
       program_{server, program_folder, code_page, clock, components_} {}
 
 std::shared_ptr<cConduitList> HotSyncRuns::Conduits() {
-  // Before the file is read: a change meanwhile gives it a later time. No file has the time 0.
-  WIN32_FILE_ATTRIBUTE_DATA file = {};
-  const std::u16string name = JoinFullName(program_.folder, cConduitList::kFileName);
-  (void)::GetFileAttributesExW(Wide(name), GetFileExInfoStandard, &file);
-  if (conduits_ && ::CompareFileTime(&file.ftLastWriteTime, &conduits_written_) == 0) {
-    return conduits_;
-  }
+  // Before the file is read: a change meanwhile gives it a later time.
+  const uint64_t written = win::WriteTime(JoinFullName(program_.folder, cConduitList::kFileName));
+  if (conduits_ && written == conduits_written_) return conduits_;
   auto conduits = std::make_shared<cConduitList>(program_.folder, components_, program_.code_page);
   if (!conduits->LoadError().empty()) {
     throw AutomationError(ErrorNumber::kPathFileAccess, conduits->LoadError());
   }
-  conduits_written_ = file.ftLastWriteTime;
+  conduits_written_ = written;
   return conduits_ = std::move(conduits);
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -45,7 +46,7 @@ class HotSyncRuns final : public HotSyncHost {
   ComComponentFactory components_;
   SyncProgram program_;
   std::shared_ptr<cConduitList> conduits_;
-  FILETIME conduits_written_ = {};
+  uint64_t conduits_written_ = 0;  // their file
   bool busy_ = false;
 };
 

@@ -19,6 +19,7 @@
 #include "files/ProgramFiles.h"
 #include "files/cFileIO.h"
 #include "setup/ConduitInstaller.h"
+#include "setup/SyncCommand.h"
 #include "setup/WindowsSetupServices.h"
 #include "setup/cActiveSync.h"
 #include "setup/cHotSync.h"
@@ -31,8 +32,6 @@ namespace pylon {
 namespace {
 
 constexpr wchar_t kTitle[] = L"Pylon Manager";
-
-enum ExitCode { kDone = 0, kFailed = 1, kCancelled = 2 };
 
 // COM for this thread, as its single-threaded apartment.
 class Apartment {
@@ -130,7 +129,7 @@ int Program::Run(std::u16string_view command_line) noexcept {
   }
   // COM tells the client of a server; a message box there would have nobody to close it.
   if (!serves_) ShowMessage(message);
-  return kFailed;
+  return kExitFailed;
 }
 
 int Program::Choose(std::u16string_view arguments) {
@@ -151,7 +150,7 @@ int Program::Choose(std::u16string_view arguments) {
       std::make_unique<Server>(path_, code_page_, clock_, [this]() -> std::unique_ptr<IPCFile> {
         return std::make_unique<cFileIO>(folder_, code_page_);
       });
-  int result = kDone;
+  int result = kExitDone;
   if (start.HasSwitch(u"regserver") || start.HasSwitch(u"unregserver")) {
     result = Register(start.HasSwitch(u"regserver"));
   } else if (serves_) {
@@ -167,11 +166,11 @@ int Program::Register(bool add) {
   try {
     const auto change = add ? RegisterServer : UnregisterServer;
     change(server_->types(), path_, ScopeOfThisProcess());
-    return kDone;
+    return kExitDone;
   } catch (const AutomationError& error) {
     ShowMessage((add ? u"Pylon could not be registered." : u"Pylon could not be unregistered.") +
                 std::u16string(u"\r\n") + error.description());
-    return kFailed;
+    return kExitFailed;
   }
 }
 
@@ -199,7 +198,7 @@ int Program::Serve() {
   }
   server_->SetOnIdle({});
   server_->SetHotSync(nullptr);
-  return kDone;
+  return kExitDone;
 }
 
 int Program::RunAlone(std::u16string_view arguments) {
@@ -244,7 +243,7 @@ int Program::RunAlone(std::u16string_view arguments) {
   } else if (switches.HasSwitch(u"uninstall")) {
     done = setup.UninstallConduit(app_id, message);
   } else {
-    setup.on_close = [] { ::PostQuitMessage(kDone); };
+    setup.on_close = [] { ::PostQuitMessage(kExitDone); };
     setup.Show();
     MSG next;
     while (::GetMessageW(&next, nullptr, 0, 0) > 0) {
@@ -252,10 +251,10 @@ int Program::RunAlone(std::u16string_view arguments) {
       ::TranslateMessage(&next);
       ::DispatchMessageW(&next);
     }
-    return kDone;
+    return kExitDone;
   }
   if (!message.empty()) ShowMessage(message, MB_ICONINFORMATION);
-  return done ? kDone : kFailed;
+  return done ? kExitDone : kExitFailed;
 }
 
 int Program::Sync(const std::u16string& app_id, const std::u16string& database_type,
@@ -273,14 +272,14 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
       RunSync({*server_, folder_, code_page_, clock_, components}, std::move(conduits), request);
   switch (outcome.result) {
     case SyncResult::kDone:
-      return kDone;
+      return kExitDone;
     case SyncResult::kCancelled:
-      return kCancelled;
+      return kExitCancelled;
     case SyncResult::kFailed:
       break;
   }
   ShowMessage(outcome.error);
-  return kFailed;
+  return kExitFailed;
 }
 
 }  // namespace pylon

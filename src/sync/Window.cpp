@@ -183,6 +183,20 @@ LRESULT CALLBACK Window::Proc(HWND handle, UINT message, WPARAM wparam, LPARAM l
   return message == WM_CREATE ? -1 : 0;
 }
 
+bool PumpMessages(const std::function<bool(MSG&)>& take) {
+  MSG message;
+  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
+    if (message.message == WM_QUIT) {
+      ::PostQuitMessage(static_cast<int>(message.wParam));
+      return false;
+    }
+    if (take && take(message)) continue;
+    ::TranslateMessage(&message);
+    ::DispatchMessageW(&message);
+  }
+  return true;
+}
+
 Font MessageFont(int dpi, int percent, bool bold) noexcept {
   LOGFONTW font = {};
   if (!MessageLogFont(dpi, font)) return Font();

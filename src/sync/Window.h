@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -64,6 +65,10 @@ class Window {
   Icon large_icon_;
   Icon small_icon_;
 };
+
+// Takes the messages that wait for this thread's windows; those that `take` answers true for are
+// done with. False when there was a WM_QUIT, which is put back for the outer loop.
+bool PumpMessages(const std::function<bool(MSG&)>& take = {});
 
 // The system's font for messages at a DPI, at `percent` of its size; null when the system has none,
 // which leaves a control with the font that it was born with.

@@ -26,10 +26,10 @@ void frmStatus::Create() {
   const INITCOMMONCONTROLSEX controls = {sizeof(controls),
                                          ICC_PROGRESS_CLASS | ICC_STANDARD_CLASSES};
   ::InitCommonControlsEx(&controls);
-  Window::Create({L"Pylon.frmStatus",
-                  WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN,
-                  WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, COLOR_WINDOW},
-                 kTitle);
+  Window::Create(
+      {kClassName, WS_OVERLAPPED | WS_CAPTION | WS_SYSMENU | WS_MINIMIZEBOX | WS_CLIPCHILDREN,
+       WS_EX_APPWINDOW | WS_EX_CONTROLPARENT, COLOR_WINDOW},
+      kTitle);
 }
 
 void frmStatus::OnCreate() {
@@ -86,17 +86,9 @@ void frmStatus::EnableCancel(bool enable) {
 }
 
 void frmStatus::ProcessEvents() {
-  MSG message;
-  while (::PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
-    if (message.message == WM_QUIT) {
-      ::PostQuitMessage(static_cast<int>(message.wParam));
-      OnCancel();
-      return;
-    }
-    if (handle() && ::IsDialogMessageW(handle(), &message)) continue;
-    ::TranslateMessage(&message);
-    ::DispatchMessageW(&message);
-  }
+  const bool go_on = PumpMessages(
+      [this](MSG& message) { return handle() && ::IsDialogMessageW(handle(), &message); });
+  if (!go_on) OnCancel();
 }
 
 void frmStatus::ShowFilePanel(bool show) {

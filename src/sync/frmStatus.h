@@ -16,6 +16,9 @@ namespace pylon {
 // is enabled again; the window itself stays until its object goes. `on_cancel` runs inside
 // ProcessEvents and must not destroy the window.
 struct frmStatus final : public StatusView, public Window {
+  // By which other processes of ours find the window.
+  static constexpr wchar_t kClassName[] = L"Pylon.frmStatus";
+
   enum ControlId {
     kCancel = IDCANCEL,  // which Esc sends too
     kApplicationName = 100,
