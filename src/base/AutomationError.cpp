@@ -6,17 +6,20 @@
 
 namespace pylon {
 
-AutomationError::AutomationError(int32_t number, std::u16string source, std::u16string description)
+AutomationError::AutomationError(int32_t number, std::u16string source, std::u16string description,
+                                 std::optional<FailureKind> kind)
     : number_(number),
       source_(std::move(source)),
       description_(std::move(description)),
-      what_(ToUtf8(description_)) {}
+      what_(ToUtf8(description_)),
+      kind_(kind) {}
 
 AutomationError::AutomationError(ErrorNumber number)
     : AutomationError(number, DescribeError(static_cast<int32_t>(number))) {}
 
-AutomationError::AutomationError(ErrorNumber number, std::u16string description)
-    : AutomationError(static_cast<int32_t>(number), {}, std::move(description)) {}
+AutomationError::AutomationError(ErrorNumber number, std::u16string description,
+                                 std::optional<FailureKind> kind)
+    : AutomationError(static_cast<int32_t>(number), {}, std::move(description), kind) {}
 
 AutomationError Overflow() { return AutomationError(ErrorNumber::kOverflow); }
 AutomationError SubscriptOutOfRange() { return AutomationError(ErrorNumber::kSubscriptOutOfRange); }

@@ -2,9 +2,12 @@
 
 #include <cstdint>
 #include <exception>
+#include <optional>
 #include <string>
 
 namespace pylon {
+
+enum class FailureKind : uint8_t;  // see Failure.h
 
 // The numbers that Basic gives to run-time errors; callers of the automation classes see them as
 // HRESULT 0x800A0000 + number.
@@ -24,16 +27,20 @@ enum class ErrorNumber : int32_t {
 // a sentence for the user.
 //
 // `source` may be empty: the automation boundary then names the class whose member was called.
+// `kind` is set where callers decide by it, such as kCancelled after Cancel; clients don't get it.
 class AutomationError : public std::exception {
  public:
-  AutomationError(int32_t number, std::u16string source, std::u16string description);
+  AutomationError(int32_t number, std::u16string source, std::u16string description,
+                  std::optional<FailureKind> kind = {});
   // With Basic's own description of the number.
   explicit AutomationError(ErrorNumber number);
-  AutomationError(ErrorNumber number, std::u16string description);
+  AutomationError(ErrorNumber number, std::u16string description,
+                  std::optional<FailureKind> kind = {});
 
   int32_t number() const noexcept { return number_; }
   const std::u16string& source() const noexcept { return source_; }
   const std::u16string& description() const noexcept { return description_; }
+  std::optional<FailureKind> kind() const noexcept { return kind_; }
   // The description in UTF-8, for tests and debuggers.
   const char* what() const noexcept override { return what_.c_str(); }
 
@@ -42,6 +49,7 @@ class AutomationError : public std::exception {
   std::u16string source_;
   std::u16string description_;
   std::string what_;
+  std::optional<FailureKind> kind_;
 };
 
 // Short names for the errors that conversions raise.
