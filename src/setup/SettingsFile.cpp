@@ -7,7 +7,7 @@
 #include "files/CursorFile.h"
 #include "files/WindowsFile.h"
 #include "setup/Strings.h"
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 namespace pylon {
 namespace {

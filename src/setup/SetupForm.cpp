@@ -6,7 +6,7 @@
 #include "base/Text.h"
 #include "setup/Strings.h"
 #include "setup/Texts.h"
-#include "sync/ConduitIcon.h"
+#include "toolkit/ConduitIcon.h"
 
 namespace pylon {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 // After Window.h, which defines how <windows.h> is read.
 #include <commctrl.h>

@@ -18,8 +18,8 @@
 #include "setup/SetupServices.h"
 #include "setup/SyncCommand.h"
 #include "setup/Texts.h"
-#include "sync/ConduitIcon.h"
 #include "sync/frmStatus.h"
+#include "toolkit/ConduitIcon.h"
 
 namespace pylon {
 namespace {

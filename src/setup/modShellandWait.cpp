@@ -7,7 +7,7 @@
 #include "base/Text.h"
 #include "setup/DayDeadline.h"
 #include "setup/StartProcess.h"
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 namespace pylon {
 namespace {

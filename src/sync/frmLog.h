@@ -4,7 +4,7 @@
 
 #include "sync/LogView.h"
 #include "sync/LogWindowLines.h"
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 namespace pylon {
 

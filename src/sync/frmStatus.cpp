@@ -2,7 +2,7 @@
 
 #include <commctrl.h>
 
-#include "sync/ConduitIcon.h"
+#include "toolkit/ConduitIcon.h"
 
 namespace pylon {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "sync/StatusLayout.h"
 #include "sync/StatusView.h"
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 namespace pylon {
 

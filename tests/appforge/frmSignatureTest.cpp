@@ -11,7 +11,7 @@
 #include "files/cFileIO.h"
 #include "tests/files/TempFolder.h"
 #include "tests/support/Errors.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

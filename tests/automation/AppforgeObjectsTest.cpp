@@ -12,7 +12,7 @@
 #include "automation/SignatureObject.h"
 #include "tests/automation/ServerFixture.h"
 #include "tests/support/MemoryFile.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

@@ -17,7 +17,7 @@
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/setup/SimulatedHotSync.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

@@ -8,7 +8,7 @@
 #include "setup/modShellandWait.h"
 #include "tests/files/TempFolder.h"
 #include "tests/setup/CommandReport.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

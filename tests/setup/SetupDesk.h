@@ -11,7 +11,7 @@
 #include "base/AutomationError.h"
 #include "conduits/ConduitComponent.h"
 #include "setup/SetupForm.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon::testing {
 

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "base/Text.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

@@ -7,7 +7,7 @@
 
 #include "base/LogSink.h"
 #include "sync/oSyncInfo.h"
-#include "tests/sync/Desktop.h"
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

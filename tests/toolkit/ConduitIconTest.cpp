@@ -1,14 +1,14 @@
-#include "sync/ConduitIcon.h"
+#include "toolkit/ConduitIcon.h"
 
 #include <gtest/gtest.h>
-
-#include "tests/sync/Desktop.h"
 
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
+
+#include "tests/toolkit/Desktop.h"
 
 namespace pylon {
 namespace {

@@ -1,4 +1,4 @@
-#include "sync/ConduitIcon.h"
+#include "toolkit/ConduitIcon.h"
 
 #include <objbase.h>
 #include <ocidl.h>

@@ -1,4 +1,4 @@
-#include "sync/Window.h"
+#include "toolkit/Window.h"
 
 #include <exception>
 #include <iterator>
