@@ -10,11 +10,16 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
 endif()
 
-# Optimised a little, or the sanitized tests over every prefix of a file take minutes.
-set(CMAKE_CXX_FLAGS_DEBUG "-O1 -g")
-set(CMAKE_C_FLAGS_DEBUG "-O1 -g")
-set(CMAKE_CXX_FLAGS_RELEASE "-O2 -DNDEBUG")
-set(CMAKE_C_FLAGS_RELEASE "-O2 -DNDEBUG")
+# In place of CMake's own defaults; flags given with -D stay.
+foreach(language C CXX)
+  if(CMAKE_${language}_FLAGS_DEBUG STREQUAL "-g")
+    # Optimised a little, or the sanitized tests over every prefix of a file take minutes.
+    set(CMAKE_${language}_FLAGS_DEBUG "-O1 -g")
+  endif()
+  if(CMAKE_${language}_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
+    set(CMAKE_${language}_FLAGS_RELEASE "-O2 -DNDEBUG")
+  endif()
+endforeach()
 
 if(PYLON_SANITIZE)
   add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all
@@ -31,7 +36,7 @@ if(WIN32)
   add_compile_definitions(UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN STRICT
     WINVER=0x0A00 _WIN32_WINNT=0x0A00 NTDDI_VERSION=0x0A000000)
   add_compile_options(-ffunction-sections -fdata-sections)
-  add_link_options(-Wl,--gc-sections -s)
+  add_link_options(-Wl,--gc-sections $<$<CONFIG:Release>:-s>)
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
     # GCC 12 makes one function of a member and a free one with the same body, although the member
     # takes its argument off the stack here and the free one leaves it to the caller.
