@@ -4,8 +4,8 @@
 
 namespace pylon {
 
-CConduitInfo::CConduitInfo(const AnsiCodePage& code_page, std::shared_ptr<LogSink> log)
-    : store_(u"AppStore.ini", code_page, std::move(log)) {}
+CConduitInfo::CConduitInfo(const StoreFileFactory& files, std::shared_ptr<LogSink> log)
+    : store_(files(u"AppStore.ini"), std::move(log)) {}
 
 void CConduitInfo::SetAppFolder(std::u16string_view folder) {
   app_folder_ = folder;

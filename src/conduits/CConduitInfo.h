@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/AnsiCodePage.h"
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "conduits/SettingsStore.h"
@@ -14,8 +13,8 @@ namespace pylon {
 // The conduit of a sync, with settings that all its devices share: AppStore.ini in its PC folder.
 class CConduitInfo {
  public:
-  // The code page outlives the object. `log` may be null; see SettingsStore for what it gets.
-  explicit CConduitInfo(const AnsiCodePage& code_page, std::shared_ptr<LogSink> log = nullptr);
+  // `log` may be null; see SettingsStore for the lines that it gets.
+  explicit CConduitInfo(const StoreFileFactory& files, std::shared_ptr<LogSink> log = nullptr);
 
   const std::u16string& AppId() const noexcept { return app_id_; }
   const std::u16string& AppFolder() const noexcept { return app_folder_; }

@@ -6,8 +6,8 @@
 
 namespace pylon {
 
-CDevice::CDevice(const AnsiCodePage& code_page, const Clock& clock, std::shared_ptr<LogSink> log)
-    : clock_(clock), store_(u"DeviceStore.ini", code_page, std::move(log)), stamp_(clock.Now()) {}
+CDevice::CDevice(const StoreFileFactory& files, const Clock& clock, std::shared_ptr<LogSink> log)
+    : clock_(clock), store_(files(u"DeviceStore.ini"), std::move(log)), stamp_(clock.Now()) {}
 
 void CDevice::SetDeviceName(std::u16string_view name) {
   device_name_ = name;

@@ -4,7 +4,6 @@
 #include <string>
 #include <string_view>
 
-#include "base/AnsiCodePage.h"
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "base/Types.h"
@@ -19,8 +18,8 @@ namespace pylon {
 // The device name is made fit for a path (see FolderName).
 class CDevice {
  public:
-  // Code page and clock outlive the object. `log` may be null; see SettingsStore for what it gets.
-  CDevice(const AnsiCodePage& code_page, const Clock& clock,
+  // The clock outlives the object. `log` may be null; see SettingsStore for the lines that it gets.
+  CDevice(const StoreFileFactory& files, const Clock& clock,
           std::shared_ptr<LogSink> log = nullptr);
 
   const std::u16string& DeviceName() const noexcept { return device_name_; }

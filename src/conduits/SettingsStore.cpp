@@ -1,5 +1,6 @@
 #include "conduits/SettingsStore.h"
 
+#include <optional>
 #include <utility>
 
 #include "base/AutomationError.h"
@@ -30,22 +31,19 @@ void RequireIniText(std::u16string_view section, std::u16string_view key,
   }
 }
 
-SettingsStore::SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page,
-                             std::shared_ptr<LogSink> log)
-    : file_({}, code_page), log_(log ? std::move(log) : std::make_shared<NullLog>()) {
-  file_.SetFullFileName(file_name);
-}
+SettingsStore::SettingsStore(std::unique_ptr<StoreFile> file, std::shared_ptr<LogSink> log)
+    : file_(std::move(file)), log_(log ? std::move(log) : std::make_shared<NullLog>()) {}
 
 void SettingsStore::SetFolder(std::u16string_view folder) {
-  file_.SetFilePath(folder);
+  file_->SetFolder(folder);
   has_folder_ = !folder.empty();
 }
 
 std::u16string SettingsStore::GetSettings(std::u16string_view Section, std::u16string_view Key,
                                           std::u16string_view Default) {
-  // What can't be written is not there; a NUL would make it the name of another setting.
+  // A key that can't be written reads as missing; a NUL would make it the name of another setting.
   if (!has_folder_ || !IsIniSection(Section) || !IsIniKey(Key)) return std::u16string(Default);
-  return file_.ReadINI(Section, Key, Default);
+  return file_->Read(Section, Key, Default);
 }
 
 void SettingsStore::SaveSettings(std::u16string_view Section, std::u16string_view Key,
@@ -68,15 +66,11 @@ bool SettingsStore::SetSyncDateTime(Date date) noexcept {
 
 bool SettingsStore::Write(std::u16string_view section, std::u16string_view key,
                           std::u16string_view value) {
-  std::u16string reason = u"there is no folder for it";
-  if (has_folder_) {
-    file_.ValidateDirectory({});
-    if (file_.WriteIni(section, key, value)) return true;
-    int32_t number = 0;
-    file_.ReadErrorHandler(reason, number);
-  }
+  const std::optional<std::u16string> reason =
+      has_folder_ ? file_->Write(section, key, value) : u"there is no folder for it";
+  if (!reason) return true;
   log_->UpdateLog(u"The setting '" + std::u16string(key) + u"' of section '" +
-                  std::u16string(section) + u"' could not be saved: " + reason);
+                  std::u16string(section) + u"' could not be saved: " + *reason);
   return false;
 }
 

@@ -4,31 +4,29 @@
 #include <string>
 #include <string_view>
 
-#include "base/AnsiCodePage.h"
 #include "base/Date.h"
 #include "base/LogSink.h"
-#include "files/cFileIO.h"
+#include "conduits/StoreFile.h"
 
 namespace pylon {
 
-// Raises error 5 for a section, key or value that an INI file can't hold: what follows a line break
-// in it would become a setting of its own.
+// Raises error 5 for a section, key or value that an INI file can't hold: text after a line break
+// would become a setting of its own.
 void RequireIniText(std::u16string_view section, std::u16string_view key,
                     std::u16string_view value);
 
 // A small private INI file: the settings of a device or of an application, and when it was last
 // synced.
 //
-// A file or key that is missing reads as the default. Writing creates file and folder. A write
-// fails when the system refuses it, or when another process holds the file for more than a moment;
-// the log then names the setting and the reason.
+// A file or key that is missing reads as the default. Writing creates file and folder. When the
+// system refuses a write, or another process holds the file for more than a moment, the log names
+// the setting and the reason.
 class SettingsStore {
  public:
-  // `log` may be null; the code page is borrowed.
-  SettingsStore(std::u16string_view file_name, const AnsiCodePage& code_page,
-                std::shared_ptr<LogSink> log);
+  // The file is not null; `log` may be.
+  SettingsStore(std::unique_ptr<StoreFile> file, std::shared_ptr<LogSink> log);
 
-  void SetFolder(std::u16string_view folder);  // where the file lies; until then there is no file
+  void SetFolder(std::u16string_view folder);  // of the file; until then there is none
 
   // The value without outer blanks.
   std::u16string GetSettings(std::u16string_view Section, std::u16string_view Key,
@@ -45,7 +43,7 @@ class SettingsStore {
  private:
   bool Write(std::u16string_view section, std::u16string_view key, std::u16string_view value);
 
-  cFileIO file_;
+  std::unique_ptr<StoreFile> file_;
   std::shared_ptr<LogSink> log_;  // not null
   bool has_folder_ = false;
 };

@@ -11,6 +11,7 @@
 #include "base/Text.h"
 #include "base/Types.h"
 #include "conduits/CConduitInfo.h"
+#include "conduits/IniStoreFile.h"
 #include "conduits/cConduitList.h"
 #include "files/FileNames.h"
 #include "files/WindowsFile.h"
@@ -828,7 +829,7 @@ ConduitFacts frmSetup::FactsOf(int16_t index, bool all) {
   facts.class_id = list.ClassId(index);
   facts.creator_id = list.CreatorId(index);
   facts.failure = list.Failure(index);
-  CConduitInfo info(with_.code_page);
+  CConduitInfo info(IniStoreFiles(with_.code_page));
   info.SetAppFolder(list.PCFolder(index));
   facts.last_sync = info.SyncDateTime();
   if (!all) return facts;

@@ -8,6 +8,7 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "conduits/IniStoreFile.h"
 #include "files/DeviceProgress.h"
 #include "files/FileNames.h"
 #include "files/ProgramFiles.h"
@@ -128,7 +129,7 @@ std::u16string SyncDriver::Start(std::u16string_view app_id, int16_t database_ty
 
   session_.device->SetAppId(app_id);
   session_.device->SetFolder(pc_folder);
-  session_.conduit_info = std::make_shared<CConduitInfo>(with_.code_page, with_.log);
+  session_.conduit_info = std::make_shared<CConduitInfo>(IniStoreFiles(with_.code_page), with_.log);
   session_.conduit_info->SetAppId(app_id);
   session_.conduit_info->SetAppFolder(pc_folder);
   info_->SetFileSystem(session_.file_system);
@@ -175,7 +176,8 @@ std::u16string SyncDriver::ChooseFileSystem(int16_t index, std::u16string_view a
     case dftPocketPC:
     case dftSymbian:
     case dftWindows: {
-      session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
+      session_.device =
+          std::make_shared<CDevice>(IniStoreFiles(with_.code_page), with_.clock, with_.log);
       session_.device->SetDeviceType(dtPC);
       session_.device->SetDeviceName(LoggedOnUser());
       session_.device->SetDeviceDateTime(with_.clock.Now());
@@ -208,7 +210,8 @@ std::u16string SyncDriver::ChooseDevice(int16_t index, std::u16string_view app_i
     heading_.title += u" (simulated device)";
     with_.view.SetHeading(heading_);
   }
-  session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
+  session_.device =
+      std::make_shared<CDevice>(IniStoreFiles(with_.code_page), with_.clock, with_.log);
   session_.device->SetDeviceType(dtActiveSync);
   session_.file_panel = std::make_shared<FilePanel>(with_.view, info_);
 
@@ -238,7 +241,8 @@ std::u16string SyncDriver::ChooseDevice(int16_t index, std::u16string_view app_i
 std::u16string SyncDriver::ChooseHandheld(int16_t index, std::u16string_view app_id,
                                           const std::u16string& pc_folder) {
   if (!with_.handheld) return u"No HotSync session is running.";
-  session_.device = std::make_shared<CDevice>(with_.code_page, with_.clock, with_.log);
+  session_.device =
+      std::make_shared<CDevice>(IniStoreFiles(with_.code_page), with_.clock, with_.log);
   session_.device->SetDeviceType(dtHotSync);
   session_.device->SetDeviceName(kUnknownUser);
   session_.device->SetDeviceDateTime(with_.clock.Now());

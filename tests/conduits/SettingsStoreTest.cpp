@@ -10,6 +10,7 @@
 #include "base/LogSink.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/CDevice.h"
+#include "conduits/IniStoreFile.h"
 #include "tests/files/TempFolder.h"
 #include "tests/support/Errors.h"
 
@@ -21,7 +22,7 @@ using testing::ErrorOf;
 using testing::Holder;
 using testing::TempFolder;
 
-const AnsiCodePage& CodePage() { return AnsiCodePage::Windows1252(); }
+StoreFileFactory Files() { return IniStoreFiles(AnsiCodePage::Windows1252()); }
 
 class FakeClock final : public Clock {
  public:
@@ -39,14 +40,14 @@ class Lines final : public LogSink {
 class StoreTest : public ::testing::Test {
  protected:
   std::unique_ptr<CDevice> Device(std::u16string_view name) {
-    auto device = std::make_unique<CDevice>(CodePage(), clock, log);
+    auto device = std::make_unique<CDevice>(Files(), clock, log);
     device->SetDeviceName(name);
     device->SetAppId(u"App");
     device->SetFolder(folder.File(u"App"));
     return device;
   }
   std::unique_ptr<CConduitInfo> Info() {
-    auto info = std::make_unique<CConduitInfo>(CodePage(), log);
+    auto info = std::make_unique<CConduitInfo>(Files(), log);
     info->SetAppId(u"App");
     info->SetAppFolder(folder.File(u"App"));
     return info;
@@ -158,7 +159,7 @@ TEST_F(StoreTest, AFailedWriteOfTheSyncTimeIsReported) {
   for (const Date date : {1e9, std::numeric_limits<double>::quiet_NaN()}) {
     EXPECT_FALSE(info->SetSyncDateTime(date));
   }
-  CConduitInfo nowhere(CodePage());
+  CConduitInfo nowhere(Files());
   EXPECT_FALSE(nowhere.SetSyncDateTime(clock.now));
   EXPECT_EQ(nowhere.SyncDateTime(), 0);
 
@@ -182,7 +183,7 @@ TEST_F(StoreTest, TheLogNamesWhatCouldNotBeSaved) {
   EXPECT_FALSE(Info()->SetSyncDateTime(clock.now));
   EXPECT_EQ(log->lines.size(), 2u);
 
-  CDevice nowhere(CodePage(), clock, log);
+  CDevice nowhere(Files(), clock, log);
   nowhere.SaveSettings(u"S", u"K", u"lost");
   EXPECT_EQ(log->lines.size(), 3u);
 }

@@ -13,6 +13,7 @@
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "conduits/CConduitInfo.h"
+#include "conduits/IniStoreFile.h"
 #include "conduits/cConduitList.h"
 #include "files/ProgramFiles.h"
 #include "setup/SetupServices.h"
@@ -510,7 +511,7 @@ TEST_F(SetupWindow, ConfiguresByTheComponent) {
 
 TEST_F(SetupWindow, ShowsWhenAConduitWasLastSynced) {
   Open(kTwo);
-  CConduitInfo info(code_page);
+  CConduitInfo info(IniStoreFiles(code_page));
   info.SetAppFolder(list->PCFolder(2));
   ASSERT_TRUE(info.SetSyncDateTime(36'526.75));
   PressF5();
