@@ -48,7 +48,7 @@ void PDBDatabasePalm::SetUp(std::u16string_view creator_id, eDatabaseForType dat
 // ---- Failures
 
 PDBDatabasePalm::Link PDBDatabasePalm::RequireOpen() const {
-  if (!link_) throw Failure(ErrorNumber::kInvalidArgument, u"it is not open");
+  if (!link_) throw Error(ErrorNumber::kInvalidArgument, u"it is not open");
   return link_;
 }
 
@@ -57,19 +57,19 @@ bool PDBDatabasePalm::Refuse(std::u16string_view reason) const {
   return false;
 }
 
-AutomationError PDBDatabasePalm::Failure(int32_t number, std::u16string_view what) const {
+AutomationError PDBDatabasePalm::Error(int32_t number, std::u16string_view what) const {
   return AutomationError(
       number, {}, u"The database \"" + name_ + u"\" on the handheld: " + std::u16string(what));
 }
-AutomationError PDBDatabasePalm::Failure(ErrorNumber number, std::u16string_view what) const {
-  return Failure(static_cast<int32_t>(number), what);
+AutomationError PDBDatabasePalm::Error(ErrorNumber number, std::u16string_view what) const {
+  return Error(static_cast<int32_t>(number), what);
 }
 
 void PDBDatabasePalm::RequireSize(size_t size, std::u16string_view what) const {
   if (size <= kMaxChunk) return;
-  throw Failure(ErrorNumber::kOverflow, std::u16string(what) + u" of " +
-                                            ToText(static_cast<int64_t>(size)) + u" bytes; " +
-                                            ToText(int64_t{kMaxChunk}) + u" is the most");
+  throw Error(ErrorNumber::kOverflow, std::u16string(what) + u" of " +
+                                          ToText(static_cast<int64_t>(size)) + u" bytes; " +
+                                          ToText(int64_t{kMaxChunk}) + u" is the most");
 }
 
 // ---- Properties
@@ -80,7 +80,7 @@ bool PDBDatabasePalm::NameIsPossible() const {
 
 void PDBDatabasePalm::SetPDBFilePath(std::u16string_view path) {
   if (path.empty()) return;
-  throw Failure(ErrorNumber::kActionNotSupported, u"it is in no file");
+  throw Error(ErrorNumber::kActionNotSupported, u"it is in no file");
 }
 
 void PDBDatabasePalm::SetPDBDatabaseName(std::u16string_view name) {
@@ -90,7 +90,7 @@ void PDBDatabasePalm::SetPDBDatabaseName(std::u16string_view name) {
                       u"\" is no database name: it may have up to 32 characters of the system's "
                       u"code page");
   }
-  if (link_) throw Failure(ErrorNumber::kActionNotSupported, u"a handheld renames none");
+  if (link_) throw Error(ErrorNumber::kActionNotSupported, u"a handheld renames none");
   name_ = name;
   unreadable_ = false;
 }
@@ -109,10 +109,10 @@ void PDBDatabasePalm::SetCreatorId(std::u16string_view id) {
   }
   if (link_ && id != CreatorId()) {
     if (!untouched_) {
-      throw Failure(ErrorNumber::kActionNotSupported,
-                    u"its creator can be set before something is written to it only");
+      throw Error(ErrorNumber::kActionNotSupported,
+                  u"its creator can be set before something is written to it only");
     }
-    if (id.size() != 4) throw Failure(ErrorNumber::kInvalidArgument, u"a creator has 4 characters");
+    if (id.size() != 4) throw Error(ErrorNumber::kInvalidArgument, u"a creator has 4 characters");
     // Made anew: nothing is in it yet.
     const std::shared_ptr<Handheld> handheld = handheld_;
     const std::u16string creator(id);
@@ -147,8 +147,8 @@ Date PDBDatabasePalm::ModifyDateTime() const {
 
 void PDBDatabasePalm::TakeLink(const std::shared_ptr<Handheld>& handheld,
                                std::unique_ptr<HandheldDatabase> link) {
-  if (!link) throw Failure(kInternalError, u"it can't be opened");
-  if (!handheld_) throw Failure(ErrorNumber::kInvalidArgument, u"the session has ended meanwhile");
+  if (!link) throw Error(kInternalError, u"it can't be opened");
+  if (!handheld_) throw Error(ErrorNumber::kInvalidArgument, u"the session has ended meanwhile");
   HandheldDatabase* const database = link.release();
   link_ = Link(database, [handheld](HandheldDatabase* closed) { delete closed; });
   cursor_ = 1;
@@ -248,7 +248,7 @@ void PDBDatabasePalm::CloseDatabase() {
 void PDBDatabasePalm::RemoveDatabase() {
   const std::shared_ptr<Handheld> handheld = handheld_;
   if (!handheld) {
-    throw Failure(ErrorNumber::kInvalidArgument, u"the session with the handheld has ended");
+    throw Error(ErrorNumber::kInvalidArgument, u"the session with the handheld has ended");
   }
   const bool was_open = IsOpen();
   DropLink();  // a handheld deletes no open one
@@ -358,7 +358,7 @@ std::optional<HandheldRecord> PDBDatabasePalm::ReadAt(HandheldDatabase& link, in
   } else {
     ForgetRecords();
     if (index <= Count(link)) {
-      throw Failure(kInternalError, u"record " + ToText(index) + u" can't be read");
+      throw Error(kInternalError, u"record " + ToText(index) + u" can't be read");
     }
   }
   return record;
@@ -368,7 +368,7 @@ std::optional<HandheldRecord> PDBDatabasePalm::NextModified(HandheldDatabase& li
   if (count_ && from > *count_) return std::nullopt;
   std::optional<HandheldRecord> record = link.ReadNextModified(from - 1);
   if (record && IndexOf(*record) < from) {
-    throw Failure(kInternalError, u"its modified records come in no order");
+    throw Error(kInternalError, u"its modified records come in no order");
   }
   if (record) Note(IndexOf(*record), record->id, StoredAttributesOf(*record));
   Cover(from, record ? IndexOf(*record) + 1 : kAll);
@@ -466,11 +466,11 @@ uint32_t PDBDatabasePalm::IdAt(HandheldDatabase& link, int32_t index, int32_t ex
   const auto id = static_cast<uint32_t>(expected);
   if (id != 0 && position < ids_.size() && ids_[position] == id) return id;
   const std::optional<HandheldRecord> record = ReadAt(link, index);
-  if (!record) throw Failure(ErrorNumber::kInvalidArgument, u"no record " + ToText(index));
+  if (!record) throw Error(ErrorNumber::kInvalidArgument, u"no record " + ToText(index));
   if (id != 0 && record->id != id) {
-    throw Failure(ErrorNumber::kInvalidArgument, u"record " + ToText(index) +
-                                                     u" has the unique id " + ToText(record->id) +
-                                                     u" and can't be given " + ToText(expected));
+    throw Error(ErrorNumber::kInvalidArgument, u"record " + ToText(index) + u" has the unique id " +
+                                                   ToText(record->id) + u" and can't be given " +
+                                                   ToText(expected));
   }
   return record->id;
 }
@@ -492,20 +492,20 @@ void PDBDatabasePalm::Update(int32_t Index, int32_t& UniqueId, int16_t Category,
   const int32_t count = Count(*link);
   const bool is_new = Index < 1 || Index > count;
   if (is_new && count >= static_cast<int32_t>(kMaxRecords)) {
-    throw Failure(ErrorNumber::kOverflow, u"it holds 65535 records and can't take more");
+    throw Error(ErrorNumber::kOverflow, u"it holds 65535 records and can't take more");
   }
   uint32_t id = 0;
   if (!is_new) {
     id = IdAt(*link, Index, UniqueId);
     // Written under none, it would come a second time.
-    if (id == 0) throw Failure(kInternalError, u"record " + ToText(Index) + u" has no unique id");
+    if (id == 0) throw Error(kInternalError, u"record " + ToText(Index) + u" has no unique id");
     // Should this fail, nobody knows whether it is alive again.
     deleted_.erase(id);
   } else if (UniqueId != 0) {
     const auto wanted = static_cast<uint32_t>(UniqueId);
     if (KnownIndexOf(wanted) || link->ReadById(wanted)) {
-      throw Failure(ErrorNumber::kInvalidArgument,
-                    u"another record has the unique id " + ToText(UniqueId));
+      throw Error(ErrorNumber::kInvalidArgument,
+                  u"another record has the unique id " + ToText(UniqueId));
     }
   }
   const uint8_t stored = StoredAttributes(Attributes & ~kBusy, Category);

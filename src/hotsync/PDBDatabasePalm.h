@@ -118,7 +118,7 @@ class PDBDatabasePalm final : public PDBDatabase {
   Date ModifyDateTime() const override;
   std::shared_ptr<CSyncIndex> SyncIndex() override;
 
-  bool IsOpen() const { return link_ != nullptr; }
+  bool IsOpen() const override { return link_ != nullptr; }
   // Lets go of the handheld without a word to it. The database can't be opened any more.
   void EndSession() noexcept;
 
@@ -128,8 +128,8 @@ class PDBDatabasePalm final : public PDBDatabase {
   // By value: a call over the link may let other work in, which may close the database.
   Link RequireOpen() const;
   bool Refuse(std::u16string_view reason) const;
-  AutomationError Failure(int32_t number, std::u16string_view what) const;
-  AutomationError Failure(ErrorNumber number, std::u16string_view what) const;
+  AutomationError Error(int32_t number, std::u16string_view what) const;
+  AutomationError Error(ErrorNumber number, std::u16string_view what) const;
   void RequireSize(size_t size, std::u16string_view what) const;
   bool NameIsPossible() const;
   std::optional<HandheldDatabaseInfo> Info() const;

@@ -4,7 +4,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/AnsiCodePage.h"
 #include "base/LogSink.h"
@@ -12,6 +11,7 @@
 #include "hotsync/Handheld.h"
 #include "hotsync/PDBDatabasePalm.h"
 #include "pdb/CSyncIndex.h"
+#include "pdb/NamedDatabases.h"
 #include "pdb/PDBFileSystem.h"
 
 namespace pylon {
@@ -49,21 +49,17 @@ class PDBFileSystemPalm final : public PDBFileSystem {
   bool MoveDatabase(std::u16string_view FromFileName, std::u16string_view ToFileName) override;
   // True, also when there was none. The list keeps it.
   bool DeleteDatabase(std::u16string_view FileName) override;
-  int32_t DatabaseCount() const override { return static_cast<int32_t>(databases_.size()); }
-  std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const override;  // null out of range
-  bool CloseDatabases(std::u16string& failure) noexcept override;
+  int32_t DatabaseCount() const override { return databases_.count(); }
+  std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const override {  // null out of range
+    return databases_.At(iIndex);
+  }
+  bool CloseDatabases(Failures& failures) noexcept override;
   // Also lets go of the handheld, for databases too that somebody keeps.
-  bool End(std::u16string& failure) noexcept override;
+  bool End(Failures& failures) noexcept override;
 
  private:
-  struct Named {
-    std::u16string name;
-    std::shared_ptr<PDBDatabasePalm> database;
-  };
-
   bool RefuseEnded(std::u16string_view name) const;
   std::shared_ptr<PDBDatabasePalm> FindOrAdd(std::u16string_view name);
-  bool CloseAll(const std::vector<Named>& databases, std::u16string& failure) noexcept;
 
   std::shared_ptr<Handheld> handheld_;  // null once it has ended
   const AnsiCodePage* code_page_;
@@ -72,7 +68,7 @@ class PDBFileSystemPalm final : public PDBFileSystem {
   std::u16string creator_id_;
   eDatabaseForType database_for_ = dftPalmHotSync;
   std::u16string folder_;
-  std::vector<Named> databases_;
+  NamedDatabases<PDBDatabasePalm> databases_;
 };
 
 }  // namespace pylon

@@ -2,10 +2,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 #include "base/Date.h"
+#include "base/Failure.h"
 #include "base/Types.h"
 #include "pdb/PDBByteStream.h"
 
@@ -38,8 +40,11 @@ class PDBDatabase {
   // False, and a line in the log, when there is no such database or it is damaged. One that is
   // open already stays as it is, unsaved changes included, with the cursor at the first record.
   virtual bool OpenDatabase() = 0;
+  virtual bool IsOpen() const = 0;
   // Saves changes; after an error it is still open and changed, but for one of SyncIndex.
   virtual void CloseDatabase() = 0;
+  // Why saving failed, the first of the tries since it last did not.
+  virtual std::optional<Failure> SaveFailure() const { return std::nullopt; }
   virtual void RemoveDatabase() = 0;
   // Empty, also where one exists: that is replaced at the close. False where one exists that the
   // last OpenDatabase could not read: it may well be whole.

@@ -8,7 +8,7 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
-#include "files/DeviceProgress.h"
+#include "files/FileCalls.h"
 #include "files/FileNames.h"
 
 namespace pylon {
@@ -132,10 +132,14 @@ std::u16string PDBDatabasePC::FileFailure() const {
 
 AutomationError PDBDatabasePC::DeviceError(std::u16string_view path,
                                            std::u16string_view what) const {
-  const std::u16string failure = FileFailure();
-  return AutomationError(ErrorNumber::kDeviceIo,
-                         u"Database " + std::u16string(path) + u": " + std::u16string(what) +
-                             (failure.empty() ? u"" : u" (" + failure + u")"));
+  std::u16string failure;
+  int32_t number = 0;
+  if (file_->ReadErrorHandler(failure, number)) failure = u" (" + failure + u")";
+  std::optional<FailureKind> kind;
+  if (number == static_cast<int32_t>(file_error::kCancelled)) kind = FailureKind::kCancelled;
+  return AutomationError(
+      ErrorNumber::kDeviceIo,
+      u"Database " + std::u16string(path) + u": " + std::u16string(what) + failure, kind);
 }
 
 AutomationError PDBDatabasePC::AppInfoOverflow(size_t size) const {
@@ -819,7 +823,7 @@ void PDBDatabasePC::Close() {
 void PDBDatabasePC::Forget() {
   state_ = State::kClosed;
   dirty_ = false;
-  save_failure_.clear();
+  save_failure_.reset();
   app_info_ = {};
   sort_info_ = {};
   records_.Clear();
@@ -866,9 +870,8 @@ void PDBDatabasePC::Save() {
 
     ReplaceFile(layout);
   } catch (const AutomationError& error) {
-    // Whoever was told only that he has stopped it himself doesn't know of this one.
-    if (save_failure_.empty() || save_failure_.find(kCopyCancelled) != save_failure_.npos) {
-      save_failure_ = error.description();
+    if (!save_failure_ || save_failure_->kind == FailureKind::kCancelled) {
+      save_failure_ = ToFailure(error, FailureKind::kUnsaved);
     }
     throw;
   }

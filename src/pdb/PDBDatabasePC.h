@@ -60,6 +60,8 @@ class PDBDatabasePC final : public PDBDatabase {
   // Error 6 for a file of 2 GB or more or for unique ids that have run out, before anything is
   // written; error 57 when the file can't be written, and the old one is then still there.
   void CloseDatabase() override;
+  // A try that the user has stopped gives way to the next one.
+  std::optional<Failure> SaveFailure() const override { return save_failure_; }
   // Deletes the file and closes unsaved. Error 57 when there is one that can't be deleted; the
   // database then stays as it is.
   void RemoveDatabase() override;
@@ -104,14 +106,12 @@ class PDBDatabasePC final : public PDBDatabase {
   Date ModifyDateTime() const override;
   std::shared_ptr<CSyncIndex> SyncIndex() override;
 
-  bool IsOpen() const { return state_ == State::kOpen; }
+  bool IsOpen() const override { return state_ == State::kOpen; }
   // A file that is not local may let other work in while it is opened or saved.
   bool IsBusy() const { return state_ == State::kOpening || state_ == State::kSaving; }
   // Whether the last OpenDatabase answered False for what the file holds, not for failing to read.
   bool IsDamaged() const { return damaged_; }
   bool FileExists() const { return file_->FileExists(); }
-  // Why saving failed, the first of the tries since it last did not; empty when none has.
-  const std::u16string& SaveFailure() const { return save_failure_; }
   // Gives the file another name in its folder; an open database goes on under it, unsaved changes
   // included. False, with a line in the log, when the name is taken or the file can't be renamed.
   // Error 57 when an open database can't be read.
@@ -200,7 +200,7 @@ class PDBDatabasePC final : public PDBDatabase {
   bool damaged_ = false;
   bool unopened_ = false;  // the last OpenDatabase found a file and did not open it
   bool dirty_ = false;     // whether the close has something to write
-  std::u16string save_failure_;
+  std::optional<Failure> save_failure_;
   PDBHeader header_;  // offsets and count as last read; the close computes them anew
   Block app_info_;
   Block sort_info_;

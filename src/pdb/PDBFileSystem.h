@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/Failure.h"
 #include "pdb/PDBDatabase.h"
 
 namespace pylon {
@@ -28,14 +29,15 @@ class PDBFileSystem {
   virtual std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const = 0;
 
   // Saves and closes what is open. False when something could not be saved: that stays open, the
-  // log tells it, and `failure` gets the reason as a line of its own: the one that the first try to
-  // save it gave, when there was one.
-  virtual bool CloseDatabases(std::u16string& failure) noexcept = 0;
+  // log says so, and `failures` gets the reason, kCancelled where the user has stopped it and
+  // nothing else went wrong, else kUnsaved: the reason of the first try to save it, when there was
+  // one before. Not tried again, and not reported again, by the next call.
+  virtual bool CloseDatabases(Failures& failures) noexcept = 0;
   // Does the same and ends the file system: afterwards every member answers False or 0, and what
   // could not be saved is gone.
-  virtual bool End(std::u16string& failure) noexcept = 0;
+  virtual bool End(Failures& failures) noexcept = 0;
   void Close() noexcept {
-    std::u16string in_the_log;
+    Failures in_the_log;
     End(in_the_log);
   }
 };

@@ -12,8 +12,7 @@ namespace pylon {
 namespace {
 
 constexpr std::u16string_view kExtension = u".pdb";
-constexpr std::u16string_view kNoMemory = u"A database could not be closed: out of memory";
-constexpr size_t kMaxDatabases = std::numeric_limits<int16_t>::max();
+constexpr int32_t kMaxDatabases = std::numeric_limits<int16_t>::max();
 
 std::u16string FileNameOf(std::u16string_view name) {
   return std::u16string(name) + std::u16string(kExtension);
@@ -67,10 +66,6 @@ bool PDBFileSystemPC::Accepts(std::u16string_view name) const {
   return true;
 }
 
-std::vector<PDBFileSystemPC::Named>::iterator PDBFileSystemPC::Find(std::u16string_view name) {
-  return std::ranges::find(databases_, name, &Named::name);
-}
-
 std::unique_ptr<PDBDatabasePC> PDBFileSystemPC::NewDatabase(std::u16string_view name) const {
   std::unique_ptr<IPCFile> file = files_();
   file->SetFilePath(folder_);
@@ -83,11 +78,14 @@ std::unique_ptr<PDBDatabasePC> PDBFileSystemPC::NewDatabase(std::u16string_view 
 }
 
 std::shared_ptr<PDBDatabasePC> PDBFileSystemPC::FindOrAdd(std::u16string_view name) {
-  const auto found = Find(name);
-  if (found != databases_.end()) return found->database;
-  if (databases_.size() >= kMaxDatabases) throw Overflow();
-  databases_.push_back({std::u16string(name), NewDatabase(name)});
-  return databases_.back().database;
+  if (std::shared_ptr<PDBDatabasePC> found = databases_.Find(name)) return found;
+  if (databases_.count() >= kMaxDatabases) throw Overflow();
+  return databases_.Add(name, NewDatabase(name));
+}
+
+std::shared_ptr<PDBDatabasePC> PDBFileSystemPC::FindOrMake(std::u16string_view name) const {
+  std::shared_ptr<PDBDatabasePC> found = databases_.Find(name);
+  return found ? found : NewDatabase(name);
 }
 
 bool PDBFileSystemPC::OpenDatabase(std::u16string_view FileName,
@@ -116,28 +114,24 @@ bool PDBFileSystemPC::MoveDatabase(std::u16string_view FromFileName,
                                    std::u16string_view ToFileName) {
   if (!Accepts(FromFileName) || !Accepts(ToFileName)) return false;
   const std::u16string from(FromFileName), to(ToFileName);
-  const auto listed = Find(from);
-  const std::shared_ptr<PDBDatabasePC> database =
-      listed != databases_.end() ? listed->database
-                                 : std::shared_ptr<PDBDatabasePC>(NewDatabase(from));
+  const std::shared_ptr<PDBDatabasePC> database = FindOrMake(from);
   if (!database->IsOpen() && !database->FileExists()) {
     return Refuse(from, u"there is nothing to move");
   }
   if (from == to) return true;
-  const auto target = Find(to);
+  const std::shared_ptr<PDBDatabasePC> target = databases_.Find(to);
   // Where the disk ignores case, the file of a name that differs in case only is its own.
-  const bool in_use =
-      target != databases_.end() && (target->database->IsOpen() || target->database->IsBusy());
+  const bool in_use = target && (target->IsOpen() || target->IsBusy());
   const bool taken = in_use || (!EqualsIgnoringCase(from, to) && NewDatabase(to)->FileExists());
   if (taken) return Refuse(from, u"it can't be moved to \"" + to + u"\", which exists");
   try {
     if (!database->Rename(FileNameOf(to))) return false;
-    if (target != databases_.end()) {
+    if (target) {
       // Closed, but its index may have been read since.
-      target->database->CloseDatabase();
-      databases_.erase(target);
+      target->CloseDatabase();
+      databases_.Drop(target);
     }
-    if (const auto moved = Find(from); moved != databases_.end()) moved->name = to;
+    databases_.Rename(from, to);
     if (database->IsOpen() && database->PDBDatabaseName() == from &&
         PalmName::Holds(to, *code_page_)) {
       database->SetPDBDatabaseName(to);
@@ -152,10 +146,7 @@ bool PDBFileSystemPC::MoveDatabase(std::u16string_view FromFileName,
 bool PDBFileSystemPC::DeleteDatabase(std::u16string_view FileName) {
   if (!Accepts(FileName)) return false;
   const std::u16string name(FileName);
-  const auto listed = Find(name);
-  const std::shared_ptr<PDBDatabasePC> database =
-      listed != databases_.end() ? listed->database
-                                 : std::shared_ptr<PDBDatabasePC>(NewDatabase(name));
+  const std::shared_ptr<PDBDatabasePC> database = FindOrMake(name);
   if (!database->IsOpen() && !database->FileExists()) {
     return Refuse(name, u"there is nothing to delete");
   }
@@ -165,64 +156,23 @@ bool PDBFileSystemPC::DeleteDatabase(std::u16string_view FileName) {
     log_->UpdateLog(error.description());
     return false;
   }
-  std::erase_if(databases_, [&](const Named& entry) { return entry.database == database; });
+  databases_.Drop(database);
   return true;
 }
 
 std::shared_ptr<PDBDatabase> PDBFileSystemPC::Database(int32_t iIndex) const {
-  if (iIndex < 1 || iIndex > DatabaseCount()) throw SubscriptOutOfRange();
-  return databases_[static_cast<size_t>(iIndex) - 1].database;
+  std::shared_ptr<PDBDatabase> database = databases_.At(iIndex);
+  if (!database) throw SubscriptOutOfRange();
+  return database;
 }
 
-bool PDBFileSystemPC::CloseDatabases(std::u16string& failure) noexcept {
-  try {
-    // A copy: closing a device's file may let other work in, and the list change.
-    std::vector<Named> databases(databases_);
-    const bool all = CloseAll(databases, failure);
-    for (Named& entry : databases_) {
-      entry.given_up = std::ranges::any_of(databases, [&](const Named& closed) {
-        return closed.given_up && closed.database == entry.database;
-      });
-    }
-    return all;
-  } catch (const std::bad_alloc&) {
-    log_->UpdateLog(kNoMemory);
-    return false;
-  }
+bool PDBFileSystemPC::CloseDatabases(Failures& failures) noexcept {
+  return databases_.CloseAll(*log_, failures);
 }
 
-bool PDBFileSystemPC::End(std::u16string& failure) noexcept {
+bool PDBFileSystemPC::End(Failures& failures) noexcept {
   closed_ = true;
-  std::vector<Named> databases = std::exchange(databases_, {});
-  return CloseAll(databases, failure);
-}
-
-bool PDBFileSystemPC::CloseAll(std::vector<Named>& databases, std::u16string& failure) noexcept {
-  bool all = true;
-  for (Named& entry : databases) {
-    if (entry.given_up && entry.database->IsOpen()) {
-      all = false;
-      continue;
-    }
-    try {
-      entry.database->CloseDatabase();
-    } catch (const AutomationError& error) {
-      all = false;
-      entry.given_up = true;
-      log_->UpdateLog(error.description());
-      try {
-        const std::u16string& told = entry.database->SaveFailure();
-        if (!failure.empty()) failure += u"\r\n";
-        failure += told.empty() ? error.description() : told;
-      } catch (const std::bad_alloc&) {
-        // The log has it.
-      }
-    } catch (...) {
-      all = false;
-      log_->UpdateLog(kNoMemory);
-    }
-  }
-  return all;
+  return std::exchange(databases_, {}).End(*log_, failures);
 }
 
 }  // namespace pylon

@@ -4,13 +4,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "base/AnsiCodePage.h"
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "base/Types.h"
 #include "files/IPCFile.h"
+#include "pdb/NamedDatabases.h"
 #include "pdb/PDBDatabasePC.h"
 #include "pdb/PDBFileSystem.h"
 
@@ -49,26 +49,19 @@ class PDBFileSystemPC final : public PDBFileSystem {
   // False when there is no such database or the new name is taken.
   bool MoveDatabase(std::u16string_view FromFileName, std::u16string_view ToFileName) override;
   bool DeleteDatabase(std::u16string_view FileName) override;
-  int32_t DatabaseCount() const override { return static_cast<int32_t>(databases_.size()); }
+  int32_t DatabaseCount() const override { return databases_.count(); }
   std::shared_ptr<PDBDatabase> Database(int32_t iIndex) const override;
-  bool CloseDatabases(std::u16string& failure) noexcept override;
-  bool End(std::u16string& failure) noexcept override;
+  bool CloseDatabases(Failures& failures) noexcept override;
+  bool End(Failures& failures) noexcept override;
 
   // Whether the text can name a database here.
   static bool IsDatabaseName(std::u16string_view name);
 
  private:
-  struct Named {
-    std::u16string name;  // as given by the caller
-    std::shared_ptr<PDBDatabasePC> database;
-    bool given_up = false;  // CloseDatabases has failed: the end doesn't copy it all once more
-  };
-
-  bool CloseAll(std::vector<Named>& databases, std::u16string& failure) noexcept;
   bool Accepts(std::u16string_view name) const;
   bool Refuse(std::u16string_view name, std::u16string_view reason) const;
-  std::vector<Named>::iterator Find(std::u16string_view name);
   std::shared_ptr<PDBDatabasePC> FindOrAdd(std::u16string_view name);
+  std::shared_ptr<PDBDatabasePC> FindOrMake(std::u16string_view name) const;  // not in the list
   std::unique_ptr<PDBDatabasePC> NewDatabase(std::u16string_view name) const;
 
   std::u16string folder_;
@@ -79,7 +72,7 @@ class PDBFileSystemPC final : public PDBFileSystem {
   std::shared_ptr<LogSink> log_;  // not null
   SyncIndexFactory indexes_;
   bool closed_ = false;
-  std::vector<Named> databases_;
+  NamedDatabases<PDBDatabasePC> databases_;
 };
 
 }  // namespace pylon

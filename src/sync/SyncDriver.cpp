@@ -373,18 +373,17 @@ void SyncDriver::SyncFinish() noexcept {
 
 std::u16string SyncDriver::Unsaved() const {
   std::u16string untold;
-  for (std::u16string_view rest = unsaved_; !rest.empty();) {
-    const size_t end = std::min(rest.find(kLineEnd), rest.size());
-    const std::u16string_view line = rest.substr(0, end);
-    rest.remove_prefix(std::min(end + std::size(kLineEnd) - 1, rest.size()));
-    if (told_.find(line) != told_.npos || line.find(kCopyCancelled) != line.npos) continue;
-    untold += (untold.empty() ? u"" : kLineEnd) + std::u16string(line);
+  for (const Failure& failure : unsaved_) {
+    if (failure.kind == FailureKind::kCancelled) continue;
+    if (told_.find(failure.text) != told_.npos) continue;
+    untold += (untold.empty() ? u"" : kLineEnd) + failure.text;
   }
   return untold;
 }
 
 bool SyncDriver::IsSaveCancelled() const noexcept {
-  return unsaved_.find(kCopyCancelled) != unsaved_.npos;
+  return std::ranges::any_of(
+      unsaved_, [](const Failure& failure) { return failure.kind == FailureKind::kCancelled; });
 }
 
 void SyncDriver::SyncStop() noexcept {

@@ -111,8 +111,8 @@ class SyncDriver {
   std::shared_ptr<oSyncInfo> info_;
   StatusHeading heading_;  // as shown
   Session session_;
-  std::u16string told_;         // BeginSync's text
-  std::u16string unsaved_;      // a line for each database
+  std::u16string told_;  // BeginSync's text
+  Failures unsaved_;
   bool handheld_lost_ = false;  // as the sync let go of it
 };
 

@@ -305,8 +305,8 @@ TEST_P(DatabasePlaceTest, DatabasesAreFoundByTheirExactName) {
   Add(*created, {"a"});
   NextSync();
   EXPECT_EQ(Open(u"Stock")->CreatorId(), u"memo");
-  std::u16string failure;
-  EXPECT_TRUE(files_->End(failure));
+  Failures failures;
+  EXPECT_TRUE(files_->End(failures));
   EXPECT_FALSE(files_->OpenDatabase(u"Stock", database));
   EXPECT_FALSE(files_->CreateDatabase(u"Stock", database));
   EXPECT_FALSE(files_->DeleteDatabase(u"Stock"));

@@ -34,8 +34,8 @@ class DatabasePlaceTest : public ::testing::TestWithParam<PlaceKind> {
 
   // Ends the sync and begins the next.
   void NextSync() {
-    std::u16string failure;
-    EXPECT_TRUE(!files_ || files_->End(failure));
+    Failures failures;
+    EXPECT_TRUE(!files_ || files_->End(failures));
     files_.reset();
     files_ = place_->BeginSync();
   }

@@ -394,8 +394,8 @@ TEST_F(FileSystemPalm, ALostLinkIsNeverTheEndOfTheRecords) {
     });
     EXPECT_EQ(error, 57);
     EXPECT_TRUE(handheld_->IsLost());
-    std::u16string failure;
-    EXPECT_TRUE(files_->End(failure));
+    Failures failures;
+    EXPECT_TRUE(files_->End(failures));
   }
 }
 
@@ -446,8 +446,8 @@ TEST_F(FileSystemPalm, ALostLinkIsToldByEveryCall) {
       error = ErrorOf(c.call);
       EXPECT_EQ(error, handheld_->IsLost() ? 57 : 0);
       ASSERT_LT(calls, 50);
-      std::u16string failure;
-      EXPECT_TRUE(files_->End(failure));
+      Failures failures;
+      EXPECT_TRUE(files_->End(failures));
       EXPECT_EQ(handheld_.use_count(), 1);
     }
   }
@@ -593,8 +593,8 @@ TEST_F(FileSystemPalm, TheEndLetsGoOfTheHandheld) {
   database->SyncIndex()->Add(u"key", 1);
   handheld_->calls_to_live = 0;  // what the conduit has done is known on the PC all the same
   EXPECT_EQ(ErrorOf([&] { ReadAll(*database); }), 57);
-  std::u16string failure;
-  EXPECT_TRUE(files_->End(failure));
+  Failures failures;
+  EXPECT_TRUE(files_->End(failures));
   EXPECT_TRUE(disk_.files.contains(u"C:\\memo\\Device\\Stock.si"));
   EXPECT_EQ(handheld_.use_count(), 1);
   EXPECT_FALSE(handheld_->databases[u"Stock"].open);

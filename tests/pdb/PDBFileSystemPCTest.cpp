@@ -204,18 +204,17 @@ TEST_F(FileSystem, EachFailureIsToldOnceAndNotTriedAgain) {
   folder_.FailNth(FileOperation::kWrite, 1);
   EXPECT_EQ(ErrorOf([&] { a->CloseDatabase(); }), 57);
   folder_.open = {Path(u"A") + u".new", Path(u"B") + u".new"};
-  std::u16string failure;
-  EXPECT_FALSE(system_.CloseDatabases(failure));
+  Failures failures;
+  EXPECT_FALSE(system_.CloseDatabases(failures));
   EXPECT_TRUE(Has(u"C"));
-  const size_t line = failure.find(u"\r\n");
-  ASSERT_NE(line, failure.npos);
-  EXPECT_THAT(ToUtf8(failure.substr(0, line)), HasSubstr("the disk is full"))
+  ASSERT_EQ(failures.size(), 2u);
+  EXPECT_EQ(failures[0].kind, FailureKind::kUnsaved);
+  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("the disk is full"))
       << "what the caller of CloseDatabase was told";
-  EXPECT_THAT(ToUtf8(failure.substr(line)), HasSubstr("another program"));
+  EXPECT_THAT(ToUtf8(failures[1].text), HasSubstr("another program"));
   folder_.ResetOperations();
-  const std::u16string before = failure;
-  EXPECT_FALSE(system_.End(failure));
-  EXPECT_EQ(failure, before);
+  EXPECT_FALSE(system_.End(failures));
+  EXPECT_EQ(failures.size(), 2u);
   EXPECT_EQ(folder_.operations(), 0);
 }
 
