@@ -1,12 +1,12 @@
-// Drives a record and a plain reference that keeps every value as text through the same calls: any
-// schema, any bytes decoded, any values set, everything read and encoded after each.
+// Decodes any bytes into a record of any schema and sets any values in it; after each step it shows
+// the same as a record that has its texts.
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
 
-#include "tests/appforge/TextRecord.h"
+#include "tests/appforge/RecordProperty.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const auto difference = pylon::testing::FirstDifference(std::as_bytes(std::span(data, size)));

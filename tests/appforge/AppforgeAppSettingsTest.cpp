@@ -173,14 +173,12 @@ TEST_F(AppSettings, OfTheHandheldAreFoundWithoutSection) {
   const auto before = folder_.files;
   const struct {
     const char16_t *application, *section, *key, *value;
-  } cases[] = {
-      {u"Memo", u"", u"Font", u"Tahoma"}, {u"Memo", u"", u"font", u"Arial"},
-      {u"Memo", u"", u"Size", u""},       {u"Memo", u"", u"FONT", u""},
-      {u"Memo", u"", u"Tahoma", u""},     {u"Memo", u"Font", u"Font", u""},
-      {u"Memo", u"Tahoma", u"Font", u""}, {u"Memo", u"", u"", u"nothing"},
-      {u"Other", u"", u"Font", u""},      {u"", u"", u"Font", u""},
-      {u"no:name", u"", u"Font", u""},
-  };
+  } cases[] = {{u"Memo", u"", u"Font", u"Tahoma"}, {u"Memo", u"", u"font", u"Arial"},
+               {u"Memo", u"", u"Size", u""},       {u"Memo", u"", u"FONT", u""},
+               {u"Memo", u"", u"Tahoma", u""},     {u"Memo", u"Font", u"Font", u""},
+               {u"Memo", u"Tahoma", u"Font", u""}, {u"Memo", u"", u"", u"nothing"},
+               {u"Other", u"", u"Font", u""},      {u"", u"", u"Font", u""},
+               {u"no:name", u"", u"Font", u""}};
   AppforgeAppSettings settings = OnHandheld();
   for (const auto& c : cases) {
     EXPECT_EQ(settings.GetSettings(c.application, c.section, c.key, u"none"), c.value)
@@ -293,20 +291,18 @@ TEST_F(AppSettings, ErrorsReachTheCallerAndTheDatabaseIsClosed) {
     Bytes record;
     int32_t get_error;
     int32_t save_error;
-  } cases[] = {
-      {"no table", {}, Fields("Font", "Tahoma"), 9, 9},
-      {"a table with a key only", {eStringField}, Fields("Font", "Tahoma"), 9, 9},
-      {"a record that is cut",
-       {eStringField, eStringField, eLongField},
-       Fields("Font", "Tahoma"),
-       9,
-       9},
-      {"a value that is a number",
-       {eStringField, eLongField, eLongField},
-       Fields("Font", "1234567"),
-       0,
-       13},
-  };
+  } cases[] = {{"no table", {}, Fields("Font", "Tahoma"), 9, 9},
+               {"a table with a key only", {eStringField}, Fields("Font", "Tahoma"), 9, 9},
+               {"a record that is cut",
+                {eStringField, eStringField, eLongField},
+                Fields("Font", "Tahoma"),
+                9,
+                9},
+               {"a value that is a number",
+                {eStringField, eLongField, eLongField},
+                Fields("Font", "1234567"),
+                0,
+                13}};
   AppforgeAppSettings settings = OnHandheld();
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);

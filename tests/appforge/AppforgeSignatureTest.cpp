@@ -34,24 +34,22 @@ TEST(AppforgeSignature, TextIsStrokes) {
     const char* name;
     std::u16string text;
     std::vector<SignatureLine> lines;
-  } cases[] = {
-      {"nothing", u"", {}},
-      {"one point", u"\x05\x06\uFFFF", {Dot(5, 6)}},
-      {"a pen that is still down on its first point", u"\x05\x06", {}},
-      {"a stroke",
-       u"\x01\x02\x03\x04\x05\x06\uFFFF",
-       {Line(1, 2, 3, 4), Line(3, 4, 5, 6), Dot(5, 6)}},
-      {"a stroke whose pen is still down", u"\x01\x02\x03\x04", {Line(1, 2, 3, 4)}},
-      {"two strokes",
-       u"\x01\x02\x03\x04\uFFFF\x07\x08\x09\x0A\uFFFF",
-       {Line(1, 2, 3, 4), Dot(3, 4), Line(7, 8, 9, 10), Dot(9, 10)}},
-      {"a pen that is up already", u"\uFFFF\x01\x02\uFFFF\uFFFF", {Dot(1, 2)}},
-      {"U+FFFF as a y", u"\x01\uFFFF\x02\uFFFF\uFFFF", {Line(1, -1, 2, -1), Dot(2, -1)}},
-      {"zeros", std::u16string(4, u'\0') + u"\uFFFF", {Dot(0, 0), Dot(0, 0)}},
-      {"the ends of 16 bits",
-       {0x8000, 0x7FFF, 0x7FFF, 0x8000, 0xFFFF},
-       {Line(-32768, 32767, 32767, -32768), Dot(32767, -32768)}},
-  };
+  } cases[] = {{"nothing", u"", {}},
+               {"one point", u"\x05\x06\uFFFF", {Dot(5, 6)}},
+               {"a pen that is still down on its first point", u"\x05\x06", {}},
+               {"a stroke",
+                u"\x01\x02\x03\x04\x05\x06\uFFFF",
+                {Line(1, 2, 3, 4), Line(3, 4, 5, 6), Dot(5, 6)}},
+               {"a stroke whose pen is still down", u"\x01\x02\x03\x04", {Line(1, 2, 3, 4)}},
+               {"two strokes",
+                u"\x01\x02\x03\x04\uFFFF\x07\x08\x09\x0A\uFFFF",
+                {Line(1, 2, 3, 4), Dot(3, 4), Line(7, 8, 9, 10), Dot(9, 10)}},
+               {"a pen that is up already", u"\uFFFF\x01\x02\uFFFF\uFFFF", {Dot(1, 2)}},
+               {"U+FFFF as a y", u"\x01\uFFFF\x02\uFFFF\uFFFF", {Line(1, -1, 2, -1), Dot(2, -1)}},
+               {"zeros", std::u16string(4, u'\0') + u"\uFFFF", {Dot(0, 0), Dot(0, 0)}},
+               {"the ends of 16 bits",
+                {0x8000, 0x7FFF, 0x7FFF, 0x8000, 0xFFFF},
+                {Line(-32768, 32767, 32767, -32768), Dot(32767, -32768)}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     AppforgeSignature signature;
@@ -158,11 +156,9 @@ TEST_F(SignaturePictures, ImpossibleOnesAreRefusedBeforeAnythingHappens) {
     int32_t font_size;
     const char16_t* text;
     int32_t error;
-  } cases[] = {
-      {NAN, 10, 10, u"", 5},    {10, NAN, 10, u"", 5},  {kInfinity, 10, 10, u"", 6},
-      {32768, 1, 10, u"", 6},   {1, 3e38F, 10, u"", 6}, {32767, 32767, 10, u"", 7},
-      {8192, 8193, 10, u"", 7}, {10, 10, 2161, u"", 5}, {10, 10, 10, u"\x01", 5},
-  };
+  } cases[] = {{NAN, 10, 10, u"", 5},    {10, NAN, 10, u"", 5},  {kInfinity, 10, 10, u"", 6},
+               {32768, 1, 10, u"", 6},   {1, 3e38F, 10, u"", 6}, {32767, 32767, 10, u"", 7},
+               {8192, 8193, 10, u"", 7}, {10, 10, 2161, u"", 5}, {10, 10, 10, u"\x01", 5}};
   for (const auto& c : cases) {
     signature_.SetSignature(c.text);
     SignaturePicture picture;

@@ -12,69 +12,30 @@ namespace pylon {
 namespace {
 
 using testing::Ascii;
+using testing::BlockOf;
 using testing::ErrorOf;
 using testing::FromHex;
 using testing::StreamOf;
 using testing::ToHex;
 
-// An AppInfo block put together field by field, apart from the code under test.
-struct Table {
-  struct Field {
-    std::string name;
-    int type = 0;
+// The AppInfo block of a table "Shops", put together apart from the code under test.
+Bytes Shops() {
+  Bytes block(276);
+  const auto put = [&block](size_t at, const Bytes& bytes) {
+    std::ranges::copy(bytes, block.begin() + static_cast<ptrdiff_t>(at));
   };
-
-  uint16_t flags = 0;
-  std::vector<std::string> categories = std::vector<std::string>(16);
-  std::string ids = std::string(16, '\0');
-  uint8_t last_id = 0;
-  std::string name;
-  std::vector<Field> fields;
-
-  Bytes Build() const {
-    static constexpr int kWidths[] = {0, 1, 2, 4, 4, 1, 1, 4, 8, 8, 1};
-    std::string out;
-    const auto word = [&out](size_t value) {
-      out += {static_cast<char>(value >> 8), static_cast<char>(value)};
-    };
-    word(flags);
-    for (std::string category : categories) {
-      category.resize(16);
-      out += category;
-    }
-    out += ids + static_cast<char>(last_id) + '\0' + "APPFORG2" + std::string(4, '\0');
-    std::string texts = name + '\0';
-    std::string list;
-    size_t length = 0;
-    for (const Field& field : fields) {
-      const size_t offset = 24 + 6 * fields.size() + texts.size();
-      list += {static_cast<char>(offset >> 8),
-               static_cast<char>(offset),
-               0,
-               static_cast<char>(field.type),
-               0,
-               0};
-      texts += field.name + '\0';
-      length += static_cast<size_t>(field.type <= 10 ? kWidths[field.type] : 0);
-    }
-    word(24 + list.size() + texts.size() - 1);
-    word(24 + list.size());
-    word(fields.size());
-    word(length);
-    return Ascii(out + std::string(4, '\0') + list + texts);
+  put(0, FromHex("80 01"));
+  put(2 + 16, Ascii("Business"));
+  put(2 + 15 * 16, Ascii("Sixteen letters."));
+  put(258 + 1, FromHex("81"));
+  put(274, FromHex("FF"));
+  for (const Bytes& part :
+       {Ascii("APPFORG2"), FromHex("00000000 004B 0030 0004 000A 00000000"),
+        FromHex("0036 0005 0000  003B 0006 0000  0040 0000 0000  0041 0009 0000"),
+        Ascii({"Shops\0Name\0Open\0\0Turnover \x80\0", 28})}) {
+    block.insert(block.end(), part.begin(), part.end());
   }
-};
-
-Table Shops() {
-  Table table;
-  table.flags = 0x8001;
-  table.categories[1] = "Business";
-  table.categories[15] = "Sixteen letters.";
-  table.ids[1] = '\x81';
-  table.last_id = 255;
-  table.name = "Shops";
-  table.fields = {{"Name", 5}, {"Open", 6}, {"", 0}, {"Turnover \x80", 9}};
-  return table;
+  return block;
 }
 
 PDBByteStream ArrayOf(Bytes bytes, int32_t lower_bound = 0) {
@@ -89,7 +50,7 @@ std::string HexOf(const PDBByteStream& stream) {
 }
 
 TEST(PDBAppforgeDefinition, ABlockGoesBothWays) {
-  const Bytes block = Shops().Build();
+  const Bytes block = Shops();
   // With a spare byte, as databases hand blocks out, and as an array.
   for (const PDBByteStream& stream : {StreamOf(block), ArrayOf(block)}) {
     PDBAppforgeDefinition definition;
@@ -107,39 +68,34 @@ TEST(PDBAppforgeDefinition, ABlockGoesBothWays) {
 TEST(PDBAppforgeDefinition, RandomSchemasGoBothWays) {
   std::mt19937 random(1);
   const auto draw = [&random](unsigned below) { return static_cast<size_t>(random() % below); };
-  const auto text = [&](size_t longest) {
-    // Every byte but a zero, and blanks at the ends.
-    std::string s(draw(static_cast<unsigned>(longest) + 1), ' ');
-    for (char& c : s) c = static_cast<char>(draw(255) + 1);
-    if (!s.empty() && (s.front() == ' ' || s.back() == ' ')) s.front() = s.back() = '_';
-    return s;
+  const auto text = [&](unsigned longest) {
+    // Every byte except zero, and no blanks at the ends.
+    Bytes bytes(draw(longest + 1));
+    for (std::byte& byte : bytes) byte = static_cast<std::byte>(draw(255) + 1);
+    if (!bytes.empty()) bytes.front() = bytes.back() = std::byte{'_'};
+    return bytes;
   };
   for (int i = 0; i < 1000; ++i) {
-    Table table;
-    table.flags = static_cast<uint16_t>(random());
-    for (std::string& category : table.categories) category = text(16);
-    for (char& id : table.ids) id = static_cast<char>(random());
-    table.last_id = static_cast<uint8_t>(random());
-    table.name = text(i % 20 == 0 ? 3000 : 30);
-    table.fields.resize(draw(i % 20 == 0 ? 2000 : 20));
-    for (auto& field : table.fields) field = {text(12), static_cast<int>(draw(256))};
-    const Bytes block = table.Build();
-    if (block.size() - 277 > 32767) continue;
-
     PDBAppforgeDefinition definition;
-    ASSERT_TRUE(definition.IsAppforgeData(StreamOf(block)));
-    ASSERT_EQ(HexOf(definition.AppInfoBlock()), ToHex(block));
-    ASSERT_EQ(definition.FieldCount(), table.fields.size());
-    PDBAppforgeDefinition copy;  // what a new definition is given by hand
-    for (int16_t k = 1; k <= definition.FieldCount(); ++k) {
-      copy.AddFieldName(definition.FieldName(k), definition.FieldType(k));
-      ASSERT_EQ(definition.FieldType(k), table.fields[static_cast<size_t>(k) - 1].type);
+    for (size_t count = draw(i % 20 == 0 ? 1500 : 20); count > 0; --count) {
+      definition.AddFieldName(AnsiCodePage::Windows1252().Decode(text(12)),
+                              static_cast<int32_t>(draw(256)));
     }
-    table.categories = Table().categories;
-    table.ids = Table().ids;
-    table.flags = table.last_id = 0;
-    table.name.clear();
-    ASSERT_EQ(HexOf(copy.AppInfoBlock()), ToHex(table.Build()));
+    Bytes block = BlockOf(definition.AppInfoBlock());
+    for (size_t at = 0; at < 275; ++at) block[at] = static_cast<std::byte>(random());
+    for (size_t at = 2; at < 258; at += 16) {
+      Bytes category = text(16);
+      category.resize(16);
+      std::ranges::copy(category, block.begin() + static_cast<ptrdiff_t>(at));
+    }
+    PDBAppforgeDefinition copy;
+    ASSERT_TRUE(copy.IsAppforgeData(StreamOf(block)));
+    ASSERT_EQ(HexOf(copy.AppInfoBlock()), ToHex(block));
+    ASSERT_EQ(copy.FieldCount(), definition.FieldCount());
+    for (int16_t k = 1; k <= copy.FieldCount(); ++k) {
+      ASSERT_EQ(copy.FieldName(k), definition.FieldName(k));
+      ASSERT_EQ(copy.FieldType(k), definition.FieldType(k));
+    }
   }
 }
 
@@ -151,19 +107,17 @@ TEST(PDBAppforgeDefinition, Reading) {
     const char* bytes;
     const char16_t* field_name;  // of field 1
     int32_t field_type;
-  } cases[] = {
-      {"as it is", 0, "", u"Name", 5},
-      {"a type is the sum of two bytes", 302, "02 05", u"Name", 7},
-      {"even beyond a byte", 302, "FF FF", u"Name", 510},
-      {"fields end with two unread bytes", 304, "FF FF", u"Name", 5},
-      {"stored lengths are not read", 294, "FF FF FF FF FF FF", u"Name", 5},
-      {"nor the four bytes behind the signature", 284, "FF FF FF FF FF FF", u"Name", 5},
-      {"blanks go", 330, "20 4E 20 20 00", u"N", 5},
-      {"a name inside another", 301, "37", u"ame", 5},
-  };
+  } cases[] = {{"as it is", 0, "", u"Name", 5},
+               {"a type is the sum of two bytes", 302, "02 05", u"Name", 7},
+               {"even beyond a byte", 302, "FF FF", u"Name", 510},
+               {"fields end with two unread bytes", 304, "FF FF", u"Name", 5},
+               {"stored lengths are not read", 294, "FF FF FF FF FF FF", u"Name", 5},
+               {"nor the four bytes behind the signature", 284, "FF FF FF FF FF FF", u"Name", 5},
+               {"blanks go", 330, "20 4E 20 20 00", u"N", 5},
+               {"a name inside another", 301, "37", u"ame", 5}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    Bytes block = Shops().Build();
+    Bytes block = Shops();
     std::ranges::copy(FromHex(c.bytes), block.begin() + static_cast<ptrdiff_t>(c.at));
     PDBAppforgeDefinition definition;
     ASSERT_TRUE(definition.IsAppforgeData(StreamOf(block)));
@@ -173,7 +127,7 @@ TEST(PDBAppforgeDefinition, Reading) {
 }
 
 TEST(PDBAppforgeDefinition, DamagedBlocksLeaveTheFieldsAlone) {
-  const Bytes good = Shops().Build();
+  const Bytes good = Shops();
   const auto changed = [&good](size_t at, const char* bytes) {
     Bytes block = good;
     std::ranges::copy(FromHex(bytes), block.begin() + static_cast<ptrdiff_t>(at));
@@ -201,8 +155,7 @@ TEST(PDBAppforgeDefinition, DamagedBlocksLeaveTheFieldsAlone) {
       {"a name without an end", ArrayOf(changed(good.size() - 1, "41"))},
       {"names that overlap", ArrayOf(bomb)},
       {"an array that begins at 1", ArrayOf(good, 1)},
-      {"an array that begins before 0", ArrayOf(good, -1)},
-  };
+      {"an array that begins before 0", ArrayOf(good, -1)}};
   for (size_t size = 0; size < good.size(); ++size) {
     cases.emplace_back("cut",
                        ArrayOf(Bytes(good.begin(), good.begin() + static_cast<ptrdiff_t>(size))));
@@ -225,7 +178,7 @@ TEST(PDBAppforgeDefinition, DamagedBlocksLeaveTheFieldsAlone) {
 }
 
 TEST(PDBAppforgeDefinition, CategoriesAreTakenFromAnyBlock) {
-  Bytes block = Shops().Build();
+  Bytes block = Shops();
   block.resize(276);  // the categories of a handheld application that has no table
   PDBAppforgeDefinition definition;
   EXPECT_FALSE(definition.IsAppforgeData(StreamOf(block)));
@@ -244,17 +197,15 @@ TEST(PDBAppforgeDefinition, Limits) {
     const char* name;
     D definition;
     int32_t error;
-  } cases[] = {
-      {"the largest block", fields(1, 32767 - 24 - 6 - 1), 0},
-      {"one byte more", fields(1, 32767 - 24 - 6), 6},
-      {"the most fields", fields(4677, 0), 0},
-      {"more of them", fields(4678, 0), 6},
-      {"a fixed length beyond 32,767", fields(4600, 0, eDoubleField), 0},
-      {"a name of 100,000 characters", fields(1, 100000), 6},
-      {"any type of 16 bits", fields(1, 0, 32767), 0},
-      {"a larger type", fields(1, 0, 32768), 6},
-      {"a negative type", fields(1, 0, -1), 6},
-  };
+  } cases[] = {{"the largest block", fields(1, 32767 - 24 - 6 - 1), 0},
+               {"one byte more", fields(1, 32767 - 24 - 6), 6},
+               {"the most fields", fields(4677, 0), 0},
+               {"more of them", fields(4678, 0), 6},
+               {"a fixed length beyond 32,767", fields(4600, 0, eDoubleField), 0},
+               {"a name of 100,000 characters", fields(1, 100000), 6},
+               {"any type of 16 bits", fields(1, 0, 32767), 0},
+               {"a larger type", fields(1, 0, 32768), 6},
+               {"a negative type", fields(1, 0, -1), 6}};
   for (const auto& c : cases) {
     EXPECT_EQ(ErrorOf([&] { (void)c.definition.AppInfoBlock(); }), c.error) << c.name;
   }
@@ -302,18 +253,16 @@ TEST(PDBAppforgeDefinition, SortFields) {
     std::string block;
     int32_t error;
     int16_t count;
-  } cases[] = {
-      {"empty", "", 0, 2},
-      {"another kind", "73 4F 52 54 00", 0, 2},
-      {"no word", "53 4F", 9, 2},
-      {"no count", "53 4F 52 54", 9, 2},
-      {"cut", std::string(kSort) + "00 02 00 03 00 00 00", 9, 2},
-      {"65,535 fields", std::string(kSort) + "FF FF 00 03", 6, 2},
-      {"32,767 fields", std::string(kSort) + "7F FF 00 03", 9, 2},
-      {"a position too large", std::string(kSort) + "00 01 80 00 00 00", 6, 2},
-      {"without the last zeros", std::string(kSort) + "00 01 00 05", 0, 1},
-      {"none", std::string(kSort) + "00 00", 0, 0},
-  };
+  } cases[] = {{"empty", "", 0, 2},
+               {"another kind", "73 4F 52 54 00", 0, 2},
+               {"no word", "53 4F", 9, 2},
+               {"no count", "53 4F 52 54", 9, 2},
+               {"cut", std::string(kSort) + "00 02 00 03 00 00 00", 9, 2},
+               {"65,535 fields", std::string(kSort) + "FF FF 00 03", 6, 2},
+               {"32,767 fields", std::string(kSort) + "7F FF 00 03", 9, 2},
+               {"a position too large", std::string(kSort) + "00 01 80 00 00 00", 6, 2},
+               {"without the last zeros", std::string(kSort) + "00 01 00 05", 0, 1},
+               {"none", std::string(kSort) + "00 00", 0, 0}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     PDBAppforgeDefinition copy = definition;
@@ -321,7 +270,7 @@ TEST(PDBAppforgeDefinition, SortFields) {
     EXPECT_EQ(copy.SortFieldCount(), c.count);
   }
   definition.SetSortInfoBlock(PDBByteStream());
-  EXPECT_TRUE(definition.IsAppforgeData(ArrayOf(Shops().Build())));
+  EXPECT_TRUE(definition.IsAppforgeData(ArrayOf(Shops())));
   EXPECT_EQ(definition.SortFieldCount(), 2);
 }
 

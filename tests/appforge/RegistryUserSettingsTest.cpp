@@ -88,17 +88,15 @@ TEST_F(RegistrySettings, OnlyTextIsRead) {
     DWORD type;
     std::string_view bytes;
     const char* text;
-  } cases[] = {
-      {REG_SZ, "a\0b\0\0\0"sv, "ab"},
-      {REG_SZ, "a\0b\0"sv, "ab"},
-      {REG_SZ, "a\0b"sv, "a"},
-      {REG_SZ, ""sv, ""},
-      {REG_SZ, "a\0\0\0b\0\0\0"sv, "a"},
-      {REG_EXPAND_SZ, "%\0T\0%\0\0\0"sv, "%T%"},
-      {REG_DWORD, "\1\0\0\0"sv, "none"},
-      {REG_BINARY, "a\0\0\0"sv, "none"},
-      {REG_MULTI_SZ, "a\0\0\0\0\0"sv, "none"},
-  };
+  } cases[] = {{REG_SZ, "a\0b\0\0\0"sv, "ab"},
+               {REG_SZ, "a\0b\0"sv, "ab"},
+               {REG_SZ, "a\0b"sv, "a"},
+               {REG_SZ, ""sv, ""},
+               {REG_SZ, "a\0\0\0b\0\0\0"sv, "a"},
+               {REG_EXPAND_SZ, "%\0T\0%\0\0\0"sv, "%T%"},
+               {REG_DWORD, "\1\0\0\0"sv, "none"},
+               {REG_BINARY, "a\0\0\0"sv, "none"},
+               {REG_MULTI_SZ, "a\0\0\0\0\0"sv, "none"}};
   for (const auto& c : cases) {
     Put(L"Value", c.type, c.bytes);
     EXPECT_EQ(Read(u"Options", u"Value"), c.text) << &c - cases;

@@ -62,10 +62,8 @@ TEST_P(CursorFileTest, ModesDecideWhatIsCreatedAndAllowed) {
   const struct {
     std::u16string mode;
     bool creates, reads, writes;
-  } kCases[] = {
-      {u"R", false, true, false}, {u"rw", false, true, false}, {u"", true, true, true},
-      {u"RW", true, true, true},  {u"WR", true, true, true},   {u"W", true, false, true},
-  };
+  } kCases[] = {{u"R", false, true, false}, {u"rw", false, true, false}, {u"", true, true, true},
+                {u"RW", true, true, true},  {u"WR", true, true, true},   {u"W", true, false, true}};
   for (const auto& test : kCases) {
     file_->CloseFile();
     place_->Delete(u"new");
@@ -289,16 +287,14 @@ TEST_P(CursorFileTest, LinesAreReadWhateverEndsThem) {
   const struct {
     std::u16string text;
     std::vector<std::u16string> lines;
-  } kCases[] = {
-      {u"", {}},
-      {u"a", {u"a"}},
-      {u"a\r\n", {u"a"}},
-      {u"a\r\nb\nc", {u"a", u"b", u"c"}},
-      {u"\r\n\n", {u"", u""}},
-      {u"a\rb\r\r\n", {u"a\rb\r"}},
-      {u"\u20AC\u00FC\r\n", {u"\u20AC\u00FC"}},
-      {longest + u"\r\n" + longest + u"\nz", {longest, longest, u"z"}},
-  };
+  } kCases[] = {{u"", {}},
+                {u"a", {u"a"}},
+                {u"a\r\n", {u"a"}},
+                {u"a\r\nb\nc", {u"a", u"b", u"c"}},
+                {u"\r\n\n", {u"", u""}},
+                {u"a\rb\r\r\n", {u"a\rb\r"}},
+                {u"\u20AC\u00FC\r\n", {u"\u20AC\u00FC"}},
+                {longest + u"\r\n" + longest + u"\nz", {longest, longest, u"z"}}};
   for (const auto& test : kCases) {
     for (const bool unicode : {false, true}) {
       const Bytes ansi = AnsiCodePage::Windows1252().Encode(test.text);

@@ -34,8 +34,7 @@ TEST(IniText, QuotesOnlyWhatWouldLoseItsQuotes) {
     std::u16string value, quoted;
   } kCases[] = {
       {u"a", u"a"},       {u"", u""},     {u"\"a\"", u"\"\"a\"\""}, {u"'a'", u"\"'a'\""},
-      {u"\"a'", u"\"a'"}, {u"\"", u"\""}, {u"\"\"", u"\"\"\"\""},   {u"a\"b\"", u"a\"b\""},
-  };
+      {u"\"a'", u"\"a'"}, {u"\"", u"\""}, {u"\"\"", u"\"\"\"\""},   {u"a\"b\"", u"a\"b\""}};
   for (const auto& test : kCases) {
     EXPECT_EQ(QuoteIniValue(test.value), test.quoted);
     EXPECT_EQ(UnquoteIniValue(test.quoted), test.value);

@@ -105,8 +105,7 @@ TEST_F(RegistryObjectTest, ReadsEveryTypeAndLength) {
       {"number of 3 bytes", REG_DWORD, "\1\0\x80"s, Tagged(int32_t{0x800001})},
       {"number of 6 bytes", REG_DWORD, "\1\0\0\0\2\3"s, Tagged(int32_t{1})},
       {"64-bit number", REG_QWORD, "ABCDEFG\0"s, Text(u"ABCDEFG")},
-      {"no type", REG_NONE, "xyz", Text(u"xyz")},
-  };
+      {"no type", REG_NONE, "xyz", Text(u"xyz")}};
   for (const auto& c : cases) {
     Store(L"value", c.type, c.data);
     EXPECT_EQ(RegistryObject::GetValue(key(), u"value"), c.value) << c.name;
@@ -125,22 +124,20 @@ TEST_F(RegistryObjectTest, StoresEveryKindOfValue) {
     const char* name;
     RegistryValue value;
     Raw stored;
-  } cases[] = {
-      {"text", Text(u"caf\u00e9"), {REG_SZ, Utf16(u"caf\u00e9\0"sv)}},
-      {"empty text", Text(u""), {REG_SZ, Utf16(u"\0"sv)}},
-      {"texts", Texts{u"a", u"b"}, {REG_MULTI_SZ, Utf16(u"a\0b\0\0"sv)}},
-      {"no texts", Texts{}, {REG_MULTI_SZ, Utf16(u"\0"sv)}},
-      {"bytes", ToBytes("\x05\xFF\x00"sv), {REG_MULTI_SZ, Utf16(u"5\000255\0000\0\0"sv)}},
-      {"byte", Tagged(uint8_t{200}), {REG_BINARY, "\xC8"}},
-      {"true", Tagged(true), {REG_BINARY, "\1"}},
-      {"false", Tagged(false), {REG_BINARY, "\0"s}},
-      {"16-bit number", Tagged(int16_t{-2}), {REG_DWORD, "\xFE\xFF\xFF\xFF"}},
-      {"32-bit number", Tagged(int32_t{0x201}), {REG_DWORD, "\1\2\0\0"s}},
-      {"single", Tagged(2.0F), {REG_SZ, Utf16(u"2\0"sv)}},
-      {"double", Tagged(-3.0), {REG_SZ, Utf16(u"-3\0"sv)}},
-      {"currency", Tagged(Currency{70'000}), {REG_SZ, Utf16(u"7\0"sv)}},
-      {"empty value", Tagged({}), {REG_SZ, Utf16(u"\0"sv)}},
-  };
+  } cases[] = {{"text", Text(u"caf\u00e9"), {REG_SZ, Utf16(u"caf\u00e9\0"sv)}},
+               {"empty text", Text(u""), {REG_SZ, Utf16(u"\0"sv)}},
+               {"texts", Texts{u"a", u"b"}, {REG_MULTI_SZ, Utf16(u"a\0b\0\0"sv)}},
+               {"no texts", Texts{}, {REG_MULTI_SZ, Utf16(u"\0"sv)}},
+               {"bytes", ToBytes("\x05\xFF\x00"sv), {REG_MULTI_SZ, Utf16(u"5\000255\0000\0\0"sv)}},
+               {"byte", Tagged(uint8_t{200}), {REG_BINARY, "\xC8"}},
+               {"true", Tagged(true), {REG_BINARY, "\1"}},
+               {"false", Tagged(false), {REG_BINARY, "\0"s}},
+               {"16-bit number", Tagged(int16_t{-2}), {REG_DWORD, "\xFE\xFF\xFF\xFF"}},
+               {"32-bit number", Tagged(int32_t{0x201}), {REG_DWORD, "\1\2\0\0"s}},
+               {"single", Tagged(2.0F), {REG_SZ, Utf16(u"2\0"sv)}},
+               {"double", Tagged(-3.0), {REG_SZ, Utf16(u"-3\0"sv)}},
+               {"currency", Tagged(Currency{70'000}), {REG_SZ, Utf16(u"7\0"sv)}},
+               {"empty value", Tagged({}), {REG_SZ, Utf16(u"\0"sv)}}};
   for (const auto& c : cases) {
     EXPECT_EQ(RegistryObject::SetValue(key(), u"value", c.value), 0) << c.name;
     EXPECT_EQ(Stored(L"value"), c.stored) << c.name;

@@ -67,15 +67,13 @@ TEST_F(cFileIOIniTest, ReadsEveryKindOfFile) {
 }
 
 TEST_F(cFileIOIniTest, WhatIsWrittenReadsBack) {
-  const std::u16string values[] = {
-      u"plain",        u"",
-      u"\"quoted\"",   u"'quoted'",
-      u"\"",           u"\"\"",
-      u"\"a'",         u"a=b;c]",
-      u"[x]",          u"C:\\My Files\\x",
-      u"\u65E5\u672C", std::u16string(20'000, u'v'),
-      u"\u00FC\u20AC",
-  };
+  const std::u16string values[] = {u"plain",        u"",
+                                   u"\"quoted\"",   u"'quoted'",
+                                   u"\"",           u"\"\"",
+                                   u"\"a'",         u"a=b;c]",
+                                   u"[x]",          u"C:\\My Files\\x",
+                                   u"\u65E5\u672C", std::u16string(20'000, u'v'),
+                                   u"\u00FC\u20AC"};
   for (const std::u16string& value : values) {
     for (const bool fresh : {true, false}) {
       if (fresh) ::DeleteFileW(Wide(folder_.File(u"a.ini")));

@@ -46,21 +46,19 @@ class Progress final : public DeviceProgress {
 TEST(CopyChunk, IsAFractionRoundedHalvesToEven) {
   const struct {
     int32_t size, chunk;
-  } kCases[] = {
-      {0, 0},
-      {1, 1},
-      {1'000, 1'000},
-      {1'001, 500},
-      {1'003, 502},
-      {100'000, 50'000},
-      {100'001, 20'000},
-      {100'003, 20'001},
-      {1'000'000, 200'000},
-      {1'000'001, 50'000},
-      {1'000'010, 50'000},
-      {1'000'030, 50'002},
-      {2'147'483'647, 107'374'182},
-  };
+  } kCases[] = {{0, 0},
+                {1, 1},
+                {1'000, 1'000},
+                {1'001, 500},
+                {1'003, 502},
+                {100'000, 50'000},
+                {100'001, 20'000},
+                {100'003, 20'001},
+                {1'000'000, 200'000},
+                {1'000'001, 50'000},
+                {1'000'010, 50'000},
+                {1'000'030, 50'002},
+                {2'147'483'647, 107'374'182}};
   for (const auto& test : kCases) EXPECT_EQ(CopyChunk(test.size), test.chunk) << test.size;
 }
 
@@ -141,15 +139,13 @@ TEST_F(cFilePPCTest, ClosingCopiesUpWhatWasChangedAndItsLength) {
     std::string before, write;
     int32_t offset;
     std::string after;
-  } kCases[] = {
-      {"fresh", u"W", "", "abc", 0, "abc"},
-      {"fresh, shorter", u"W", std::string(2'000, 'x'), "abc", 0, "abc"},
-      {"fresh, nothing", u"W", "xyz", "", 0, ""},
-      {"kept in part", u"RW", "0123456789", "ab", 3, "012ab"},
-      {"longer", u"RW", "01", "abc", 2, "01abc"},
-      {"untouched", u"RW", "0123456789", "", 0, "0123456789"},
-      {"untouched, other case", u"w", "0123456789", "", 0, "0123456789"},
-  };
+  } kCases[] = {{"fresh", u"W", "", "abc", 0, "abc"},
+                {"fresh, shorter", u"W", std::string(2'000, 'x'), "abc", 0, "abc"},
+                {"fresh, nothing", u"W", "xyz", "", 0, ""},
+                {"kept in part", u"RW", "0123456789", "ab", 3, "012ab"},
+                {"longer", u"RW", "01", "abc", 2, "01abc"},
+                {"untouched", u"RW", "0123456789", "", 0, "0123456789"},
+                {"untouched, other case", u"w", "0123456789", "", 0, "0123456789"}};
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);
     device_.Put(kName, test.before);
@@ -187,13 +183,11 @@ TEST_F(cFilePPCTest, WhatDoesNotReachTheDeviceIsKeptOnThePc) {
     const char* name;
     std::function<void(MemoryDisk&)> fault;
     const char* reason;
-  } kCases[] = {
-      {"disk full", [](MemoryDisk& disk) { disk.room = 1'500; }, "error 112"},
-      {"write", [](MemoryDisk& disk) { disk.fault = "Write"; }, "error 31"},
-      {"close", [](MemoryDisk& disk) { disk.fault = "Close"; }, "error 31"},
-      {"link", [](MemoryDisk& disk) { disk.calls_to_live = 1; }, "error -2147014795"},
-      {"replacement", [](MemoryDisk& disk) { disk.fault = "Replace"; }, "error 31"},
-  };
+  } kCases[] = {{"disk full", [](MemoryDisk& disk) { disk.room = 1'500; }, "error 112"},
+                {"write", [](MemoryDisk& disk) { disk.fault = "Write"; }, "error 31"},
+                {"close", [](MemoryDisk& disk) { disk.fault = "Close"; }, "error 31"},
+                {"link", [](MemoryDisk& disk) { disk.calls_to_live = 1; }, "error -2147014795"},
+                {"replacement", [](MemoryDisk& disk) { disk.fault = "Replace"; }, "error 31"}};
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);
     pc_.files.clear();
@@ -290,8 +284,7 @@ TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
       {"link", u"RW", [&] { device_.calls_to_live = 3; }, "error -2147014795", 0},
       {"no working copy", u"W", [&] { pc_.fault = "CreateTempFile"; }, "modMain.SetTempFile", 0},
       {"PC's disk full", u"RW", [&] { pc_.room = 1'000; }, "error 112", 0},
-      {"cancelled", u"RW", [&] { progress_->stopped = true; }, "cancelled", 0},
-  };
+      {"cancelled", u"RW", [&] { progress_->stopped = true; }, "cancelled", 0}};
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);
     device_.Put(kName, text);

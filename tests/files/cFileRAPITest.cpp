@@ -54,8 +54,7 @@ TEST_F(cFileRAPITest, FailuresReadAsTheLinkOrTheDeviceSays) {
       {"unreadable", "[Faults]\r\nUnreadableFile=\\b\r\n", u"\\b",
        "Unknown Error: 23 RAPI Error: 0", 23},
       {"lost", "[Faults]\r\nLinkLostAfterCalls=0\r\n", u"\\b",
-       "Connection to ActiveSync has been closed.", -2147014795},
-  };
+       "Connection to ActiveSync has been closed.", -2147014795}};
   device_.Write(u"\\b", "bb");
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);
@@ -90,13 +89,11 @@ TEST_F(cFileRAPITest, WhatADeviceDoesNotTakeIsAFailedWrite) {
     int32_t written;
     const char* message;
     bool closes;
-  } kCases[] = {
-      {"full", "DiskSize=800\r\n", 300, "Disk Full", true},
-      {"full, in two steps", "DiskSize=800\r\n[Faults]\r\nShortWrites=1\r\n", 300, "Disk Full",
-       true},
-      {"lost", "[Faults]\r\nLinkLostAt=CeWriteFile 2\r\n", 0,
-       "Connection to ActiveSync has been closed.", false},
-  };
+  } kCases[] = {{"full", "DiskSize=800\r\n", 300, "Disk Full", true},
+                {"full, in two steps", "DiskSize=800\r\n[Faults]\r\nShortWrites=1\r\n", 300,
+                 "Disk Full", true},
+                {"lost", "[Faults]\r\nLinkLostAt=CeWriteFile 2\r\n", 0,
+                 "Connection to ActiveSync has been closed.", false}};
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);
     device_.Reconnect(test.settings);
@@ -232,13 +229,11 @@ TEST_F(cFileRAPITest, ThereIsNoRecycleBinAndNoIniFile) {
     const char16_t* source;
     bool reads;
     std::function<void()> call;
-  } kCases[] = {
-      {u"IniFile::ReadIni", true, [&] { file_->ReadINI(u"S", u"k", u"d"); }},
-      {u"IniFile::ReadIni", true, [&] { file_->ReadINISection(u"S"); }},
-      {u"IniFile::WriteIni", false, [&] { file_->WriteIni(u"S", u"k", u"v"); }},
-      {u"IniFile::DeleteIni", false, [&] { file_->DeleteIni(u"S", u"k"); }},
-      {u"IniFile::DeleteIniAll", false, [&] { file_->DeleteIniAll(u"S"); }},
-  };
+  } kCases[] = {{u"IniFile::ReadIni", true, [&] { file_->ReadINI(u"S", u"k", u"d"); }},
+                {u"IniFile::ReadIni", true, [&] { file_->ReadINISection(u"S"); }},
+                {u"IniFile::WriteIni", false, [&] { file_->WriteIni(u"S", u"k", u"v"); }},
+                {u"IniFile::DeleteIni", false, [&] { file_->DeleteIni(u"S", u"k"); }},
+                {u"IniFile::DeleteIniAll", false, [&] { file_->DeleteIniAll(u"S"); }}};
   for (const auto& test : kCases) {
     try {
       test.call();
@@ -269,17 +264,15 @@ TEST(cRegRAPI, ReadsTheDevicesName) {
   const struct {
     const char* ident;
     const char16_t* name;
-  } kCases[] = {
-      {"Name=Lab's Pocket\r\n", u"Lab's Pocket"},
-      {"Name=\"\"\r\n", u""},
-      {"Name=dword:0000002a\r\n", u"42"},
-      {"Name=dword:ffffffff\r\n", u"-1"},
-      {"Name=hex:01,02,03\r\n", u"Unknown"},
-      {"Name=hex(1):41,00,00,00,42,00,00,00\r\n", u"A"},
-      {"Name=hex(1):41,00,42,00,43,00\r\n", u"AB"},  // no NUL at its end
-      {"Name=hex(1):41,00,42\r\n", u"A"},
-      {"Other=x\r\n", u"Unknown"},
-  };
+  } kCases[] = {{"Name=Lab's Pocket\r\n", u"Lab's Pocket"},
+                {"Name=\"\"\r\n", u""},
+                {"Name=dword:0000002a\r\n", u"42"},
+                {"Name=dword:ffffffff\r\n", u"-1"},
+                {"Name=hex:01,02,03\r\n", u"Unknown"},
+                {"Name=hex(1):41,00,00,00,42,00,00,00\r\n", u"A"},
+                {"Name=hex(1):41,00,42,00,43,00\r\n", u"AB"},  // no NUL at its end
+                {"Name=hex(1):41,00,42\r\n", u"A"},
+                {"Other=x\r\n", u"Unknown"}};
   SimulatedDevice device;
   const cRegRAPI registry(device.connection);
   for (const auto& test : kCases) {
@@ -303,8 +296,7 @@ TEST(RapiConnection, FailsWithTheCauseAndTriesAgain) {
       {"device refuses", "[Faults]\r\nConnect=refused\r\n", 1'000,
        "refuses the connection: 0x80004005"},
       {"no answer", "[Faults]\r\nConnect=no-answer\r\n", 1'000'000, "does not answer"},
-      {"stopped", "[Faults]\r\nConnect=no-answer\r\n", 3, "cancelled"},
-  };
+      {"stopped", "[Faults]\r\nConnect=no-answer\r\n", 3, "cancelled"}};
   SimulatedDevice device;
   for (const auto& test : kCases) {
     SCOPED_TRACE(test.name);

@@ -1,0 +1,195 @@
+#pragma once
+
+#include <algorithm>
+#include <bit>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "appforge/PDBAppforgeRecord.h"
+#include "base/Text.h"
+#include "tests/support/Errors.h"
+
+namespace pylon::testing {
+
+// Numbers, bytes and texts from an input, which a fuzzer can shape; zeros when it has ended.
+class Choices {
+ public:
+  explicit Choices(ByteSpan bytes) : bytes_(bytes) {}
+
+  bool AtEnd() const { return bytes_.empty(); }
+  uint64_t Bits(size_t count) {
+    uint64_t bits = 0;
+    for (const std::byte byte : Take(count)) bits = bits << 8 | std::to_integer<uint8_t>(byte);
+    return bits;
+  }
+  uint8_t Byte() { return static_cast<uint8_t>(Bits(1)); }
+  ByteSpan Some() { return Take(Byte()); }
+  std::u16string Text() {
+    // Texts that convert to something, also from within one, and the characters of others.
+    static constexpr std::u16string_view kTexts =
+        u"|0|1|-0|0.0|2.5|True|False|abc|1e10|65536|0.1|-1|inf|nan|256|1E+400| 7 |2023-03-15|"
+        u"1972-01-19 03:14:07|2040-01-01 12:34:56.789|1900-01-01 00:00:01|\u20AC\u00E9|"
+        u"922337203685477.5807|";
+    static constexpr std::u16string_view kCharacters = u"0123456789-+.eE:() infa\u00E9";
+    const size_t at = Byte();
+    if (at < kTexts.size()) {
+      return std::u16string(kTexts.substr(at, kTexts.find(u'|', at) - at));
+    }
+    std::u16string text;
+    for (size_t i = at % 24; i > 0; --i) text.push_back(kCharacters[Byte() % kCharacters.size()]);
+    return text;
+  }
+  double Number() {
+    switch (Byte() % 3) {
+      case 0:
+        return static_cast<double>(static_cast<int8_t>(Byte())) / 4;
+      case 1:
+        return static_cast<double>(static_cast<int64_t>(Bits(6))) / 86400;
+      default:
+        return std::bit_cast<double>(Bits(8));
+    }
+  }
+
+ private:
+  ByteSpan Take(size_t count) {
+    const ByteSpan taken = bytes_.first(std::min(count, bytes_.size()));
+    bytes_ = bytes_.subspan(taken.size());
+    return taken;
+  }
+
+  ByteSpan bytes_;
+};
+
+// Sets a value of any kind, by SetValue or by the accessor of its kind.
+inline void SetAny(PDBAppforgeRecord& record, int16_t i, Choices& choices) {
+  const bool typed = choices.Byte() % 2 == 0;
+  const auto set = [&]<class T>(T value, auto accessor) {
+    return typed ? (record.*accessor)(i, value) : record.SetValue(i, value);
+  };
+  using Record = PDBAppforgeRecord;
+  switch (choices.Byte() % 10) {
+    case 0:
+      return record.SetValue(i, {});
+    case 1:
+      return set(choices.Byte() % 2 == 0, &Record::SetBooleanValue);
+    case 2:
+      return set(choices.Byte(), &Record::SetByteValue);
+    case 3:
+      return set(static_cast<int16_t>(choices.Bits(2)), &Record::SetIntegerValue);
+    case 4:
+      return set(static_cast<int32_t>(choices.Bits(4)), &Record::SetLongValue);
+    case 5:
+      return set(std::bit_cast<float>(static_cast<uint32_t>(choices.Bits(4))),
+                 &Record::SetSingleValue);
+    case 6:
+      return set(choices.Number(), &Record::SetDoubleValue);
+    case 7:
+      return set(Currency{static_cast<int64_t>(choices.Bits(8))}, &Record::SetCurrencyValue);
+    case 8:
+      return record.SetDateValue(i, choices.Number());
+    default:
+      return set(choices.Text(), &Record::SetStringValue);
+  }
+}
+
+// The value that a call gave, or the error that it raised.
+template <class Call>
+std::string Outcome(Call&& call) {
+  TaggedValue value;
+  const int32_t error = ErrorOf([&] { value = call(); });
+  if (error != 0) return "error " + std::to_string(error);
+  return std::to_string(value.index()) + ": " + ToUtf8(FieldValue(value).ToText());
+}
+
+// All that a record shows: what each accessor gives for each field, and the bytes of the record.
+inline std::vector<std::string> Shown(PDBAppforgeRecord record, PDBByteStream stream) {
+  std::vector<std::string> shown;
+  for (int16_t i = 0; i <= record.AppforgeDefinition()->FieldCount(); ++i) {
+    shown.push_back(Outcome([&] { return record.HasValue(i); }));
+    shown.push_back(Outcome([&] { return record.Value(i); }));
+    shown.push_back(Outcome([&] { return record.ByteValue(i); }));
+    shown.push_back(Outcome([&] { return record.BooleanValue(i); }));
+    shown.push_back(Outcome([&] { return record.IntegerValue(i); }));
+    shown.push_back(Outcome([&] { return record.LongValue(i); }));
+    shown.push_back(Outcome([&] { return record.DoubleValue(i); }));
+    shown.push_back(Outcome([&] { return record.CurrencyValue(i); }));
+    shown.push_back(Outcome([&] { return record.SingleValue(i); }));
+    shown.push_back(Outcome([&] { return DateStamp{record.DateValue(i)}; }));
+  }
+  shown.push_back(Outcome([&] { return record.DataLength(); }));
+  shown.push_back(Outcome([&] {
+    record.Encode(stream);
+    return TaggedValue();
+  }));
+  for (const std::byte byte : stream.RecordBytes()) {
+    shown.push_back(std::to_string(std::to_integer<int>(byte)));
+  }
+  return shown;
+}
+
+// Whether what is encoded decodes to a record that encodes the same. Texts may lose characters.
+inline bool GoesBothWays(PDBAppforgeRecord record) {
+  PDBByteStream first, second;
+  if (ErrorOf([&] { record.Encode(first); }) != 0) return true;
+  record.Decode(first);
+  record.Encode(second);
+  return std::ranges::equal(first.RecordBytes(), second.RecordBytes());
+}
+
+// Does to a record what the input says. However its values came, it is its texts: another record
+// with the same texts shows the same. Returns the first difference, if there is one.
+inline std::optional<std::string> FirstDifference(ByteSpan input) {
+  Choices choices(input);
+  const auto definition = std::make_shared<PDBAppforgeDefinition>();
+  for (int count = choices.Byte() % 14; count > 0; --count) {
+    definition->AddFieldName(u"", choices.Byte() % 12);
+  }
+  bool has_text = false;
+  for (int16_t i = 1; i <= definition->FieldCount(); ++i) {
+    has_text = has_text || IsTextField(definition->FieldType(i));
+  }
+  PDBAppforgeRecord record;
+  record.SetAppforgeDefinition(definition);
+  PDBByteStream stream;
+  stream.SetUTF8Strings(choices.Byte() % 2 == 0);
+  stream.SetGlobalByteSwap(choices.Byte() % 2 == 0);
+  while (!choices.AtEnd()) {
+    const int32_t error = ErrorOf([&] {
+      switch (choices.Byte() % 8) {
+        case 0:
+          stream.Fill(choices.Some());
+          return record.Decode(stream);
+        case 1:
+          return record.Encode(stream);
+        case 2:
+          return record.Clear();
+        default:
+          const auto i = static_cast<int16_t>(choices.Byte() % (definition->FieldCount() + 1));
+          return SetAny(record, i, choices);
+      }
+    });
+    if (error != 0 && error != 5 && error != 6 && error != 9 && error != 13) {
+      return "error " + std::to_string(error);
+    }
+    PDBAppforgeRecord of_texts;
+    of_texts.SetAppforgeDefinition(definition);
+    for (int16_t i = 0; i <= definition->FieldCount(); ++i) {
+      of_texts.SetStringValue(i, record.StringValue(i));
+    }
+    const std::vector<std::string> shown = Shown(record, stream);
+    const std::vector<std::string> expected = Shown(of_texts, stream);
+    const auto [at, other] = std::ranges::mismatch(shown, expected);
+    if (at != shown.end() && other != expected.end()) {
+      return *at + ", not " + *other + ", as " + std::to_string(at - shown.begin());
+    }
+    if (shown.size() != expected.size()) return "another length";
+    if (!has_text && !GoesBothWays(record)) return "decodes to another record";
+  }
+  return std::nullopt;
+}
+
+}  // namespace pylon::testing
