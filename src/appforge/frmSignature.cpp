@@ -8,26 +8,13 @@
 #include "appforge/AppforgeSignature.h"
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "toolkit/Drawing.h"
 
 namespace pylon {
 namespace {
 
-constexpr wchar_t kClassName[] = L"Pylon.frmSignature";
 constexpr int32_t kInternalError = 51;
 constexpr int kPointsPerInch = 72;
-
-// Keeps an object selected in a device context for a scope.
-class Selected {
- public:
-  Selected(HDC dc, HGDIOBJ object) noexcept : dc_(dc), old_(::SelectObject(dc, object)) {}
-  ~Selected() { ::SelectObject(dc_, old_); }
-  Selected(const Selected&) = delete;
-  Selected& operator=(const Selected&) = delete;
-
- private:
-  HDC dc_;
-  HGDIOBJ old_;
-};
 
 AutomationError Refused(std::u16string_view what) {
   return AutomationError(kInternalError, {},
@@ -66,25 +53,14 @@ Font MakeFont(std::u16string_view name, int32_t points) {
 }  // namespace
 
 void frmSignature::Load() {
-  if (window_) return;
-  WNDCLASSEXW window_class = {};
-  window_class.cbSize = sizeof(window_class);
-  window_class.lpfnWndProc = ::DefWindowProcW;
-  window_class.hInstance = ::GetModuleHandleW(nullptr);
-  window_class.lpszClassName = kClassName;
-  if (!::RegisterClassExW(&window_class) && ::GetLastError() != ERROR_CLASS_ALREADY_EXISTS) {
-    throw Refused(u"a window class");
-  }
-  window_.Reset(::CreateWindowExW(0, kClassName, L"", WS_POPUP, 0, 0, 0, 0, nullptr, nullptr,
-                                  window_class.hInstance, nullptr));
-  if (!window_) throw Refused(u"a window");
-  const HDC of_window = ::GetDC(window_.get());
-  dc_.Reset(::CreateCompatibleDC(of_window));
-  ::ReleaseDC(window_.get(), of_window);
-  if (!dc_) {
-    window_.Reset();
-    throw Refused(u"a picture surface");
-  }
+  if (dc_) return;
+  Create({L"Pylon.frmSignature", WS_POPUP, 0, COLOR_WINDOW}, L"");
+  dc_.Reset(::CreateCompatibleDC(WindowDc(handle()).get()));
+  if (!dc_) throw Refused(u"a picture surface");
+}
+
+LRESULT frmSignature::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
+  return ::DefWindowProcW(handle(), message, wparam, lparam);
 }
 
 void frmSignature::Clear(int32_t width, int32_t height, int32_t color) {

@@ -6,23 +6,16 @@
 #include <string_view>
 
 #include "appforge/SignatureSurface.h"
-#include "base/Win32.h"
+#include "toolkit/Window.h"
 
 namespace pylon {
 
-struct WindowTraits {
-  using Type = HWND;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type window) noexcept { ::DestroyWindow(window); }
-};
-
-// The hidden window that signatures are drawn in, with its one picture surface. Clear loads the
-// window; it goes with the object. Created, used and destroyed on one thread.
-class frmSignature final : public SignatureSurface {
+// The hidden window that signatures are drawn in, with its one picture surface. Clear creates the
+// window, which is destroyed with the object.
+class frmSignature final : public SignatureSurface, public Window {
  public:
   frmSignature() = default;
-  frmSignature(const frmSignature&) = delete;
-  frmSignature& operator=(const frmSignature&) = delete;
+  ~frmSignature() override { Destroy(); }
 
   void Clear(int32_t width, int32_t height, int32_t color) override;
   void DrawLines(std::span<const SignatureLine> lines, int32_t color) override;
@@ -32,8 +25,8 @@ class frmSignature final : public SignatureSurface {
 
  private:
   void Load();
+  LRESULT OnMessage(UINT message, WPARAM wparam, LPARAM lparam) override;
 
-  UniqueHandle<WindowTraits> window_;
   // Before dc_, which holds it selected and so goes first.
   Bitmap bitmap_;
   MemoryDc dc_;

@@ -6,7 +6,6 @@
 #include "base/Text.h"
 #include "setup/Strings.h"
 #include "setup/Texts.h"
-#include "toolkit/ConduitIcon.h"
 
 namespace pylon {
 namespace {
@@ -79,21 +78,6 @@ bool SetupForm::TranslateDialogMessage(MSG& message) {
 
 LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
-    case WM_CREATE:
-      AddControls();
-      TakeFont();
-      OnDpi();
-      SetClientSize(shape_.size);
-      CentreOnWorkArea();
-      OnReady();
-      Arrange();
-      return 0;
-    case WM_SIZE:
-      if (wparam != SIZE_MINIMIZED) {
-        Arrange();
-        ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-      }
-      return 0;
     case WM_GETMINMAXINFO:
       if (shape_.least.cx) {
         const SIZE least = OnWorkArea({Scaled(shape_.least.cx), Scaled(shape_.least.cy)});
@@ -125,22 +109,18 @@ LRESULT SetupForm::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_CLOSE:
       Command(IDCANCEL, 0);
       return 0;
-    case WM_DPICHANGED:
-      MoveToDpi(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
-      [[fallthrough]];
-    case WM_SETTINGCHANGE:  // the message font may be another one
-      TakeFont();
-      OnDpi();
-      Arrange();
-      ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
-      return 0;
     default:
       break;
   }
-  return ::DefWindowProcW(handle(), message, wparam, lparam);
+  return Form::OnMessage(message, wparam, lparam);
 }
 
-// What the user asked for and could not be had is told, whatever the reason.
+void SetupForm::OnReady() {
+  SetClientSize(shape_.size);
+  CentreOnWorkArea();
+}
+
+// Whatever fails at the user's command is reported to the user.
 void SetupForm::Command(int id, int code) {
   try {
     OnCommand(id, code);
@@ -184,23 +164,6 @@ void SetupForm::Focus(HWND control) {
   }
 }
 
-void SetupForm::SetText(int id, const std::u16string& text) {
-  if (TextOf(id) != text) ::SetWindowTextW(Control(id), Wide(text));
-}
-
-std::u16string SetupForm::TextOf(int id) const {
-  const HWND control = Control(id);
-  std::wstring text(static_cast<size_t>(::GetWindowTextLengthW(control)), L'\0');
-  ::GetWindowTextW(control, text.data(), static_cast<int>(text.size()) + 1);
-  return FromWide(text);
-}
-
-SIZE SetupForm::Client() const noexcept {
-  RECT client = {};
-  ::GetClientRect(handle(), &client);
-  return {client.right, client.bottom};
-}
-
 int SetupForm::ButtonHeight() const noexcept {
   return std::max(Scaled(kButtonHeight), Line() + Scaled(10));
 }
@@ -213,34 +176,8 @@ int SetupForm::ButtonWidth(std::initializer_list<int> ids) const {
   return width;
 }
 
-int SetupForm::TextWidth(std::u16string_view text) const {
-  const HDC dc = ::GetDC(handle());
-  const HGDIOBJ old = ::SelectObject(dc, font_.get());
-  SIZE extent = {};
-  ::GetTextExtentPoint32W(dc, reinterpret_cast<const wchar_t*>(text.data()),
-                          static_cast<int>(text.size()), &extent);
-  ::SelectObject(dc, old);
-  ::ReleaseDC(handle(), dc);
-  return extent.cx;
-}
-
-void SetupForm::Place(int id, int x, int y, int width, int height) {
-  ::SetWindowPos(Control(id), nullptr, x, y, std::max(width, 0), std::max(height, 0),
-                 SWP_NOZORDER | SWP_NOACTIVATE);
-}
-
 int SetupForm::Ask(const std::u16string& text, UINT style) const {
   return ::MessageBoxW(handle(), Wide(text), Wide(LoadText(IDS_PROGRAM)), style);
-}
-
-void SetupForm::TakeFont() {
-  Font font = MessageFont(dpi());
-  for (HWND child = ::GetWindow(handle(), GW_CHILD); child;
-       child = ::GetWindow(child, GW_HWNDNEXT)) {
-    ::SendMessageW(child, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
-  }
-  font_ = std::move(font);
-  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
 }
 
 void SetupForm::SetClientSize(SIZE units) {

@@ -58,26 +58,20 @@ void frmAbout::AddControls() {
   SetText(kLegal, record_.legal_notice + u"\r\n" + record_.trademarks);
 }
 
-void frmAbout::Arrange() {
-  const SIZE client = Client();
+Layout frmAbout::Arrangement() const {
+  using L = Layout;
   const int margin = Scaled(kMargin);
   const int gap = Scaled(kGap);
   const int icon = Scaled(kIconSize);
-  const int x = margin + icon + margin;
-  const int width = client.cx - x - margin;
   const int button = ButtonWidth({kOk, kSysInfo});
-  const int buttons = client.cy - margin - ButtonHeight();
-  Place(kIcon, margin, margin, icon, icon);
-  int y = margin;
-  Place(kTitle, x, y, width, Line());
-  y += Line() + gap / 2;
-  Place(kVersion, x, y, width, Line());
-  y += Line() + gap;
-  Place(kDescription, x, y, width, 2 * Line());
-  y += 2 * Line() + gap;
-  Place(kLegal, x, y, width, std::max(buttons - gap - y, Line()));
-  Place(kOk, client.cx - margin - button, buttons, button, ButtonHeight());
-  Place(kSysInfo, client.cx - margin - 2 * button - gap, buttons, button, ButtonHeight());
+  const L texts = L::Column(gap, {Label(kTitle), L::Space(gap / 2), Label(kVersion),
+                                  L::Control(kDescription, L::kRest, 2 * Line()),
+                                  L::Control(kLegal, L::kRest, L::kRest)});
+  return L::Column(
+             gap,
+             {L::Row(margin, {L::Column(0, {L::Control(kIcon, icon, icon)}), texts}),
+              L::Row(gap, {L::Space(L::kRest), Button(kSysInfo, button), Button(kOk, button)})})
+      .Within(margin);
 }
 
 void frmAbout::OnCommand(int id, int) {

@@ -29,7 +29,7 @@ class frmAbout final : public SetupForm {
 
  private:
   void AddControls() override;
-  void Arrange() override;
+  Layout Arrangement() const override;
   void OnCommand(int id, int code) override;
   LRESULT OnMessage(UINT message, WPARAM wparam, LPARAM lparam) override;
 

@@ -86,37 +86,26 @@ void frmAddConduit::AddControls() {
   if (LacksElevation()) ::SendMessageW(Control(kFile), BCM_SETSHIELD, 0, TRUE);
 }
 
-void frmAddConduit::Arrange() {
-  const SIZE client = Client();
-  const int margin = Scaled(kMargin);
+Layout frmAddConduit::Arrangement() const {
+  using L = Layout;
   const int gap = Scaled(kGap);
-  const int width = client.cx - 2 * margin;
-  const int height = ButtonHeight();
   const int button = ButtonWidth({kFile, kCheck, kBrowse, kAdd, kCancel}) + Scaled(16);
-  const int field = width - button - gap;
-  int y = margin;
-  Place(kHint, margin, y, width, 2 * Line());
-  y += 2 * Line() + gap;
-  Place(kClassLabel, margin, y, width, Line());
-  y += Line() + gap / 2;
-  const int combo = Line() + Scaled(8);
-  Place(kClass, margin, y + (height - combo) / 2, field, Scaled(kListHeight));
-  Place(kCheck, margin + field + gap, y, button, height);
-  y += height + gap;
-  Place(kFound, margin, y + (height - Line()) / 2, field, Line());
-  Place(kFile, margin + field + gap, y, button, height);
-  y += height + gap;
-  Place(kAppIdLabel, margin, y, width, Line());
-  y += Line() + gap / 2;
-  Place(kAppId, margin, y, field, combo);
-  y += combo + gap;
-  Place(kFolderLabel, margin, y, width, Line());
-  y += Line() + gap / 2;
-  Place(kFolder, margin, y + (height - combo) / 2, field, combo);
-  Place(kBrowse, margin + field + gap, y, button, height);
-  y = client.cy - margin - height;
-  Place(kCancel, client.cx - margin - button, y, button, height);
-  Place(kAdd, client.cx - margin - 2 * button - gap, y, button, height);
+  const int field = FieldHeight();
+  const L app_id = L::Control(kAppId, L::kRest, field);
+  return L::Column(
+             gap,
+             {L::Control(kHint, L::kRest, 2 * Line()),
+              L::Column(gap / 2, {Label(kClassLabel), L::Row(gap, {L::Combo(kClass, L::kRest, field,
+                                                                            Scaled(kListHeight)),
+                                                                   Button(kCheck, button)})}),
+              L::Row(gap, {Label(kFound), Button(kFile, button)}),
+              L::Column(gap / 2, {Label(kAppIdLabel), L::Row(0, {app_id, L::Space(gap + button)})}),
+              L::Column(gap / 2,
+                        {Label(kFolderLabel), L::Row(gap, {L::Control(kFolder, L::kRest, field),
+                                                           Button(kBrowse, button)})}),
+              L::Space(L::kRest),
+              L::Row(gap, {L::Space(L::kRest), Button(kAdd, button), Button(kCancel, button)})})
+      .Within(Scaled(kMargin));
 }
 
 void frmAddConduit::OnCommand(int id, int code) {

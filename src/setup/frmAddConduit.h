@@ -52,7 +52,7 @@ class frmAddConduit final : public SetupForm {
 
  private:
   void AddControls() override;
-  void Arrange() override;
+  Layout Arrangement() const override;
   void OnCommand(int id, int code) override;
 
   void ChooseFile();

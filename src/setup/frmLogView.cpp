@@ -95,39 +95,27 @@ void frmLogView::AddControls() {
 
 void frmLogView::OnDpi() { ListView_SetColumnWidth(Control(kList), 0, Scaled(kTimeWidth)); }
 
-void frmLogView::Arrange() {
-  const SIZE client = Client();
-  const int margin = Scaled(kMargin);
+Layout frmLogView::Arrangement() const {
+  using L = Layout;
   const int gap = Scaled(kGap);
-  const int height = ButtonHeight();
-  const int field = Line() + Scaled(8);
-  const int width = client.cx - 2 * margin;
-  const auto centred = [&](int inner) { return (field - inner) / 2; };
-
-  int x = margin;
-  const int device_label = TextWidth(TextOf(kDeviceLabel)) + gap;
-  Place(kDeviceLabel, x, margin + centred(Line()), device_label, Line());
-  x += device_label;
-  Place(kDevice, x, margin, Scaled(kDeviceWidth), Scaled(kListHeight));
-  x += Scaled(kDeviceWidth) + 2 * gap;
-  const int filter_label = TextWidth(TextOf(kFilterLabel)) + gap;
-  Place(kFilterLabel, x, margin + centred(Line()), filter_label, Line());
-  x += filter_label;
-  Place(kFilter, x, margin, client.cx - margin - x, field);
-
-  const int info = client.cy - margin - height - gap - Line();
-  const int top = margin + field + gap;
-  Place(kList, margin, top, width, info - gap - top);
-  FitText();
-  Place(kInfo, margin, info, width, Line());
+  const int field = FieldHeight();
   const int button = ButtonWidth({kCopy, kReload, kOpenFile, kClose});
-  const int y = client.cy - margin - height;
-  x = margin;
-  for (const int id : {kCopy, kReload, kOpenFile}) {
-    Place(id, x, y, button, height);
-    x += button + gap;
-  }
-  Place(kClose, client.cx - margin - button, y, button, height);
+  const auto label = [&](int id) { return Label(id, TextWidth(TextOf(id)) + gap); };
+  return L::Column(
+             gap,
+             {L::Row(0, {label(kDeviceLabel),
+                         L::Combo(kDevice, Scaled(kDeviceWidth), field, Scaled(kListHeight)),
+                         L::Space(2 * gap), label(kFilterLabel),
+                         L::Control(kFilter, L::kRest, field)}),
+              L::Control(kList, L::kRest, L::kRest), Label(kInfo),
+              L::Row(gap, {Button(kCopy, button), Button(kReload, button),
+                           Button(kOpenFile, button), L::Space(L::kRest), Button(kClose, button)})})
+      .Within(Scaled(kMargin));
+}
+
+void frmLogView::Arrange() {
+  SetupForm::Arrange();
+  FitText();
 }
 
 void frmLogView::OnCommand(int id, int code) {

@@ -37,6 +37,7 @@ class frmLogView final : public SetupForm {
 
  private:
   void AddControls() override;
+  Layout Arrangement() const override;
   void Arrange() override;
   void OnDpi() override;
   void OnCommand(int id, int code) override;

@@ -225,6 +225,7 @@ void frmSetup::AddControls() {
 }
 
 void frmSetup::OnReady() {
+  SetupForm::OnReady();
   RestoreLayout();
   file_time_ = win::WriteTime(with_.conduits.FileName());
   FillList({});
@@ -241,90 +242,62 @@ void frmSetup::OnDpi() {
   TakeLargeIcon();
 }
 
-void frmSetup::Arrange() {
-  const SIZE client = Client();
+Layout frmSetup::Arrangement() const {
+  using L = Layout;
   const int margin = Scaled(kMargin);
   const int gap = Scaled(kGap);
   const int inner = Scaled(kInner);
-  const int line = Line();
-  const int height = ButtonHeight();
-  const int row = height + gap / 2;
-  const int width = client.cx - 2 * margin;
-  const auto centre = [&](int id, int x, int y, int w) {
-    Place(id, x, y + (height - line) / 2, w, line);
-  };
+  const int top = Line() + gap;  // below the title of a group box
+  const int label = Scaled(kLabelWidth) - gap;
+  const L rest = L::Space(L::kRest);
 
-  // From the bottom upwards; the list takes what is left.
   const int side = ButtonWidth({kAdd, kRemove, kEdit, kReload, kAbout, kCancel, kClose});
-  int y = client.cy - margin - height;
-  Place(kClose, client.cx - margin - side, y, side, height);
-  Place(kCancel, client.cx - margin - 2 * side - gap, y, side, height);
-  const int bar = client.cx - margin - 2 * side - 2 * gap - Scaled(kProgressWidth);
-  Place(kProgress, bar, y + Scaled(5), Scaled(kProgressWidth), height - 2 * Scaled(5));
-  centre(kStatus, margin, y, bar - gap - margin);
+  const L list =
+      L::Pile({L::Control(kList, L::kRest, L::kRest), L::Control(kHint, L::kRest, L::kRest)});
+  const L list_buttons =
+      L::Row(gap, {Label(kFile), Button(kAdd, side), Button(kRemove, side), Button(kEdit, side),
+                   Button(kReload, side), Button(kAbout, side)});
 
-  const int pc = line + gap + row + line + inner;
-  y -= gap + pc;
-  Place(kPcGroup, margin, y, width, pc);
-  const int guest = ButtonWidth({kGuestMode});
-  const int right = client.cx - margin - inner;
-  int at = y + line + gap / 2;
-  centre(kPcActiveSync, margin + inner, at, right - guest - gap - margin - inner);
-  Place(kGuestMode, right - guest, at, guest, height);
-  at += row;
-  Place(kPcHotSync, margin + inner, at + gap / 2, right - margin - inner, line);
-
-  const int icon = std::max(Scaled(kLargeIconSize), line);
-  const int conduit = line + gap + icon + gap + 4 * row + gap + inner;
-  y -= gap + conduit;
-  Place(kConduitGroup, margin, y, width, conduit);
-  const int left = margin + inner;
-  const int label = Scaled(kLabelWidth);
   const int button =
       ButtonWidth({kInstallHotSync, kRemoveHotSync, kInstallActiveSync, kRemoveActiveSync});
-  const int state = right - 2 * button - 2 * gap - left - label;
-  at = y + line + gap;
-  Place(kIcon, left, at, Scaled(kLargeIconSize), Scaled(kLargeIconSize));
-  const int name = left + Scaled(kLargeIconSize) + gap;
-  Place(kName, name, at + (icon - line) / 2, right - name, line);
-  at += icon + gap;
-  const struct {
-    int label, state, install, remove;
-  } systems[] = {{kHotSyncLabel, kHotSyncState, kInstallHotSync, kRemoveHotSync},
-                 {kActiveSyncLabel, kActiveSyncState, kInstallActiveSync, kRemoveActiveSync}};
-  for (const auto& system : systems) {
-    centre(system.label, left, at, label - gap);
-    centre(system.state, left + label, at, state);
-    Place(system.install, right - 2 * button - gap, at, button, height);
-    Place(system.remove, right - button, at, button, height);
-    at += row;
-  }
-  centre(kApplicationLabel, left, at, label - gap);
-  centre(kApplicationState, left + label, at, state);
-  Place(kInstallApplication, right - 2 * button - gap, at, 2 * button + gap, height);
-  at += row + gap;
+  const auto system = [&](int name, int state, int install, int remove) {
+    return L::Row(
+        gap, {Label(name, label), Label(state), Button(install, button), Button(remove, button)});
+  };
   const int wide = ButtonWidth({kSync, kConfigure, kFolder, kLog, kDatabases});
-  centre(kSyncWithLabel, left, at, label - gap);
-  const int combo = std::min(Scaled(kComboWidth), right - left - label - 5 * (wide + gap) - gap);
-  Place(kSyncWith, left + label, at + (height - line - Scaled(8)) / 2, combo, Scaled(kListHeight));
-  Place(kSync, left + label + combo + gap, at, wide, height);
-  int x = right - wide;
-  for (const int id : {kDatabases, kLog, kFolder, kConfigure}) {
-    Place(id, x, at, wide, height);
-    x -= wide + gap;
-  }
+  const int room = Client().cx - 2 * (margin + inner) - label - gap - 5 * (wide + gap) - gap;
+  const int combo = std::min(Scaled(kComboWidth), room);
+  const int icon = Scaled(kLargeIconSize);
+  const L conduit = L::Column(
+      gap / 2,
+      {L::Row(gap, {L::Control(kIcon, icon, icon), Label(kName)}), L::Space(gap),
+       system(kHotSyncLabel, kHotSyncState, kInstallHotSync, kRemoveHotSync),
+       system(kActiveSyncLabel, kActiveSyncState, kInstallActiveSync, kRemoveActiveSync),
+       L::Row(gap, {Label(kApplicationLabel, label), Label(kApplicationState),
+                    Button(kInstallApplication, 2 * button + gap)}),
+       L::Space(gap / 2 + gap),
+       L::Row(gap, {Label(kSyncWithLabel, label),
+                    L::Combo(kSyncWith, combo, FieldHeight(), Scaled(kListHeight)),
+                    Button(kSync, wide), rest, Button(kConfigure, wide), Button(kFolder, wide),
+                    Button(kLog, wide), Button(kDatabases, wide)})});
 
-  y -= gap + height;
-  x = client.cx - margin - side;
-  for (const int id : {kAbout, kReload, kEdit, kRemove, kAdd}) {
-    Place(id, x, y, side, height);
-    x -= side + gap;
-  }
-  centre(kFile, margin, y, x + side - margin);
-  const int list_height = y - gap - margin;
-  Place(kList, margin, margin, width, list_height);
+  const L pc = L::Column(
+      gap / 2, {L::Row(gap, {Label(kPcActiveSync), Button(kGuestMode, ButtonWidth({kGuestMode}))}),
+                L::Space(gap / 2 + gap / 2), Label(kPcHotSync)});
+
+  const int bar = ButtonHeight() - 2 * Scaled(5);
+  const L bottom = L::Row(gap, {Label(kStatus), L::Control(kProgress, Scaled(kProgressWidth), bar),
+                                Button(kCancel, side), Button(kClose, side)});
+
+  return L::Column(gap, {list, list_buttons,
+                         conduit.Within(kConduitGroup, {inner, top, inner, inner + gap / 2}),
+                         pc.Within(kPcGroup, {inner, top - gap / 2, inner, inner}), bottom})
+      .Within(margin);
+}
+
+void frmSetup::Arrange() {
+  SetupForm::Arrange();
   FillWidth();
-  Place(kHint, margin, margin, width, list_height);
   RECT text = {};
   ::GetClientRect(Control(kHint), &text);
   ::InflateRect(&text, -Scaled(kHintMargin), -Scaled(kHintMargin));

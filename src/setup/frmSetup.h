@@ -111,6 +111,7 @@ class frmSetup final : public SetupForm {
   enum class SyncWith { kPcFiles, kSimulatedPocketPc, kSimulatedPalm };
 
   void AddControls() override;
+  Layout Arrangement() const override;
   void Arrange() override;
   void OnDpi() override;
   void OnReady() override;

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "toolkit/ConduitIcon.h"
+#include "toolkit/Fonts.h"
 
 namespace pylon {
 namespace {
@@ -13,7 +13,7 @@ constexpr int kWidth = 560;  // units
 constexpr int kHeight = 320;
 constexpr int kLeastWidth = 240;
 constexpr int kLeastHeight = 120;
-constexpr int kTab = 140;       // where the text begins behind the date and time
+constexpr int kTab = 140;       // where the text after date and time begins
 constexpr int kTextMargin = 8;  // behind the widest line
 
 }  // namespace
@@ -39,7 +39,7 @@ void frmLog::AddLine(const std::u16string& line) {
   ::SendMessageW(list, WM_SETREDRAW, FALSE, 0);
   ::SendMessageW(list, LB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(text)));
   if (lines_.Add(std::move(text), width)) ::SendMessageW(list, LB_DELETESTRING, 0, 0);
-  TakeExtent();
+  SetExtent();
   ::SendMessageW(list, LB_SETCURSEL, lines_.size() - 1, 0);
   ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
   ::RedrawWindow(list, nullptr, nullptr, RDW_INVALIDATE | RDW_UPDATENOW | RDW_FRAME);
@@ -47,14 +47,8 @@ void frmLog::AddLine(const std::u16string& line) {
 
 LRESULT frmLog::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
-    case WM_CREATE:
-      OnCreate();
-      return 0;
     case WM_DESTROY:
       lines_.Clear();
-      return 0;
-    case WM_SIZE:
-      ::MoveWindow(List(), 0, 0, LOWORD(lparam), HIWORD(lparam), TRUE);
       return 0;
     case WM_GETMINMAXINFO:
       reinterpret_cast<MINMAXINFO*>(lparam)->ptMinTrackSize = {Scaled(kLeastWidth),
@@ -66,57 +60,37 @@ LRESULT frmLog::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_CLOSE:
       ::ShowWindow(handle(), SW_HIDE);
       return 0;
-    case WM_DPICHANGED:
-      OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
-      return 0;
-    case WM_SETTINGCHANGE:  // the message font may be another one
-      TakeFont();
-      return 0;
     default:
-      return ::DefWindowProcW(handle(), message, wparam, lparam);
+      return Form::OnMessage(message, wparam, lparam);
   }
 }
 
-void frmLog::OnCreate() {
+void frmLog::AddControls() {
   AddControl(L"LISTBOX", L"",
              WS_VSCROLL | WS_HSCROLL | LBS_NOINTEGRALHEIGHT | LBS_USETABSTOPS | LBS_HASSTRINGS,
              kList);
-  TakeFont();
-  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
-  SetOuterSize({Scaled(kWidth), Scaled(kHeight)});
 }
 
-void frmLog::OnDpiChanged(int dpi, const RECT& suggested) {
-  MoveToDpi(dpi, suggested);
-  TakeFont();
-  SetIcons(ProgramIcon(Scaled(32)), ProgramIcon(Scaled(16)));
-}
+void frmLog::OnReady() { SetOuterSize({Scaled(kWidth), Scaled(kHeight)}); }
 
-void frmLog::TakeFont() {
-  Font font = MessageFont(dpi());
+Layout frmLog::Arrangement() const { return Layout::Control(kList, Layout::kRest, Layout::kRest); }
+
+void frmLog::OnDpi() {
   const HWND list = List();
-  ::SendMessageW(list, WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
-  ::SendMessageW(list, LB_SETITEMHEIGHT, 0, LineHeight(font.get()) + Scaled(2));
+  ::SendMessageW(list, LB_SETITEMHEIGHT, 0, Line() + Scaled(2));
   // List boxes take tab stops in quarters of an average character of their own font.
-  const int average = AverageCharacterWidth(font.get());
+  const int average = AverageCharacterWidth(font());
   const int tab = ::MulDiv(Scaled(kTab), 4, std::max(average, 1));
   ::SendMessageW(list, LB_SETTABSTOPS, 1, reinterpret_cast<LPARAM>(&tab));
-  font_ = std::move(font);
   lines_.Measure([this](const std::u16string& line) { return Measure(line); });
-  TakeExtent();
+  SetExtent();
 }
 
 int frmLog::Measure(const std::u16string& line) const {
-  const HDC dc = ::GetDC(List());
-  const HGDIOBJ old = ::SelectObject(dc, font_.get());
-  SIZE extent = {};
-  ::GetTextExtentPoint32W(dc, Wide(line), static_cast<int>(line.size()), &extent);
-  ::SelectObject(dc, old);
-  ::ReleaseDC(List(), dc);
-  return extent.cx + Scaled(kTab);  // where a tab is, it takes that much at most
+  return TextWidth(line) + Scaled(kTab);  // a tab takes at most that much
 }
 
-void frmLog::TakeExtent() const {
+void frmLog::SetExtent() const {
   const int extent = lines_.Widest() + Scaled(kTextMargin);
   ::SendMessageW(List(), LB_SETHORIZONTALEXTENT, static_cast<WPARAM>(extent), 0);
 }

@@ -4,13 +4,13 @@
 
 #include "sync/LogView.h"
 #include "sync/LogWindowLines.h"
-#include "toolkit/Window.h"
+#include "toolkit/Form.h"
 
 namespace pylon {
 
-// The window that mirrors the log: a list of the newest lines, the latest one selected. It is made
-// when it is first shown. The user may close it, which only hides it: the list goes on.
-struct frmLog final : public LogView, public Window {
+// The window that mirrors the log: a list of the newest lines, the latest one selected. It is
+// created when it is first shown. When the user closes it, it is only hidden and its list goes on.
+struct frmLog final : public LogView, public Form {
   enum ControlId { kList = 100 };
 
   frmLog() = default;
@@ -23,17 +23,17 @@ struct frmLog final : public LogView, public Window {
   void AddLine(const std::u16string& line) override;
 
  private:
+  void AddControls() override;
+  void OnDpi() override;  // measures the lines again
+  void OnReady() override;
+  Layout Arrangement() const override;
   LRESULT OnMessage(UINT message, WPARAM wparam, LPARAM lparam) override;
-  void OnCreate();
-  void OnDpiChanged(int dpi, const RECT& suggested);
 
-  HWND List() const noexcept { return ::GetDlgItem(handle(), kList); }
-  void TakeFont();  // for the window's DPI; measures the lines again
+  HWND List() const noexcept { return Control(kList); }
   int Measure(const std::u16string& line) const;
-  void TakeExtent() const;  // lets the list scroll as far as its widest line
+  void SetExtent() const;  // lets the list scroll as far as its widest line
 
   LogWindowLines lines_;  // as in the list box
-  Font font_;
 };
 
 }  // namespace pylon

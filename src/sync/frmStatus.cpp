@@ -2,7 +2,10 @@
 
 #include <commctrl.h>
 
+#include <algorithm>
+
 #include "toolkit/ConduitIcon.h"
+#include "toolkit/Fonts.h"
 
 namespace pylon {
 namespace {
@@ -14,6 +17,21 @@ constexpr char16_t kAuthorPrefix[] = u"Author: ";
 constexpr char16_t kVersionPrefix[] = u"Ver. ";
 
 constexpr int kTitlePercent = 125;  // of the message font
+
+// Units of 1/96 inch.
+constexpr int kWidth = 420;
+constexpr int kMargin = 16;
+constexpr int kIconSize = 32;
+constexpr int kIconGap = 12;
+constexpr int kLineGap = 2;
+constexpr int kGap = 8;
+constexpr int kBarHeight = 16;
+constexpr int kFileBarHeight = 10;
+constexpr int kFooterMargin = 10;
+constexpr int kButtonWidth = 88;
+constexpr int kButtonHeight = 26;
+constexpr int kButtonPadding = 6;  // above and below the button's text, for large fonts
+
 constexpr DWORD kLabelStyle = SS_LEFT | SS_NOPREFIX | SS_ENDELLIPSIS;
 
 RECT ToRect(const Box& box) noexcept { return {box.x, box.y, box.right(), box.bottom()}; }
@@ -32,7 +50,7 @@ void frmStatus::Create() {
       kTitle);
 }
 
-void frmStatus::OnCreate() {
+void frmStatus::AddControls() {
   for (const ControlId label :
        {kApplicationName, kAuthor, kVersion, kMainLabel, kDetailLabel, kFileLabel}) {
     AddControl(L"STATIC", L"", kLabelStyle, label);
@@ -44,8 +62,15 @@ void frmStatus::OnCreate() {
   ShowBar(kBar, ProgressBar());
   ShowBar(kFileBar, ProgressBar());
   EnableCancel(cancel_enabled_);
-  TakeFonts();
-  TakeIcons();
+}
+
+void frmStatus::OnDpi() {
+  Font font = MessageFont(dpi(), kTitlePercent, true);
+  SetFont(kApplicationName, font.get());
+  title_font_ = std::move(font);
+}
+
+void frmStatus::OnReady() {
   Arrange();
   CentreOnWorkArea();
 }
@@ -63,7 +88,7 @@ void frmStatus::SetHeading(const StatusHeading& heading) {
   SetLabel(kAuthor, kAuthorPrefix + heading.author);
   SetLabel(kVersion, kVersionPrefix + heading.version);
   icon_text_ = heading.icon;
-  TakeIcons();
+  SetIcons();
   ::UpdateWindow(handle());
 }
 
@@ -86,9 +111,9 @@ void frmStatus::EnableCancel(bool enable) {
 }
 
 void frmStatus::ProcessEvents() {
-  const bool go_on = PumpMessages(
+  const bool running = PumpMessages(
       [this](MSG& message) { return handle() && ::IsDialogMessageW(handle(), &message); });
-  if (!go_on) OnCancel();
+  if (!running) OnCancel();
 }
 
 void frmStatus::ShowFilePanel(bool show) {
@@ -104,9 +129,6 @@ void frmStatus::SetFileProgress(std::u16string_view label, const ProgressBar& ba
 
 LRESULT frmStatus::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
-    case WM_CREATE:
-      OnCreate();
-      return 0;
     case WM_PAINT:
       OnPaint();
       return 0;
@@ -122,13 +144,6 @@ LRESULT frmStatus::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_CLOSE:
       OnCancel();
       return 0;
-    case WM_DPICHANGED:
-      OnDpiChanged(HIWORD(wparam), *reinterpret_cast<const RECT*>(lparam));
-      return 0;
-    case WM_SETTINGCHANGE:  // the message font may be another one
-      TakeFonts();
-      Arrange();
-      return 0;
     case WM_CTLCOLORSTATIC: {
       const HDC dc = reinterpret_cast<HDC>(wparam);
       ::SetTextColor(dc, ::GetSysColor(COLOR_WINDOWTEXT));
@@ -138,29 +153,22 @@ LRESULT frmStatus::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
     case WM_CTLCOLORBTN:
       return reinterpret_cast<LRESULT>(::GetSysColorBrush(COLOR_BTNFACE));
     default:
-      return ::DefWindowProcW(handle(), message, wparam, lparam);
+      return Form::OnMessage(message, wparam, lparam);
   }
 }
 
 void frmStatus::OnPaint() {
   PAINTSTRUCT paint;
   const HDC dc = ::BeginPaint(handle(), &paint);
-  const RECT footer = ToRect(layout_.footer);
+  const RECT footer = ToRect(footer_);
   ::FillRect(dc, &footer, ::GetSysColorBrush(COLOR_BTNFACE));
-  RECT line = ToRect(layout_.separator);
+  RECT line = ToRect(separator_);
   ::FillRect(dc, &line, ::GetSysColorBrush(COLOR_3DLIGHT));
   ::OffsetRect(&line, 0, footer.top - line.top);
   ::FillRect(dc, &line, ::GetSysColorBrush(COLOR_3DLIGHT));
-  const Box& icon = layout_.icon;
-  ::DrawIconEx(dc, icon.x, icon.y, large_icon(), icon.width, icon.height, 0, nullptr, DI_NORMAL);
+  ::DrawIconEx(dc, icon_.x, icon_.y, large_icon(), icon_.width, icon_.height, 0, nullptr,
+               DI_NORMAL);
   ::EndPaint(handle(), &paint);
-}
-
-void frmStatus::OnDpiChanged(int dpi, const RECT& suggested) {
-  MoveToDpi(dpi, suggested);
-  TakeFonts();
-  TakeIcons();
-  Arrange();
 }
 
 void frmStatus::OnCancel() {
@@ -184,56 +192,63 @@ void frmStatus::ShowBar(ControlId id, const ProgressBar& bar) {
   ::UpdateWindow(control);
 }
 
-void frmStatus::TakeFonts() {
-  Font font = MessageFont(dpi());
-  Font title_font = MessageFont(dpi(), kTitlePercent, true);
-  for (const ControlId id : {kAuthor, kVersion, kMainLabel, kDetailLabel, kFileLabel, kCancel}) {
-    ::SendMessageW(Control(id), WM_SETFONT, reinterpret_cast<WPARAM>(font.get()), TRUE);
-  }
-  ::SendMessageW(Control(kApplicationName), WM_SETFONT, reinterpret_cast<WPARAM>(title_font.get()),
-                 TRUE);
-  // Only now that no control draws with them do the old ones go.
-  font_ = std::move(font);
-  title_font_ = std::move(title_font);
-}
-
-void frmStatus::TakeIcons() {
-  SetIcons(ConduitIcon(icon_text_, Scaled(32)), ConduitIcon(icon_text_, Scaled(16)));
-  const RECT place = ToRect(layout_.icon);
+void frmStatus::SetIcons() {
+  Window::SetIcons(ConduitIcon(icon_text_, Scaled(32)), ConduitIcon(icon_text_, Scaled(16)));
+  const RECT place = ToRect(icon_);
   ::InvalidateRect(handle(), &place, TRUE);
 }
 
+// A header with the icon and three lines, below it the labels and bars, and the band of the button.
+Layout frmStatus::Arrangement() const {
+  using L = Layout;
+  const int margin = Scaled(kMargin);
+  const int line = Line();
+  const int line_gap = Scaled(kLineGap);
+  const auto label = [](ControlId id, int height) { return L::Control(id, L::kRest, height); };
+  const L header = L::Row(
+      Scaled(kIconGap),
+      {L::Column(0, {L::Space(line_gap), L::Control(kIcon, Scaled(kIconSize), Scaled(kIconSize))}),
+       L::Column(0, {label(kApplicationName, LineHeight(title_font_.get())), L::Space(line_gap),
+                     label(kAuthor, line), label(kVersion, line)})});
+  std::vector<L> body = {label(kMainLabel, line), L::Space(line_gap), label(kDetailLabel, line),
+                         L::Space(Scaled(kGap)), label(kBar, Scaled(kBarHeight))};
+  if (file_panel_) {
+    body.insert(body.end(), {L::Space(margin), label(kFileLabel, line), L::Space(2 * line_gap),
+                             label(kFileBar, Scaled(kFileBarHeight))});
+  }
+  const int button_height = std::max(Scaled(kButtonHeight), line + 2 * Scaled(kButtonPadding));
+  const int footer = Scaled(kFooterMargin);
+  const L button =
+      L::Row(0, {L::Space(L::kRest), L::Control(kCancel, Scaled(kButtonWidth), button_height)});
+  return L::Column(
+      0, {header.Within(margin), L::Control(kSeparator, Scaled(kWidth), std::max(1, Scaled(1))),
+          L::Column(0, std::move(body)).Within(margin),
+          button.Within(kFooter, {margin, footer, margin, footer})});
+}
+
 void frmStatus::Arrange() {
-  layout_ =
-      StatusLayout(dpi(), LineHeight(font_.get()), LineHeight(title_font_.get()), file_panel_);
-  Place(kApplicationName, layout_.application_name);
-  Place(kAuthor, layout_.author);
-  Place(kVersion, layout_.version);
-  Place(kMainLabel, layout_.main_label);
-  Place(kDetailLabel, layout_.detail_label);
-  Place(kBar, layout_.bar);
-  Place(kFileLabel, layout_.file_label);
-  Place(kFileBar, layout_.file_bar);
-  Place(kCancel, layout_.cancel);
+  const Layout layout = Arrangement();
+  client_ = {Scaled(kWidth), layout.size().height};
+  const Box box = {0, 0, client_.cx, client_.cy};
+  PlaceControls(layout, box);
+  layout.Place(box, [this](int id, const Box& place) {
+    if (id == kIcon) icon_ = place;
+    if (id == kSeparator) separator_ = place;
+    if (id == kFooter) footer_ = place;
+  });
   for (const ControlId id : {kFileLabel, kFileBar}) {
     ::ShowWindow(Control(id), file_panel_ ? SW_SHOWNA : SW_HIDE);
   }
   FitToLayout();
-  ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+  Redraw();
 }
 
 void frmStatus::FitToLayout() {
   // A minimised window takes its size when it is restored.
   if (::IsIconic(handle())) return;
-  RECT client = {};
-  ::GetClientRect(handle(), &client);
-  if (client.right == layout_.client.width && client.bottom == layout_.client.height) return;
-  SetOuterSize(OuterSize({layout_.client.width, layout_.client.height}));
-}
-
-void frmStatus::Place(ControlId id, const Box& box) {
-  ::SetWindowPos(Control(id), nullptr, box.x, box.y, box.width, box.height,
-                 SWP_NOZORDER | SWP_NOACTIVATE);
+  const SIZE client = Client();
+  if (client.cx == client_.cx && client.cy == client_.cy) return;
+  SetOuterSize(OuterSize(client_));
 }
 
 }  // namespace pylon

@@ -6,6 +6,7 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "toolkit/Dpi.h"
 
 namespace pylon {
 namespace {
@@ -14,51 +15,6 @@ constexpr int32_t kInternalError = 51;
 
 AutomationError SystemFailure(const std::u16string& what) {
   return AutomationError(kInternalError, {}, what + u" failed: " + SystemReason(::GetLastError()));
-}
-
-// Functions of user32 that came with Windows 10; null before.
-template <class Function>
-Function* UserFunction(const char* name) noexcept {
-  return reinterpret_cast<Function*>(::GetProcAddress(::GetModuleHandleW(L"user32.dll"), name));
-}
-
-int SystemDpi() noexcept {
-  const HDC screen = ::GetDC(nullptr);
-  const int dpi = ::GetDeviceCaps(screen, LOGPIXELSY);
-  ::ReleaseDC(nullptr, screen);
-  return dpi;
-}
-
-int DpiOf(HWND window) noexcept {
-  static const auto of_window = UserFunction<UINT WINAPI(HWND)>("GetDpiForWindow");
-  const UINT dpi = of_window ? of_window(window) : 0;
-  return dpi ? static_cast<int>(dpi) : SystemDpi();
-}
-
-bool MessageLogFont(int dpi, LOGFONTW& font) noexcept {
-  static const auto for_dpi =
-      UserFunction<BOOL WINAPI(UINT, UINT, PVOID, UINT, UINT)>("SystemParametersInfoForDpi");
-  NONCLIENTMETRICSW metrics = {};
-  metrics.cbSize = sizeof(metrics);
-  if (for_dpi &&
-      for_dpi(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0, static_cast<UINT>(dpi))) {
-    font = metrics.lfMessageFont;
-    return true;
-  }
-  if (!::SystemParametersInfoW(SPI_GETNONCLIENTMETRICS, sizeof(metrics), &metrics, 0)) return false;
-  font = metrics.lfMessageFont;
-  font.lfHeight = ::MulDiv(font.lfHeight, dpi, SystemDpi());
-  return true;
-}
-
-TEXTMETRICW Metrics(HFONT font) noexcept {
-  const HDC screen = ::GetDC(nullptr);
-  const HGDIOBJ old = font ? ::SelectObject(screen, font) : nullptr;
-  TEXTMETRICW metrics = {};
-  ::GetTextMetricsW(screen, &metrics);
-  if (old) ::SelectObject(screen, old);
-  ::ReleaseDC(nullptr, screen);
-  return metrics;
 }
 
 void RegisterOnce(const wchar_t* class_name, int background, WNDPROC proc) {
@@ -75,7 +31,7 @@ void RegisterOnce(const wchar_t* class_name, int background, WNDPROC proc) {
   }
 }
 
-void TellDebugger(const char* what) noexcept {
+void ReportToDebugger(const char* what) noexcept {
   ::OutputDebugStringA("Pylon: an error ended a window message: ");
   ::OutputDebugStringA(what);
   ::OutputDebugStringA("\n");
@@ -126,15 +82,8 @@ void Window::MoveToDpi(int dpi, const RECT& suggested) noexcept {
 }
 
 SIZE Window::OuterSize(SIZE client) const noexcept {
-  static const auto adjust =
-      UserFunction<BOOL WINAPI(LPRECT, DWORD, BOOL, DWORD, UINT)>("AdjustWindowRectExForDpi");
-  const auto style = static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_STYLE));
-  const auto ex_style = static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_EXSTYLE));
-  RECT rect = {0, 0, client.cx, client.cy};
-  if (!adjust || !adjust(&rect, style, FALSE, ex_style, static_cast<UINT>(dpi_))) {
-    ::AdjustWindowRectEx(&rect, style, FALSE, ex_style);
-  }
-  return {rect.right - rect.left, rect.bottom - rect.top};
+  return OuterSizeOf(client, static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_STYLE)),
+                     static_cast<DWORD>(::GetWindowLongPtrW(handle_, GWL_EXSTYLE)), dpi_);
 }
 
 void Window::SetOuterSize(SIZE outer) noexcept {
@@ -176,9 +125,9 @@ LRESULT CALLBACK Window::Proc(HWND handle, UINT message, WPARAM wparam, LPARAM l
   try {
     return self->OnMessage(message, wparam, lparam);
   } catch (const std::exception& error) {
-    TellDebugger(error.what());
+    ReportToDebugger(error.what());
   } catch (...) {
-    TellDebugger("of an unknown kind");
+    ReportToDebugger("of an unknown kind");
   }
   return message == WM_CREATE ? -1 : 0;
 }
@@ -196,18 +145,6 @@ bool PumpMessages(const std::function<bool(MSG&)>& take) {
   }
   return true;
 }
-
-Font MessageFont(int dpi, int percent, bool bold) noexcept {
-  LOGFONTW font = {};
-  if (!MessageLogFont(dpi, font)) return Font();
-  font.lfHeight = ::MulDiv(font.lfHeight, percent, 100);
-  if (bold) font.lfWeight = FW_BOLD;
-  return Font(::CreateFontIndirectW(&font));
-}
-
-int LineHeight(HFONT font) noexcept { return Metrics(font).tmHeight; }
-
-int AverageCharacterWidth(HFONT font) noexcept { return Metrics(font).tmAveCharWidth; }
 
 std::u16string OneLine(std::u16string_view text) {
   std::u16string line;

@@ -8,7 +8,7 @@
 
 namespace pylon {
 
-// The handle of a top-level window and the way its messages reach the object that draws it.
+// Owns a top-level window and hands its messages to the object.
 //
 // A window is created hidden and belongs to its object: the most derived destructor calls Destroy.
 // handle() is null before creation and from WM_NCDESTROY on. Measures are pixels of the window's
@@ -32,14 +32,14 @@ class Window {
 
   virtual ~Window();
 
-  // Raises error 51 with the system's reason when the system refuses the window. OnMessage sees the
-  // creation messages already. A window with an owner lies above it and goes with it.
+  // Raises error 51 with the system's reason when the system refuses the window. OnMessage gets the
+  // creation messages too. A window with an owner stays above it and is destroyed with it.
   void Create(const Style& style, const wchar_t* title, HWND owner = nullptr);
   void Destroy() noexcept;
 
-  // One message; what it leaves alone it hands to DefWindowProcW. An exception that leaves it goes
-  // to the debugger and the message counts as handled (WM_CREATE: as failed), since none may cross
-  // the system's frames.
+  // Handles one message or passes it to DefWindowProcW. An exception is reported to the debugger
+  // and the message counts as handled (WM_CREATE: as failed), since none may cross the system's
+  // frames.
   virtual LRESULT OnMessage(UINT message, WPARAM wparam, LPARAM lparam) = 0;
 
   // Visible child controls, placed later. Raises error 51 like Create.
@@ -66,18 +66,11 @@ class Window {
   Icon small_icon_;
 };
 
-// Takes the messages that wait for this thread's windows; those that `take` answers true for are
-// done with. False when there was a WM_QUIT, which is put back for the outer loop.
+// Dispatches the messages that wait for this thread's windows, except those that `take` handles and
+// returns true for. False when there was a WM_QUIT, which is put back for the outer loop.
 bool PumpMessages(const std::function<bool(MSG&)>& take = {});
 
-// The system's font for messages at a DPI, at `percent` of its size; null when the system has none,
-// which leaves a control with the font that it was born with.
-Font MessageFont(int dpi, int percent = 100, bool bold = false) noexcept;
-// Of the characters of a font, null for the system's own.
-int LineHeight(HFONT font) noexcept;
-int AverageCharacterWidth(HFONT font) noexcept;
-
-// For controls of one line, which would show a line break as boxes: a blank in place of each.
+// A blank in place of each line break, which controls of one line would show as boxes.
 std::u16string OneLine(std::u16string_view text);
 
 // The system's words for an error code, and the code.
