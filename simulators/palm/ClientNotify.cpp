@@ -8,13 +8,14 @@
 
 #include "Registration.h"
 #include "SuiteError.h"
+#include "base/SystemMessage.h"
 #include "base/Text.h"
 
 namespace pylon::palm {
 namespace {
 
 [[noreturn]] void Fail(HRESULT result, const std::u16string& what) {
-  std::u16string words = com::SystemMessage(result);
+  std::u16string words = SystemMessage(result);
   if (words.empty()) words = u"error " + Hex(static_cast<uint32_t>(result));
   throw SuiteError{static_cast<uint32_t>(result), what + u": " + words};
 }

@@ -7,6 +7,7 @@
 #include "SuiteError.h"
 #include "base/AnsiCodePage.h"
 #include "base/Com.h"
+#include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "base/Win32.h"
 
@@ -61,7 +62,7 @@ void CheckRegistry(LSTATUS status) {
   if (status == ERROR_SUCCESS) return;
   const HRESULT result = HRESULT_FROM_WIN32(static_cast<DWORD>(status));
   throw SuiteError{static_cast<uint32_t>(result),
-                   u"HotSync's registry key: " + com::SystemMessage(result)};
+                   u"HotSync's registry key: " + SystemMessage(result)};
 }
 
 // The names of the components' keys, by number.

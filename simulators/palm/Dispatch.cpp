@@ -25,7 +25,8 @@ HRESULT Fill(EXCEPINFO* info, const wchar_t* source, HRESULT result,
 }  // namespace
 
 VARIANT& Arguments::At(size_t i) const {
-  if (i >= count()) throw AutomationError(449, {}, u"An argument is missing");
+  if (i >= count())
+    throw AutomationError(ErrorNumber::kArgumentNotOptional, u"An argument is missing");
   return parameters_.rgvarg[count() - 1 - i];
 }
 

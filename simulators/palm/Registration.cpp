@@ -10,6 +10,7 @@
 
 #include "Suite.h"
 #include "SuiteError.h"
+#include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "files/ProgramFiles.h"
 
@@ -30,7 +31,7 @@ constexpr SYSKIND kSystems[] = {SYS_WIN32};
 #endif
 
 [[noreturn]] void Fail(HRESULT result, const std::u16string& what) {
-  throw SuiteError{static_cast<uint32_t>(result), what + u": " + com::SystemMessage(result)};
+  throw SuiteError{static_cast<uint32_t>(result), what + u": " + SystemMessage(result)};
 }
 
 bool IsElevated() {

@@ -9,6 +9,7 @@
 
 #include "Dispatch.h"
 #include "base/AnsiCodePage.h"
+#include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "pdb/ByteOrder.h"
 
@@ -688,7 +689,7 @@ SuiteServer::SuiteServer(std::shared_ptr<Session> session) {
     if (FAILED(result)) {
       for (const DWORD done : registrations_) ::CoRevokeClassObject(done);
       throw SuiteError{static_cast<uint32_t>(result),
-                       u"The suite's classes can't be offered: " + com::SystemMessage(result)};
+                       u"The suite's classes can't be offered: " + SystemMessage(result)};
     }
     registrations_.push_back(registration);
     // Clients come and go all the time.

@@ -13,11 +13,10 @@
 namespace pylon {
 namespace {
 
-constexpr int32_t kInternalError = 51;
 constexpr int kPointsPerInch = 72;
 
 AutomationError Refused(std::u16string_view what) {
-  return AutomationError(kInternalError, {},
+  return AutomationError(ErrorNumber::kInternal,
                          u"The signature can't be drawn: the system refused " +
                              std::u16string(what) + u" (" + ToText(::GetLastError()) + u")");
 }

@@ -22,21 +22,12 @@ __CRT_UUID_DECL(pylon::NativeStream, 0x0b0c7a6a, 0x3c58, 0x4f4f, 0x9f, 0x3e, 0x5
 namespace pylon {
 
 class ByteStreamObject final
-    : public Object<ByteStreamObject, ::_PDBByteStream, ::_PDBStreamContent>,
-      public NativeStream {
+    : public Object<ByteStreamObject, ::_PDBByteStream, ::_PDBStreamContent, NativeStream> {
  public:
   static const ClassInfo kClass;
 
   explicit ByteStreamObject(Server& server) : Object(server), stream_(server.code_page()) {}
 
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    return Object::QueryInterface(id, object);
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return Object::AddRef(); }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return Object::Release(); }
-  void* FindPrivate(REFIID id) noexcept {
-    return id == __uuidof(NativeStream) ? static_cast<NativeStream*>(this) : nullptr;
-  }
   PDBByteStream& stream() noexcept override { return stream_; }
 
   STDMETHODIMP get_GlobalByteSwap(VARIANT_BOOL* value) noexcept override;

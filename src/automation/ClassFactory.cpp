@@ -17,45 +17,16 @@ com::Ptr<IUnknown> Create(Server& server) {
   return com::Make<T>(server).template As<IUnknown>();
 }
 
-class ClassFactory final : public IClassFactory {
- public:
-  ClassFactory(Server& server, const CreatableClass& creatable) noexcept
-      : server_(server), creatable_(creatable) {}
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IClassFactory) return E_NOINTERFACE;
-    *object = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-
-  STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (outer) return CLASS_E_NOAGGREGATION;
+com::Ptr<IClassFactory> MakeFactory(Server& server, const CreatableClass& creatable) {
+  const auto create = [&server, &creatable](REFIID id, void** object) noexcept {
     HRESULT result = S_OK;
     const HRESULT guarded = Guard(
-        creatable_.info, [&] { result = creatable_.create(server_)->QueryInterface(id, object); });
+        creatable.info, [&] { result = creatable.create(server)->QueryInterface(id, object); });
     return FAILED(guarded) ? guarded : result;
-  }
-  STDMETHODIMP LockServer(BOOL lock) noexcept override {
-    lock ? server_.AddClient() : server_.RemoveClient();
-    return S_OK;
-  }
-
- private:
-  Server& server_;
-  const CreatableClass& creatable_;
-  std::atomic<ULONG> references_{1};
-};
+  };
+  return com::MakeClassFactory(
+      create, [&server](bool lock) noexcept { lock ? server.AddClient() : server.RemoveClient(); });
+}
 
 }  // namespace
 
@@ -76,7 +47,7 @@ std::span<const CreatableClass> CreatableClasses() {
 ClassObjects::ClassObjects(Server& server, Reach reach) {
   const DWORD context = reach == Reach::kThisProcess ? CLSCTX_INPROC_SERVER : CLSCTX_LOCAL_SERVER;
   for (const CreatableClass& creatable : CreatableClasses()) {
-    const auto factory = com::Make<ClassFactory>(server, creatable);
+    const auto factory = MakeFactory(server, creatable);
     DWORD registration = 0;
     const HRESULT result = ::CoRegisterClassObject(creatable.info.id, factory.get(), context,
                                                    REGCLS_MULTIPLEUSE, &registration);

@@ -219,7 +219,7 @@ HRESULT STDMETHODCALLTYPE Invoke(ClientNotifyFace* face, DISPID member, REFIID i
 }
 
 [[noreturn]] void Refuse(std::u16string_view member, std::u16string_view why) {
-  throw AutomationError(51, {},
+  throw AutomationError(ErrorNumber::kInternal,
                         u"Pylon can't serve HotSync's " + std::u16string(Layout::kName) + u"." +
                             std::u16string(member) + u": " + std::u16string(why));
 }

@@ -1,6 +1,7 @@
 #include "automation/ComConduitComponent.h"
 
 #include "automation/SyncInfoObject.h"
+#include "base/SystemMessage.h"
 
 namespace pylon {
 
@@ -43,11 +44,11 @@ ComponentFactory::Result ComComponentFactory::Create(std::u16string_view class_i
     created = ::CoCreateInstance(id, nullptr, CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER,
                                  IID_IUnknown, reinterpret_cast<void**>(object.Receive()));
   }
-  if (FAILED(created)) return {nullptr, Failure::kNotCreated, com::SystemMessage(created)};
+  if (FAILED(created)) return {nullptr, Failure::kNotCreated, SystemMessage(created)};
 
   auto component = object.As<::ISyncNotify>();
   if (!component) {
-    return {nullptr, Failure::kNoInterface, com::SystemMessage(E_NOINTERFACE)};
+    return {nullptr, Failure::kNoInterface, SystemMessage(E_NOINTERFACE)};
   }
   return {std::make_unique<ComConduitComponent>(server_, std::move(component)), Failure::kNone, {}};
 }

@@ -23,8 +23,8 @@ __CRT_UUID_DECL(pylon::NativeDefinition, 0x442889f7, 0xa621, 0x4ab8, 0xb6, 0x2a,
 
 namespace pylon {
 
-class DefinitionObject final : public Object<DefinitionObject, ::_PDBAppforgeDefinition>,
-                               public NativeDefinition {
+class DefinitionObject final
+    : public Object<DefinitionObject, ::_PDBAppforgeDefinition, NativeDefinition> {
  public:
   static const ClassInfo kClass;
 
@@ -32,14 +32,6 @@ class DefinitionObject final : public Object<DefinitionObject, ::_PDBAppforgeDef
       : Object(server),
         definition_(std::make_shared<pylon::PDBAppforgeDefinition>(server.code_page())) {}
 
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    return Object::QueryInterface(id, object);
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return Object::AddRef(); }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return Object::Release(); }
-  void* FindPrivate(REFIID id) noexcept {
-    return id == __uuidof(NativeDefinition) ? static_cast<NativeDefinition*>(this) : nullptr;
-  }
   const std::shared_ptr<pylon::PDBAppforgeDefinition>& definition() noexcept override {
     return definition_;
   }

@@ -1,5 +1,7 @@
 #include "automation/Object.h"
 
+#include <new>
+
 namespace pylon {
 namespace {
 
@@ -26,6 +28,18 @@ HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept tr
   return ResultOf(error.number());
 } catch (...) {
   return ResultOf(error.number());
+}
+
+HRESULT RaiseCurrent(const ClassInfo& raiser) noexcept try {
+  throw;
+} catch (const std::bad_alloc&) {
+  return Refuse(E_OUTOFMEMORY);
+} catch (...) {
+  try {
+    return Raise(raiser, CurrentError());
+  } catch (...) {
+    return Refuse(E_OUTOFMEMORY);  // for the copy
+  }
 }
 
 }  // namespace pylon

@@ -1,14 +1,13 @@
 #pragma once
 
-#include <atomic>
-#include <exception>
-#include <new>
+#include <type_traits>
+#include <utility>
 
 #include "automation/Library.h"
 #include "automation/Server.h"
 #include "base/AutomationError.h"
 #include "base/Com.h"
-#include "base/Text.h"
+#include "base/Implements.h"
 
 namespace pylon {
 
@@ -29,57 +28,28 @@ inline HRESULT Refuse(HRESULT result) noexcept {
   return result;
 }
 
+// Raise for the exception in flight; only inside a catch block.
+HRESULT RaiseCurrent(const ClassInfo& raiser) noexcept;
+
 // The one place where an exception becomes an HRESULT.
 template <class Body>
 HRESULT Guard(const ClassInfo& raiser, Body&& body) noexcept try {
   body();
   return S_OK;
-} catch (const AutomationError& error) {
-  return Raise(raiser, error);
-} catch (const std::bad_alloc&) {
-  return Refuse(E_OUTOFMEMORY);
-} catch (const std::exception& error) {
-  // Nothing of ours ends here; if it does, its own words are the best lead.
-  try {
-    return Raise(raiser, AutomationError(51, {}, FromUtf8(error.what())));
-  } catch (...) {
-    return Refuse(E_UNEXPECTED);
-  }
+} catch (...) {
+  return RaiseCurrent(raiser);
 }
 
-// IUnknown, IDispatch and ISupportErrorInfo for an automation class. `Interfaces` are dual ones,
-// the default first: late-bound calls go to it, whichever of them they come in by, so the others
-// use its member ids. `Self` has a static `kClass`.
+// IUnknown, IDispatch and ISupportErrorInfo for an automation class. `Others` are dual
+// interfaces, and ones without a marshaller that only this process knows. Late-bound calls go to
+// the default one, whichever they come in by, so the other dual ones use its member ids. `Self` has
+// a static `kClass`.
 //
-// Objects are made with com::Make and belong to one STA thread. COM tells one that it hands to
-// somebody outside of the process, which counts as a client of the server then.
+// Objects are made with com::Make and belong to one STA thread. COM reports the connections from
+// outside the process, and an object with one counts as a client of the server.
 template <class Self, class Default, class... Others>
-class Object : public Default,
-               public Others...,
-               public ISupportErrorInfo,
-               public IExternalConnection {
+class Object : public com::Implements<Default, Others..., ISupportErrorInfo, IExternalConnection> {
  public:
-  Object(const Object&) = delete;
-  Object& operator=(const Object&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = Find(id);
-    if (!*object) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) {
-      // A destructor may call out, and who is called may take and drop a reference meanwhile.
-      references_ = 1;
-      delete static_cast<Self*>(this);
-    }
-    return left;
-  }
-
   STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override {
     if (!count) return E_POINTER;
     *count = 1;
@@ -112,7 +82,7 @@ class Object : public Default,
   }
 
   STDMETHODIMP InterfaceSupportsErrorInfo(REFIID id) noexcept override {
-    return id == __uuidof(Default) || (... || (id == __uuidof(Others))) ? S_OK : S_FALSE;
+    return IsDual<Default>(id) || (... || IsDual<Others>(id)) ? S_OK : S_FALSE;
   }
 
   STDMETHODIMP_(DWORD) AddConnection(DWORD kind, DWORD) noexcept override {
@@ -128,7 +98,7 @@ class Object : public Default,
 
  protected:
   explicit Object(Server& server) noexcept : server_(server) { server_.AddObject(); }
-  ~Object() {
+  ~Object() override {
     if (connections_ != 0) server_.RemoveClient();
     server_.RemoveObject();
   }
@@ -158,26 +128,15 @@ class Object : public Default,
   }
 
  private:
-  void* Find(REFIID id) noexcept {
-    if (id == IID_IUnknown || id == IID_IDispatch || id == __uuidof(Default)) {
-      return static_cast<Default*>(this);
-    }
-    if (id == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
-    if (id == IID_IExternalConnection) return static_cast<IExternalConnection*>(this);
-    void* found = nullptr;
-    ((id == __uuidof(Others) ? void(found = static_cast<Others*>(this)) : void()), ...);
-    return found ? found : static_cast<Self*>(this)->FindPrivate(id);
+  template <class Interface>
+  static bool IsDual(REFIID id) noexcept {
+    return std::is_base_of_v<IDispatch, Interface> && id == __uuidof(Interface);
   }
-  // Interfaces that only this process knows; see NativeStream.
-  void* FindPrivate(REFIID) noexcept { return nullptr; }
 
   const DispatchTable& Table() { return server_.types().Table(__uuidof(Default)); }
 
   Server& server_;
-  std::atomic<ULONG> references_{1};
   DWORD connections_ = 0;  // from outside of the process
-
-  friend Self;
 };
 
 }  // namespace pylon

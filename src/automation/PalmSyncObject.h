@@ -26,9 +26,9 @@ class PalmSyncObject final : public Object<PalmSyncObject, ::_cPalmSync> {
                               VARIANT* info) noexcept override;
 
   STDMETHODIMP InterfaceSupportsErrorInfo(REFIID id) noexcept override;
-  void* FindPrivate(REFIID id) noexcept;
 
  private:
+  void* FindPrivate(REFIID id) noexcept override;
   HotSyncHost& Host() const;  // error 445 when there is none
   void Note(long creator) noexcept {
     if (creator != 0) creator_ = creator;

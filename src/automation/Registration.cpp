@@ -7,6 +7,9 @@
 #include <vector>
 
 #include "automation/ClassFactory.h"
+#include "base/Registry.h"
+#include "base/SystemMessage.h"
+#include "base/Text.h"
 
 namespace pylon {
 namespace {
@@ -40,49 +43,11 @@ std::span<const REGSAM> Views() {
 }
 
 [[noreturn]] void Fail(HRESULT result, const std::u16string& what) {
-  throw AutomationError(com::ErrorNumberOf(result), {}, what + u": " + com::SystemMessage(result));
+  throw AutomationError(com::ErrorNumberOf(result), {}, what + u": " + SystemMessage(result));
 }
 
-void WriteDefault(RegistrationScope scope, REGSAM view, const std::u16string& path,
-                  const std::u16string& value) {
-  RegistryKey key;
-  LSTATUS status = ::RegCreateKeyExW(Root(scope), Wide(path), 0, nullptr, 0, KEY_WRITE | view,
-                                     nullptr, key.Receive(), nullptr);
-  if (status == ERROR_SUCCESS) {
-    status = ::RegSetValueExW(key.get(), nullptr, 0, REG_SZ,
-                              reinterpret_cast<const BYTE*>(value.c_str()),
-                              static_cast<DWORD>((value.size() + 1) * sizeof(char16_t)));
-  }
+void Require(LSTATUS status, const std::u16string& path) {
   if (status != ERROR_SUCCESS) Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
-}
-
-std::u16string ReadDefault(RegistrationScope scope, REGSAM view, const std::u16string& path) {
-  RegistryKey key;
-  if (::RegOpenKeyExW(Root(scope), Wide(path), 0, KEY_READ | view, key.Receive()) !=
-      ERROR_SUCCESS) {
-    return {};
-  }
-  std::vector<wchar_t> text(32'768);  // the longest path
-  DWORD size = static_cast<DWORD>((text.size() - 1) * sizeof(wchar_t));
-  if (::RegQueryValueExW(key.get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()),
-                         &size) != ERROR_SUCCESS) {
-    return {};
-  }
-  return FromWide(text.data());
-}
-
-// Deletes a key and what lies under it.
-void DeleteTree(RegistrationScope scope, REGSAM view, const std::u16string& path) {
-  RegistryKey key;
-  LSTATUS status = ::RegOpenKeyExW(Root(scope), Wide(path), 0, KEY_READ | KEY_WRITE | DELETE | view,
-                                   key.Receive());
-  if (status == ERROR_FILE_NOT_FOUND) return;
-  if (status == ERROR_SUCCESS) status = ::RegDeleteTreeW(key.get(), nullptr);
-  key.Reset();
-  if (status == ERROR_SUCCESS) status = ::RegDeleteKeyExW(Root(scope), Wide(path), view, 0);
-  if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) {
-    Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
-  }
 }
 
 struct LibraryId {
@@ -137,17 +102,19 @@ std::vector<RegisteredLibrary> Libraries(TypeLibrary& types) {
 
 void RegisterClass(const ClassInfo& info, const LibraryId& library,
                    const std::u16string& program_path, RegistrationScope scope, REGSAM view) {
+  const auto write = [&](const std::u16string& path, const std::u16string& value) {
+    Require(WriteRegistryText(Root(scope), path, nullptr, value, view), path);
+  };
   const std::u16string path = ClassPath(info);
   const std::u16string prog_id = info.prog_id;
-  WriteDefault(scope, view, path, prog_id);
-  WriteDefault(scope, view, path + u"\\LocalServer32", Quoted(program_path));
-  WriteDefault(scope, view, path + u"\\ProgID", prog_id);
-  WriteDefault(scope, view, path + u"\\TypeLib", Braced(library.id));
-  WriteDefault(scope, view, path + u"\\Version",
-               ToText(library.major) + u"." + ToText(library.minor));
-  WriteDefault(scope, view, path + u"\\Programmable", {});
-  WriteDefault(scope, view, std::u16string(kClasses) + prog_id, prog_id);
-  WriteDefault(scope, view, std::u16string(kClasses) + prog_id + u"\\CLSID", Braced(info.id));
+  write(path, prog_id);
+  write(path + u"\\LocalServer32", Quoted(program_path));
+  write(path + u"\\ProgID", prog_id);
+  write(path + u"\\TypeLib", Braced(library.id));
+  write(path + u"\\Version", ToText(library.major) + u"." + ToText(library.minor));
+  write(path + u"\\Programmable", {});
+  write(std::u16string(kClasses) + prog_id, prog_id);
+  write(std::u16string(kClasses) + prog_id + u"\\CLSID", Braced(info.id));
 }
 
 }  // namespace
@@ -184,18 +151,21 @@ void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
 
 void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
                       RegistrationScope scope) {
+  const HKEY root = Root(scope);
   for (const REGSAM view : Views()) {
     for (const CreatableClass& creatable : CreatableClasses()) {
       const std::u16string path = ClassPath(creatable.info);
-      const std::u16string server = ReadDefault(scope, view, path + u"\\LocalServer32");
+      const std::u16string server =
+          ReadRegistryText(root, path + u"\\LocalServer32", nullptr, view);
       if (!EqualsIgnoringCase(server, Quoted(program_path))) continue;
-      DeleteTree(scope, view, path);
-      DeleteTree(scope, view, std::u16string(kClasses) + creatable.info.prog_id);
+      const std::u16string name = std::u16string(kClasses) + creatable.info.prog_id;
+      Require(DeleteRegistryTree(root, path, view), path);
+      Require(DeleteRegistryTree(root, name, view), name);
     }
   }
   for (const auto& [library, path] : Libraries(types)) {
     const LibraryId id = IdOf(library.get());
-    if (!EqualsIgnoringCase(ReadDefault(scope, 0, LibraryPath(id)), path)) continue;
+    if (!EqualsIgnoringCase(ReadRegistryText(root, LibraryPath(id), nullptr), path)) continue;
     const HRESULT result =
         scope == RegistrationScope::kMachine
             ? ::UnRegisterTypeLib(id.id, id.major, id.minor, id.locale, id.system)

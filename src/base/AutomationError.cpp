@@ -1,5 +1,6 @@
 #include "base/AutomationError.h"
 
+#include <new>
 #include <utility>
 
 #include "base/Text.h"
@@ -21,49 +22,71 @@ AutomationError::AutomationError(ErrorNumber number, std::u16string description,
                                  std::optional<FailureKind> kind)
     : AutomationError(static_cast<int32_t>(number), {}, std::move(description), kind) {}
 
+AutomationError::AutomationError(ErrorNumber number, std::u16string source,
+                                 std::u16string description)
+    : AutomationError(static_cast<int32_t>(number), std::move(source), std::move(description)) {}
+
 AutomationError Overflow() { return AutomationError(ErrorNumber::kOverflow); }
 AutomationError SubscriptOutOfRange() { return AutomationError(ErrorNumber::kSubscriptOutOfRange); }
 AutomationError TypeMismatch() { return AutomationError(ErrorNumber::kTypeMismatch); }
 AutomationError InvalidArgument() { return AutomationError(ErrorNumber::kInvalidArgument); }
 
+AutomationError CurrentError() {
+  try {
+    throw;
+  } catch (const AutomationError& error) {
+    return error;
+  } catch (const std::bad_alloc&) {
+    return AutomationError(ErrorNumber::kOutOfMemory);
+  } catch (const std::exception& error) {
+    // None of ours gets this far; if one does, its own words are the best lead.
+    return AutomationError(ErrorNumber::kInternal, FromUtf8(error.what()));
+  } catch (...) {
+    return AutomationError(ErrorNumber::kInternal);
+  }
+}
+
 std::u16string DescribeError(int32_t number) {
   struct Known {
-    int32_t number;
+    ErrorNumber number;
     const char16_t* description;
   };
   static constexpr Known kKnown[] = {
-      {5, u"Invalid procedure call or argument"},
-      {6, u"Overflow"},
-      {7, u"Out of memory"},
-      {9, u"Subscript out of range"},
-      {10, u"This array is fixed or temporarily locked"},
-      {11, u"Division by zero"},
-      {13, u"Type mismatch"},
-      {48, u"Error in loading DLL"},
-      {51, u"Internal error"},
-      {52, u"Bad file name or number"},
-      {53, u"File not found"},
-      {57, u"Device I/O error"},
-      {61, u"Disk full"},
-      {70, u"Permission denied"},
-      {75, u"Path/File access error"},
-      {76, u"Path not found"},
-      {91, u"Object variable or With block variable not set"},
-      {424, u"Object required"},
-      {429, u"ActiveX component can't create object"},
-      {430, u"Class does not support Automation or does not support expected interface"},
-      {438, u"Object doesn't support this property or method"},
-      {445, u"Object doesn't support this action"},
-      {446, u"Object doesn't support named arguments"},
-      {447, u"Object doesn't support current locale setting"},
-      {448, u"Named argument not found"},
-      {449, u"Argument not optional"},
-      {450, u"Wrong number of arguments or invalid property assignment"},
-      {458, u"Variable uses an Automation type not supported"},
-      {462, u"The remote server machine does not exist or is unavailable"},
+      {ErrorNumber::kInvalidArgument, u"Invalid procedure call or argument"},
+      {ErrorNumber::kOverflow, u"Overflow"},
+      {ErrorNumber::kOutOfMemory, u"Out of memory"},
+      {ErrorNumber::kSubscriptOutOfRange, u"Subscript out of range"},
+      {ErrorNumber::kArrayLocked, u"This array is fixed or temporarily locked"},
+      {ErrorNumber::kDivisionByZero, u"Division by zero"},
+      {ErrorNumber::kTypeMismatch, u"Type mismatch"},
+      {ErrorNumber::kLoadingDll, u"Error in loading DLL"},
+      {ErrorNumber::kInternal, u"Internal error"},
+      {ErrorNumber::kBadFileName, u"Bad file name or number"},
+      {ErrorNumber::kFileNotFound, u"File not found"},
+      {ErrorNumber::kDeviceIo, u"Device I/O error"},
+      {ErrorNumber::kDiskFull, u"Disk full"},
+      {ErrorNumber::kPermissionDenied, u"Permission denied"},
+      {ErrorNumber::kPathFileAccess, u"Path/File access error"},
+      {ErrorNumber::kPathNotFound, u"Path not found"},
+      {ErrorNumber::kObjectNotSet, u"Object variable or With block variable not set"},
+      {ErrorNumber::kObjectRequired, u"Object required"},
+      {ErrorNumber::kCannotCreateObject, u"ActiveX component can't create object"},
+      {ErrorNumber::kInterfaceNotSupported,
+       u"Class does not support Automation or does not support expected interface"},
+      {ErrorNumber::kNoSuchMember, u"Object doesn't support this property or method"},
+      {ErrorNumber::kActionNotSupported, u"Object doesn't support this action"},
+      {ErrorNumber::kNoNamedArguments, u"Object doesn't support named arguments"},
+      {ErrorNumber::kLocaleNotSupported, u"Object doesn't support current locale setting"},
+      {ErrorNumber::kNoSuchNamedArgument, u"Named argument not found"},
+      {ErrorNumber::kArgumentNotOptional, u"Argument not optional"},
+      {ErrorNumber::kWrongArgumentCount,
+       u"Wrong number of arguments or invalid property assignment"},
+      {ErrorNumber::kVariableTypeNotSupported, u"Variable uses an Automation type not supported"},
+      {ErrorNumber::kServerUnavailable,
+       u"The remote server machine does not exist or is unavailable"},
   };
   for (const Known& known : kKnown) {
-    if (known.number == number) return known.description;
+    if (static_cast<int32_t>(known.number) == number) return known.description;
   }
   return u"Application-defined or object-defined error";
 }

@@ -4,44 +4,44 @@
 #include <new>
 
 #include "base/AutomationError.h"
-#include "base/Text.h"
+#include "base/SystemMessage.h"
 
 namespace pylon::com {
 namespace {
 
 struct KnownError {
   HRESULT result;
-  int32_t number;
+  ErrorNumber number;
 };
 
 constexpr KnownError kKnownErrors[] = {
-    {E_INVALIDARG, 5},
-    {DISP_E_OVERFLOW, 6},
-    {E_OUTOFMEMORY, 7},
-    {DISP_E_BADINDEX, 9},
-    {DISP_E_ARRAYISLOCKED, 10},
-    {DISP_E_DIVBYZERO, 11},
-    {DISP_E_TYPEMISMATCH, 13},
-    {STG_E_FILENOTFOUND, 53},
-    {E_ACCESSDENIED, 70},
-    {STG_E_ACCESSDENIED, 70},
-    {E_POINTER, 91},
-    {E_NOINTERFACE, 430},
-    {DISP_E_UNKNOWNNAME, 438},
-    {DISP_E_MEMBERNOTFOUND, 438},
-    {DISP_E_UNKNOWNINTERFACE, 438},
-    {E_NOTIMPL, 445},
-    {DISP_E_NONAMEDARGS, 446},
-    {DISP_E_UNKNOWNLCID, 447},
-    {DISP_E_PARAMNOTFOUND, 448},
-    {DISP_E_PARAMNOTOPTIONAL, 449},
-    {DISP_E_BADPARAMCOUNT, 450},
-    {DISP_E_NOTACOLLECTION, 451},
-    {DISP_E_BADVARTYPE, 458},
-    {RPC_S_SERVER_UNAVAILABLE, 462},
-    {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), 462},
-    {RPC_E_SERVER_DIED, 462},
-    {RPC_E_DISCONNECTED, 462},
+    {E_INVALIDARG, ErrorNumber::kInvalidArgument},
+    {DISP_E_OVERFLOW, ErrorNumber::kOverflow},
+    {E_OUTOFMEMORY, ErrorNumber::kOutOfMemory},
+    {DISP_E_BADINDEX, ErrorNumber::kSubscriptOutOfRange},
+    {DISP_E_ARRAYISLOCKED, ErrorNumber::kArrayLocked},
+    {DISP_E_DIVBYZERO, ErrorNumber::kDivisionByZero},
+    {DISP_E_TYPEMISMATCH, ErrorNumber::kTypeMismatch},
+    {STG_E_FILENOTFOUND, ErrorNumber::kFileNotFound},
+    {E_ACCESSDENIED, ErrorNumber::kPermissionDenied},
+    {STG_E_ACCESSDENIED, ErrorNumber::kPermissionDenied},
+    {E_POINTER, ErrorNumber::kObjectNotSet},
+    {E_NOINTERFACE, ErrorNumber::kInterfaceNotSupported},
+    {DISP_E_UNKNOWNNAME, ErrorNumber::kNoSuchMember},
+    {DISP_E_MEMBERNOTFOUND, ErrorNumber::kNoSuchMember},
+    {DISP_E_UNKNOWNINTERFACE, ErrorNumber::kNoSuchMember},
+    {E_NOTIMPL, ErrorNumber::kActionNotSupported},
+    {DISP_E_NONAMEDARGS, ErrorNumber::kNoNamedArguments},
+    {DISP_E_UNKNOWNLCID, ErrorNumber::kLocaleNotSupported},
+    {DISP_E_PARAMNOTFOUND, ErrorNumber::kNoSuchNamedArgument},
+    {DISP_E_PARAMNOTOPTIONAL, ErrorNumber::kArgumentNotOptional},
+    {DISP_E_BADPARAMCOUNT, ErrorNumber::kWrongArgumentCount},
+    {DISP_E_NOTACOLLECTION, ErrorNumber::kNotACollection},
+    {DISP_E_BADVARTYPE, ErrorNumber::kVariableTypeNotSupported},
+    {RPC_S_SERVER_UNAVAILABLE, ErrorNumber::kServerUnavailable},
+    {HRESULT_FROM_WIN32(RPC_S_SERVER_UNAVAILABLE), ErrorNumber::kServerUnavailable},
+    {RPC_E_SERVER_DIED, ErrorNumber::kServerUnavailable},
+    {RPC_E_DISCONNECTED, ErrorNumber::kServerUnavailable},
 };
 
 // Locks an array's data for as long as it lives.
@@ -134,23 +134,9 @@ int32_t ErrorNumberOf(HRESULT result) noexcept {
   const auto code = static_cast<uint32_t>(result);
   if ((code & 0xFFFF0000U) == 0x800A0000U) return static_cast<int32_t>(code & 0xFFFFU);
   for (const KnownError& known : kKnownErrors) {
-    if (known.result == result) return known.number;
+    if (known.result == result) return static_cast<int32_t>(known.number);
   }
   return result;
-}
-
-std::u16string SystemMessage(HRESULT result) {
-  wchar_t* buffer = nullptr;
-  const DWORD length = ::FormatMessageW(
-      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-      nullptr, static_cast<DWORD>(result), 0, reinterpret_cast<wchar_t*>(&buffer), 0, nullptr);
-  std::wstring_view text(buffer ? buffer : L"", length);
-  while (!text.empty() && (text.back() == L'\r' || text.back() == L'\n' || text.back() == L' ')) {
-    text.remove_suffix(1);
-  }
-  std::u16string message = FromWide(text);
-  ::LocalFree(buffer);
-  return message;
 }
 
 void Check(HRESULT result, IUnknown* object, REFIID interface_id) {

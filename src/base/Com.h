@@ -170,7 +170,4 @@ void Check(HRESULT result, IUnknown* object = nullptr, REFIID interface_id = IID
 // and E_ codes, any other as it is (signed).
 int32_t ErrorNumberOf(HRESULT result) noexcept;
 
-// The system's text for an HRESULT or a system error number, without the line end.
-std::u16string SystemMessage(HRESULT result);
-
 }  // namespace pylon::com

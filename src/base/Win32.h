@@ -32,16 +32,16 @@ inline const wchar_t* Wide(const std::u16string& text) noexcept {
 }
 inline std::u16string FromWide(std::wstring_view text) { return {text.begin(), text.end()}; }
 
-// Owns one handle of the kind that Traits describes: `Type`, `Invalid()` and `Close(Type)`.
-template <class Traits>
+// Owns one handle. A kind of handle is one line: its type, the function that closes it, and the
+// number that stands for "none" when that isn't null. No handle is held outside of it.
+template <class T, auto Close, INT_PTR None = 0>
 class UniqueHandle {
  public:
-  using Type = typename Traits::Type;
+  using Type = T;
 
   UniqueHandle() noexcept = default;
   explicit UniqueHandle(Type handle) noexcept : handle_(handle) {}
-  UniqueHandle(UniqueHandle&& other) noexcept
-      : handle_(std::exchange(other.handle_, Traits::Invalid())) {}
+  UniqueHandle(UniqueHandle&& other) noexcept : handle_(other.Release()) {}
   UniqueHandle& operator=(UniqueHandle&& other) noexcept {
     std::swap(handle_, other.handle_);
     return *this;
@@ -49,11 +49,11 @@ class UniqueHandle {
   ~UniqueHandle() { Reset(); }
 
   Type get() const noexcept { return handle_; }
-  explicit operator bool() const noexcept { return handle_ != Traits::Invalid(); }
-  Type Release() noexcept { return std::exchange(handle_, Traits::Invalid()); }
-  void Reset(Type handle = Traits::Invalid()) noexcept {
+  explicit operator bool() const noexcept { return handle_ != Invalid(); }
+  Type Release() noexcept { return std::exchange(handle_, Invalid()); }
+  void Reset(Type handle = Invalid()) noexcept {
     const Type old = std::exchange(handle_, handle);
-    if (old != Traits::Invalid()) Traits::Close(old);
+    if (old != Invalid()) Close(old);
   }
   // For functions that fill a handle; what was held is closed first.
   Type* Receive() noexcept {
@@ -62,49 +62,30 @@ class UniqueHandle {
   }
 
  private:
-  Type handle_ = Traits::Invalid();
+  static Type Invalid() noexcept { return reinterpret_cast<Type>(None); }
+
+  Type handle_ = Invalid();
 };
 
-struct FileHandleTraits {
-  using Type = HANDLE;
-  static Type Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-  static void Close(Type handle) noexcept { ::CloseHandle(handle); }
-};
-struct KernelHandleTraits {
-  using Type = HANDLE;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type handle) noexcept { ::CloseHandle(handle); }
-};
-struct RegistryKeyTraits {
-  using Type = HKEY;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type key) noexcept { ::RegCloseKey(key); }
-};
-template <class Object>
-struct GdiObjectTraits {
-  using Type = Object;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type object) noexcept { ::DeleteObject(object); }
-};
-struct MemoryDcTraits {
-  using Type = HDC;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type dc) noexcept { ::DeleteDC(dc); }
-};
-struct IconTraits {
-  using Type = HICON;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type icon) noexcept { ::DestroyIcon(icon); }
-};
+// For UniqueHandle: the window is needed no longer once the context has gone back to it.
+inline void ReleaseWindowDc(HDC dc) noexcept { ::ReleaseDC(::WindowFromDC(dc), dc); }
 
-using FileHandle = UniqueHandle<FileHandleTraits>;      // from CreateFile: invalid is -1
-using KernelHandle = UniqueHandle<KernelHandleTraits>;  // process, thread, event, token: null
-using RegistryKey = UniqueHandle<RegistryKeyTraits>;
-using Bitmap = UniqueHandle<GdiObjectTraits<HBITMAP>>;
-using Brush = UniqueHandle<GdiObjectTraits<HBRUSH>>;
-using Font = UniqueHandle<GdiObjectTraits<HFONT>>;
-using Pen = UniqueHandle<GdiObjectTraits<HPEN>>;
-using MemoryDc = UniqueHandle<MemoryDcTraits>;
-using Icon = UniqueHandle<IconTraits>;
+using FileHandle = UniqueHandle<HANDLE, &::CloseHandle, -1>;     // from CreateFile
+using KernelHandle = UniqueHandle<HANDLE, &::CloseHandle>;       // process, thread, event, token
+using FileSearch = UniqueHandle<HANDLE, &::FindClose, -1>;       // from FindFirstFile
+using FileView = UniqueHandle<const void*, &::UnmapViewOfFile>;  // from MapViewOfFile
+using RegistryKey = UniqueHandle<HKEY, &::RegCloseKey>;
+using Dll = UniqueHandle<HMODULE, &::FreeLibrary>;
+using GlobalMemory = UniqueHandle<HGLOBAL, &::GlobalFree>;
+using LocalText = UniqueHandle<wchar_t*, &::LocalFree>;
+using WindowHandle = UniqueHandle<HWND, &::DestroyWindow>;
+using WindowDc = UniqueHandle<HDC, &ReleaseWindowDc>;  // from GetDC
+using MemoryDc = UniqueHandle<HDC, &::DeleteDC>;
+using Bitmap = UniqueHandle<HBITMAP, &::DeleteObject>;
+using Brush = UniqueHandle<HBRUSH, &::DeleteObject>;
+using Font = UniqueHandle<HFONT, &::DeleteObject>;
+using Pen = UniqueHandle<HPEN, &::DeleteObject>;
+using Icon = UniqueHandle<HICON, &::DestroyIcon>;
+using Menu = UniqueHandle<HMENU, &::DestroyMenu>;
 
 }  // namespace pylon

@@ -63,17 +63,11 @@ class RapiLibrary {
 #undef PYLON_RAPI_POINTER
 
  private:
-  struct ModuleTraits {
-    using Type = HMODULE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type module) noexcept { ::FreeLibrary(module); }
-  };
-
   RapiLibrary() = default;
   // The first function that is missing, or null.
   const char* Bind() noexcept;
 
-  UniqueHandle<ModuleTraits> module_;
+  Dll module_;
 };
 
 }  // namespace pylon

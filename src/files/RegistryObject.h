@@ -59,11 +59,7 @@ class RegistryObject {
   static bool CanStore(std::u16string_view text);
 };
 
-struct RegistryObjectKeyTraits {
-  using Type = RegistryObject::KeyHandle;
-  static Type Invalid() noexcept { return RegistryObject::kNoKey; }
-  static void Close(Type key) noexcept { RegistryObject::CloseKey(key); }
-};
-using OpenRegistryKey = UniqueHandle<RegistryObjectKeyTraits>;
+using OpenRegistryKey =
+    UniqueHandle<RegistryObject::KeyHandle, &RegistryObject::CloseKey, RegistryObject::kNoKey>;
 
 }  // namespace pylon

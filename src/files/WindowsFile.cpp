@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "base/SystemMessage.h"
+
 namespace pylon::win {
 namespace {
 
@@ -16,15 +18,9 @@ DWORD LastError() noexcept {
 }
 
 std::u16string DescribeError(DWORD error) {
-  wchar_t* text = nullptr;
-  const DWORD size = ::FormatMessageW(
-      FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-      nullptr, error, 0, reinterpret_cast<wchar_t*>(&text), 0, nullptr);
-  std::u16string description = size == 0 ? u"Unknown error" : FromWide({text, size});
-  ::LocalFree(text);
-  while (!description.empty() && (description.back() <= u' ' || description.back() == u'.')) {
-    description.pop_back();
-  }
+  std::u16string description = SystemMessage(error);
+  if (description.empty()) return u"Unknown error";
+  while (description.ends_with(u'.')) description.pop_back();
   return description;
 }
 

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "base/SystemMessage.h"
+
 namespace pylon {
 namespace {
 
@@ -24,7 +26,7 @@ struct Exception : EXCEPINFO {
 };
 
 std::u16string DescriptionOr(HRESULT result, std::u16string description) {
-  if (description.empty()) description = com::SystemMessage(result);
+  if (description.empty()) description = SystemMessage(result);
   if (description.empty()) description = u"Automation error";
   return description;
 }
@@ -113,7 +115,8 @@ com::Ptr<IDispatch> ToObject(const com::Variant& value) {
       return object;
     }
   }
-  throw AutomationError(51, {}, u"HotSync's COM suite gave no object where one belongs.");
+  throw AutomationError(ErrorNumber::kInternal,
+                        u"HotSync's COM suite gave no object where one belongs.");
 }
 
 }  // namespace pylon

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "base/AutomationError.h"
 #include "base/Com.h"
 
 // What Pylon takes for granted about HotSync's COM sync suite; the one place for it. Statements
@@ -122,7 +123,7 @@ struct KnownFailure {
   HRESULT result;
   Failure failure;
 };
-inline constexpr HRESULT BasicError(int number) {
+inline constexpr HRESULT BasicError(ErrorNumber number) {
   return static_cast<HRESULT>(0x800A0000U + static_cast<unsigned>(number));
 }
 // The system's errors as HRESULT_FROM_WIN32 makes them, which is no constant expression.
@@ -131,18 +132,18 @@ inline constexpr HRESULT SystemError(int number) {
 }
 inline constexpr KnownFailure kFailures[] = {
     {SystemError(ERROR_CONNECTION_ABORTED), Failure::kLost},
-    {BasicError(57), Failure::kLost},
+    {BasicError(ErrorNumber::kDeviceIo), Failure::kLost},
     {E_ACCESSDENIED, Failure::kRefused},
     {STG_E_ACCESSDENIED, Failure::kRefused},
-    {BasicError(70), Failure::kRefused},
+    {BasicError(ErrorNumber::kPermissionDenied), Failure::kRefused},
     {E_OUTOFMEMORY, Failure::kMemoryFull},
     {STG_E_MEDIUMFULL, Failure::kMemoryFull},
-    {BasicError(7), Failure::kMemoryFull},
+    {BasicError(ErrorNumber::kOutOfMemory), Failure::kMemoryFull},
     {STG_E_FILENOTFOUND, Failure::kNotThere},
     {DISP_E_BADINDEX, Failure::kNotThere},
-    {BasicError(53), Failure::kNotThere},
+    {BasicError(ErrorNumber::kFileNotFound), Failure::kNotThere},
     {STG_E_FILEALREADYEXISTS, Failure::kExists},
-    {BasicError(58), Failure::kExists},
+    {BasicError(ErrorNumber::kFileExists), Failure::kExists},
     // COM's own: the server is alive and only busy, or was never reached, so the link is not lost.
     {RPC_E_CANTCALLOUT_ININPUTSYNCCALL, Failure::kOther},
     {RPC_E_CANTCALLOUT_INASYNCCALL, Failure::kOther},

@@ -9,7 +9,8 @@ constexpr uint8_t kAttributeBits = 0xF8;
 constexpr uint8_t kCategoryBits = 0x0F;
 
 AutomationError UnknownId() {
-  return AutomationError(51, {}, u"HotSync's COM suite gave a unique id of an unknown form.");
+  return AutomationError(ErrorNumber::kInternal,
+                         u"HotSync's COM suite gave a unique id of an unknown form.");
 }
 
 }  // namespace

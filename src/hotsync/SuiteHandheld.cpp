@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/SystemMessage.h"
 #include "hotsync/SuiteDatabase.h"
 #include "hotsync/SuiteLibrary.h"
 
 namespace pylon {
 namespace {
-
-constexpr int32_t kInternalError = 51;
-constexpr int32_t kFileExists = 58;
-constexpr int32_t kCannotCreate = 429;
 
 #ifdef _WIN64
 // Whether a class by this name has a server in the view of the registry that 32-bit programs see.
@@ -47,14 +44,14 @@ com::Ptr<IDispatch> Create(const wchar_t* prog_id) {
   const std::u16string name = FromWide(prog_id);
 #ifdef _WIN64
   if (ServesOnly32Bit(name)) {
-    throw AutomationError(kCannotCreate, {},
+    throw AutomationError(ErrorNumber::kCannotCreateObject,
                           u"HotSync on this PC works with 32-bit programs only. Register the "
                           u"32-bit Pylon instead of this one.");
   }
 #endif
   throw AutomationError(
-      kCannotCreate, {},
-      u"HotSync's COM sync suite can't be reached: " + name + u": " + com::SystemMessage(result));
+      ErrorNumber::kCannotCreateObject,
+      u"HotSync's COM sync suite can't be reached: " + name + u": " + SystemMessage(result));
 }
 
 std::u16string ToText(const com::Variant& value) {
@@ -78,13 +75,13 @@ std::vector<std::u16string> ToTexts(const com::Variant& given) {
   const VARTYPE type = V_VT(value) & ~VT_BYREF;
   if (type == VT_EMPTY || type == VT_NULL) return {};
   if (type != (VT_ARRAY | VT_BSTR) && type != (VT_ARRAY | VT_VARIANT)) {
-    throw AutomationError(kInternalError, {}, u"HotSync's COM suite gave no list of names.");
+    throw AutomationError(ErrorNumber::kInternal, u"HotSync's COM suite gave no list of names.");
   }
   SAFEARRAY* const array = V_ISBYREF(value) ? *V_ARRAYREF(value) : V_ARRAY(value);
   std::vector<std::u16string> texts;
   if (!array) return texts;
   if (::SafeArrayGetDim(array) != 1) {
-    throw AutomationError(kInternalError, {}, u"HotSync's COM suite gave no list of names.");
+    throw AutomationError(ErrorNumber::kInternal, u"HotSync's COM suite gave no list of names.");
   }
   LONG lower = 0;
   LONG upper = -1;
@@ -223,7 +220,7 @@ std::unique_ptr<HandheldDatabase> SuiteHandheld::OpenDatabase(std::u16string_vie
         });
   } catch (const AutomationError& error) {
     // Which failure of the suite means "not there" is not known for sure; its list knows.
-    if (error.number() != kInternalError || IsListed(name)) throw;
+    if (!error.Is(ErrorNumber::kInternal) || IsListed(name)) throw;
     return nullptr;
   }
 }
@@ -242,8 +239,8 @@ std::unique_ptr<HandheldDatabase> SuiteHandheld::CreateDatabase(std::u16string_v
           link_);
     });
   } catch (const AutomationError& error) {
-    if (error.number() != kInternalError || !IsListed(name)) throw;
-    throw AutomationError(kFileExists, error.source(), error.description());
+    if (!error.Is(ErrorNumber::kInternal) || !IsListed(name)) throw;
+    throw AutomationError(ErrorNumber::kFileExists, error.source(), error.description());
   }
 }
 
@@ -255,7 +252,7 @@ bool SuiteHandheld::DeleteDatabase(std::u16string_view name) {
       return true;
     });
   } catch (const AutomationError& error) {
-    if (error.number() != kInternalError || IsListed(name)) throw;
+    if (!error.Is(ErrorNumber::kInternal) || IsListed(name)) throw;
     return false;
   }
 }

@@ -13,10 +13,6 @@ bool IsTransportError(HRESULT result) noexcept {
          code <= RPC_S_NOT_CANCELLED;
 }
 
-constexpr int32_t kInternalError = 51;
-constexpr int32_t kFileExists = 58;
-constexpr int32_t kPermissionDenied = 70;
-
 }  // namespace
 
 suite::Failure SuiteLink::FailureOf(HRESULT result) noexcept {
@@ -31,35 +27,35 @@ void SuiteLink::RequireOpen() const {
 }
 
 void SuiteLink::Raise(const LateBoundError& error) {
-  const auto raise = [&error](int32_t number) {
+  const auto raise = [&error](ErrorNumber number) {
     throw AutomationError(number, error.source(), error.description());
   };
   switch (FailureOf(error.result())) {
     case suite::Failure::kLost:
       lost_ = true;
-      throw AutomationError(static_cast<int32_t>(ErrorNumber::kDeviceIo), error.source(),
+      throw AutomationError(ErrorNumber::kDeviceIo, error.source(),
                             std::u16string(kClosedText) + u" (" + error.description() + u")");
     case suite::Failure::kRefused:
-      raise(kPermissionDenied);
+      raise(ErrorNumber::kPermissionDenied);
       break;
     case suite::Failure::kMemoryFull:
-      raise(static_cast<int32_t>(ErrorNumber::kOutOfMemory));
+      raise(ErrorNumber::kOutOfMemory);
       break;
     case suite::Failure::kExists:
-      raise(kFileExists);
+      raise(ErrorNumber::kFileExists);
       break;
     case suite::Failure::kNotThere:
     case suite::Failure::kOther:
       break;
   }
-  throw AutomationError(kInternalError, error.source(), error.description());
+  throw AutomationError(ErrorNumber::kInternal, error.source(), error.description());
 }
 
 com::Variant Converted(const com::Variant& value, VARTYPE type) {
   com::Variant converted;
   if (FAILED(::VariantChangeTypeEx(converted.get(), const_cast<VARIANT*>(value.get()),
                                    LOCALE_INVARIANT, 0, type))) {
-    throw AutomationError(kInternalError, {},
+    throw AutomationError(ErrorNumber::kInternal,
                           u"HotSync's COM suite gave a value of type " + ToText(V_VT(value.get())) +
                               u" where one of type " + ToText(type) + u" belongs.");
   }
@@ -73,7 +69,7 @@ std::optional<Bytes> ToRecordData(const com::Variant& value) {
   try {
     return com::ToBytes(*value.get()).bytes;
   } catch (const AutomationError&) {
-    throw AutomationError(kInternalError, {},
+    throw AutomationError(ErrorNumber::kInternal,
                           u"HotSync's COM suite gave a record that is no bytes.");
   }
 }

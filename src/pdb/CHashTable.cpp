@@ -10,9 +10,6 @@
 namespace pylon {
 namespace {
 
-constexpr int32_t kInvalidKey = 1001;
-constexpr int32_t kNotEmpty = 1002;
-
 // A chain of so many other hashes makes the buckets grow, up to so many for each entry: beyond
 // that, more of them would not help either.
 constexpr int32_t kLongChain = 8;
@@ -31,12 +28,12 @@ CHashTable::CHashTable(const AnsiCodePage& code_page) : code_page_(&code_page) {
 }
 
 void CHashTable::SetIgnoreCase(bool value) {
-  if (used_ > 0) throw AutomationError(kNotEmpty, {}, u"The Hash Table isn't empty");
+  if (used_ > 0) throw AutomationError(ErrorNumber::kNotEmpty, u"The Hash Table isn't empty");
   ignore_case_ = value;
 }
 
 void CHashTable::SetSize(int32_t hashSize, int32_t listSize, int32_t chunk) {
-  if (used_ > 0) throw AutomationError(kNotEmpty, {}, u"The Hash Table isn't empty");
+  if (used_ > 0) throw AutomationError(ErrorNumber::kNotEmpty, u"The Hash Table isn't empty");
   if (hashSize < 1 || listSize < 0 || chunk < 1) throw InvalidArgument();
   hash_size_ = hashSize;
   list_size_ = listSize;
@@ -73,7 +70,7 @@ bool CHashTable::Matches(const Node& node, std::u16string_view key, int32_t hash
 }
 
 int32_t CHashTable::Find(std::u16string_view key, int32_t hash) const {
-  if (key.empty()) throw AutomationError(kInvalidKey, {}, u"Invalid key");
+  if (key.empty()) throw AutomationError(ErrorNumber::kInvalidKey, u"Invalid key");
   int32_t node = buckets_[BucketOf(hash)];
   while (node != kNone && !Matches(At(node), key, hash)) node = At(node).next;
   return node;

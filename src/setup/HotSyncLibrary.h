@@ -89,15 +89,9 @@ class HotSyncModule {
   void* Function(const char* name, std::u16string& cause) const;
 
  private:
-  struct ModuleTraits {
-    using Type = HMODULE;
-    static Type Invalid() noexcept { return nullptr; }
-    static void Close(Type module) noexcept { ::FreeLibrary(module); }
-  };
-
   std::u16string folder_;
   std::u16string path_;
-  UniqueHandle<ModuleTraits> module_;
+  Dll module_;
 };
 
 #define PYLON_HOTSYNC_POINTER(result, name, parameters) result(WINAPI* name) parameters = nullptr;

@@ -8,23 +8,13 @@
 #include "files/WindowsFile.h"
 
 namespace pylon {
-namespace {
-
-struct SearchTraits {
-  using Type = HANDLE;
-  static Type Invalid() noexcept { return INVALID_HANDLE_VALUE; }
-  static void Close(Type search) noexcept { ::FindClose(search); }
-};
-using Search = UniqueHandle<SearchTraits>;
-
-}  // namespace
 
 std::vector<LogFile> LogFilesOf(std::u16string_view program_folder, std::u16string_view app_id) {
   const std::u16string name = FolderName(app_id);
   const std::u16string folder = JoinFullName(program_folder, name);
   std::vector<LogFile> logs;
   WIN32_FIND_DATAW found = {};
-  const Search search(::FindFirstFileW(Wide(folder + u"\\*"), &found));
+  const FileSearch search(::FindFirstFileW(Wide(folder + u"\\*"), &found));
   if (!search) return logs;
   do {
     const std::u16string device = FromWide(found.cFileName);

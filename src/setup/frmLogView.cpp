@@ -32,16 +32,9 @@ bool IsDark(COLORREF color) noexcept {
   return GetRValue(color) * 3 + GetGValue(color) * 6 + GetBValue(color) < 1280;
 }
 
-struct MemoryTraits {
-  using Type = HGLOBAL;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type memory) noexcept { ::GlobalFree(memory); }
-};
-using Memory = UniqueHandle<MemoryTraits>;
-
 bool ToClipboard(HWND owner, const std::u16string& text) {
   const size_t size = (text.size() + 1) * sizeof(char16_t);
-  Memory memory(::GlobalAlloc(GMEM_MOVEABLE, size));
+  GlobalMemory memory(::GlobalAlloc(GMEM_MOVEABLE, size));
   if (!memory || !::OpenClipboard(owner)) return false;
   void* place = ::GlobalLock(memory.get());
   if (place) std::memcpy(place, text.c_str(), size);

@@ -56,15 +56,9 @@ constexpr char16_t kSimulatedPalm[] = u"SimulatedPalm";
 constexpr UINT kReloadMessage = WM_APP;
 constexpr int kMarqueeMs = 40;
 
-struct MenuTraits {
-  using Type = HMENU;
-  static Type Invalid() noexcept { return nullptr; }
-  static void Close(Type menu) noexcept { ::DestroyMenu(menu); }
-};
-
 // A menu of the texts under a button; the index of the chosen one.
 std::optional<size_t> ChooseFromMenu(HWND button, const std::vector<std::u16string>& texts) {
-  const UniqueHandle<MenuTraits> menu(::CreatePopupMenu());
+  const Menu menu(::CreatePopupMenu());
   for (size_t i = 0; i < texts.size(); ++i) {
     std::u16string text;
     for (const char16_t c : texts[i]) text.append(c == u'&' ? 2 : 1, c);  // no underline

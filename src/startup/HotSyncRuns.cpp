@@ -155,7 +155,7 @@ void HotSyncRuns::Configure(std::optional<int32_t> creator, std::u16string_view 
   const std::u16string& class_id = conduits->ClassId(index);
   const ComponentFactory::Result created = components_.Create(class_id);
   if (!created.component) {
-    throw AutomationError(429, {}, class_id + u": " + created.reason);
+    throw AutomationError(ErrorNumber::kCannotCreateObject, class_id + u": " + created.reason);
   }
   created.component->ConfigureConduit();
 }

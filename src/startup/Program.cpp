@@ -125,7 +125,7 @@ int Program::Run(std::u16string_view command_line) noexcept {
   } catch (const AutomationError& error) {
     message = RunTimeError(error);
   } catch (const std::exception& error) {
-    message = RunTimeError(AutomationError(51, {}, FromUtf8(error.what())));
+    message = RunTimeError(AutomationError(ErrorNumber::kInternal, FromUtf8(error.what())));
   }
   // COM tells the client of a server; a message box there would have nobody to close it.
   if (!serves_) ShowMessage(message);

@@ -83,7 +83,8 @@ bool SyncDriver::BeginSync(std::u16string_view AppId, int16_t DatabaseType,
   } catch (const std::bad_alloc&) {
     ErrorMessage = ConduitError(AutomationError(ErrorNumber::kOutOfMemory));
   } catch (const std::exception& error) {
-    ErrorMessage = ConduitError(AutomationError(51, u"Pylon", FromUtf8(error.what())));
+    ErrorMessage =
+        ConduitError(AutomationError(ErrorNumber::kInternal, u"Pylon", FromUtf8(error.what())));
   }
   with_.log->UpdateLog(u"Sync Failed: " + ErrorMessage);
   if (IsHandheldLost()) {

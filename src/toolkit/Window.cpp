@@ -11,10 +11,9 @@
 namespace pylon {
 namespace {
 
-constexpr int32_t kInternalError = 51;
-
 AutomationError SystemFailure(const std::u16string& what) {
-  return AutomationError(kInternalError, {}, what + u" failed: " + SystemReason(::GetLastError()));
+  return AutomationError(ErrorNumber::kInternal,
+                         what + u" failed: " + SystemReason(::GetLastError()));
 }
 
 void RegisterOnce(const wchar_t* class_name, int background, WNDPROC proc) {
@@ -154,14 +153,6 @@ std::u16string OneLine(std::u16string_view text) {
     line += text[i] == u'\r' || text[i] == u'\n' ? u' ' : text[i];
   }
   return line;
-}
-
-std::u16string SystemReason(DWORD code) {
-  wchar_t reason[256] = L"";
-  const DWORD length = ::FormatMessageW(
-      FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS | FORMAT_MESSAGE_MAX_WIDTH_MASK,
-      nullptr, code, 0, reason, static_cast<DWORD>(std::size(reason)), nullptr);
-  return FromWide({reason, length}) + u"(" + ToText(code) + u")";
 }
 
 }  // namespace pylon

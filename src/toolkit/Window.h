@@ -4,6 +4,7 @@
 #include <string>
 #include <string_view>
 
+#include "base/SystemMessage.h"
 #include "base/Win32.h"
 
 namespace pylon {
@@ -72,8 +73,5 @@ bool PumpMessages(const std::function<bool(MSG&)>& take = {});
 
 // A blank in place of each line break, which controls of one line would show as boxes.
 std::u16string OneLine(std::u16string_view text);
-
-// The system's words for an error code, and the code.
-std::u16string SystemReason(DWORD code);
 
 }  // namespace pylon

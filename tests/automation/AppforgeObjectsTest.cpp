@@ -10,6 +10,7 @@
 #include "automation/DefinitionObject.h"
 #include "automation/RecordObject.h"
 #include "automation/SignatureObject.h"
+#include "base/Text.h"
 #include "tests/automation/ServerFixture.h"
 #include "tests/support/MemoryFile.h"
 #include "tests/toolkit/Desktop.h"

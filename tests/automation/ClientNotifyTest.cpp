@@ -258,7 +258,7 @@ TEST_F(PalmSyncServerTest, HotSyncsInterfaceIsThereWhileItsLibraryIs) {
   long preference = 4;
   EXPECT_EQ(
       notify->CfgConduit(0x6D656D6F, 9, text.get(), text.get(), 5, &temp, &fresh, &preference),
-      suite::BasicError(5))
+      suite::BasicError(ErrorNumber::kInvalidArgument))
       << "no conduit to configure";
   EXPECT_EQ(temp + fresh + preference, 7) << "left as they were";
   com::Variant info;
@@ -266,9 +266,9 @@ TEST_F(PalmSyncServerTest, HotSyncsInterfaceIsThereWhileItsLibraryIs) {
   EXPECT_EQ(V_VT(info.get()), VT_I4);
   // There is neither a conduit for it nor a suite.
   EXPECT_EQ(notify->GetConduitInfo(0, 0x6D656D6F, 9, text.get(), info.Receive()),
-            suite::BasicError(5));
+            suite::BasicError(ErrorNumber::kInvalidArgument));
   VARIANT_BOOL failed = VARIANT_FALSE;
-  EXPECT_EQ(object->BeginProcess(&failed), suite::BasicError(429));
+  EXPECT_EQ(object->BeginProcess(&failed), suite::BasicError(ErrorNumber::kCannotCreateObject));
 }
 
 }  // namespace
