@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "../common/Retries.h"
 #include "Registration.h"
 #include "SuiteError.h"
 #include "base/SystemMessage.h"
@@ -177,7 +178,10 @@ ClientNotify::ClientNotify(const std::u16string& prog_id) : layout_(ClientNotify
   // A server of the last session that ends at this moment takes the call with it; COM starts
   // another one the next time.
   for (int tries = 3; FAILED(result) && result != REGDB_E_CLASSNOTREG && tries > 0; --tries) {
-    if (tries < 3) ::Sleep(300);
+    if (tries < 3) {
+      RecordRetry("PalmSimulator: creating the conduit's object");
+      ::Sleep(300);
+    }
     result = ::CoCreateInstance(id, nullptr, CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER,
                                 IID_IUnknown, reinterpret_cast<void**>(object.Receive()));
   }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "base/Text.h"
+#include "simulators/common/Retries.h"
 
 namespace pylon::testing {
 namespace {
@@ -88,6 +89,7 @@ Process::Process(const std::u16string& command_line,
   // Wine under load fails once in a thousand times.
   bool started = start();
   for (int again = 2; !started && again > 0; --again) {
+    RecordRetry("tests: starting a process");
     ::Sleep(100);
     started = start();
   }
