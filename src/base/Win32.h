@@ -67,9 +67,6 @@ class UniqueHandle {
   Type handle_ = Invalid();
 };
 
-// For UniqueHandle: the window is needed no longer once the context has gone back to it.
-inline void ReleaseWindowDc(HDC dc) noexcept { ::ReleaseDC(::WindowFromDC(dc), dc); }
-
 using FileHandle = UniqueHandle<HANDLE, &::CloseHandle, -1>;     // from CreateFile
 using KernelHandle = UniqueHandle<HANDLE, &::CloseHandle>;       // process, thread, event, token
 using FileSearch = UniqueHandle<HANDLE, &::FindClose, -1>;       // from FindFirstFile
@@ -79,7 +76,6 @@ using Dll = UniqueHandle<HMODULE, &::FreeLibrary>;
 using GlobalMemory = UniqueHandle<HGLOBAL, &::GlobalFree>;
 using LocalText = UniqueHandle<wchar_t*, &::LocalFree>;
 using WindowHandle = UniqueHandle<HWND, &::DestroyWindow>;
-using WindowDc = UniqueHandle<HDC, &ReleaseWindowDc>;  // from GetDC
 using MemoryDc = UniqueHandle<HDC, &::DeleteDC>;
 using Bitmap = UniqueHandle<HBITMAP, &::DeleteObject>;
 using Brush = UniqueHandle<HBRUSH, &::DeleteObject>;
