@@ -10,11 +10,15 @@ set(sample_dir "${CMAKE_CURRENT_LIST_DIR}")
 
 function(pylon_sample target name)
   add_library(${target} SHARED ${ARGN}
-    "${sample_dir}/Component.cpp" "${sample_dir}/dll.cpp" "${sample_dir}/component.def" ${target}.rc)
-  set_source_files_properties(${target}.rc PROPERTIES
-    OBJECT_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${target}.ico")
+    "${sample_dir}/Component.cpp" "${sample_dir}/dll.cpp" "${sample_dir}/component.def")
+  if(EXISTS "${CMAKE_CURRENT_SOURCE_DIR}/${target}.rc")
+    target_sources(${target} PRIVATE ${target}.rc)
+    set_source_files_properties(${target}.rc PROPERTIES
+      OBJECT_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/${target}.ico")
+  endif()
+  # A generator expression, so that no generator adds a folder for the configuration.
   set_target_properties(${target} PROPERTIES
-    PREFIX "" OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY "${CMAKE_BINARY_DIR}")
+    PREFIX "" OUTPUT_NAME ${name} RUNTIME_OUTPUT_DIRECTORY "$<1:${CMAKE_BINARY_DIR}>")
   target_include_directories(${target} PRIVATE "${sample_dir}" "${CMAKE_CURRENT_SOURCE_DIR}")
   target_compile_definitions(${target} PRIVATE UNICODE NOMINMAX WIN32_LEAN_AND_MEAN)
   target_link_libraries(${target} PRIVATE ole32 oleaut32 advapi32 user32)

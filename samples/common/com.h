@@ -38,7 +38,8 @@ struct Error {
   std::u16string description;
 };
 
-// Owns one reference.
+// Owns one reference. `&owner` is for an [out] argument and drops what the owner held;
+// `owner.InOut()` is for an [in, out] argument, whose object the callee may replace.
 template <class T>
 class Ptr {
  public:
@@ -58,8 +59,11 @@ class Ptr {
   T* operator->() const noexcept { return pointer_; }
   T* get() const noexcept { return pointer_; }
   explicit operator bool() const noexcept { return pointer_ != nullptr; }
-  // For results, and for [in, out] arguments: what is in it is the callee's to replace.
-  T** operator&() noexcept { return &pointer_; }
+  T** operator&() noexcept {
+    *this = {};
+    return &pointer_;
+  }
+  T** InOut() noexcept { return &pointer_; }
 
  private:
   T* pointer_ = nullptr;
@@ -79,7 +83,11 @@ class Bstr {
   ~Bstr() { ::SysFreeString(text_); }
 
   operator BSTR() const noexcept { return text_; }
-  BSTR* operator&() noexcept { return &text_; }
+  // For a result: what was held is freed.
+  BSTR* operator&() noexcept {
+    ::SysFreeString(Detach());
+    return &text_;
+  }
   BSTR Detach() noexcept { return std::exchange(text_, nullptr); }
   std::u16string Text() const {
     return {reinterpret_cast<const char16_t*>(text_), ::SysStringLen(text_)};
@@ -104,7 +112,11 @@ class ByteArray {
   ~ByteArray() { ::VariantClear(&value_); }
 
   const VARIANT& get() const noexcept { return value_; }
-  VARIANT* operator&() noexcept { return &value_; }
+  // For a result: what was held is freed.
+  VARIANT* operator&() noexcept {
+    ::VariantClear(&value_);
+    return &value_;
+  }
   std::string_view bytes() const noexcept {
     if (value_.vt != (VT_ARRAY | VT_UI1) || !value_.parray) return {};
     return {static_cast<const char*>(value_.parray->pvData), value_.parray->rgsabound[0].cElements};
@@ -124,6 +136,15 @@ inline void Check(HRESULT result) {
   char text[24];
   const int length = std::snprintf(text, sizeof text, "Error 0x%08lX", static_cast<long>(result));
   throw Error(result, std::u16string(text, text + length));
+}
+
+// A new object of one of Pylon's classes. Inside Pylon's own process this is a direct pointer.
+template <class T>
+Ptr<T> Create(REFCLSID class_id) {
+  Ptr<T> object;
+  Check(::CoCreateInstance(class_id, nullptr, CLSCTX_ALL, __uuidof(T),
+                           reinterpret_cast<void**>(&object)));
+  return object;
 }
 
 // Hands an error to the caller: Pylon shows number, source and description.

@@ -39,13 +39,14 @@ std::u16string Shown(std::u16string_view cell) {
 
 }  // namespace
 
-InventorySync::InventorySync(_oSyncInfo* sync) : sync_(sync) {
+InventorySync::InventorySync(_oSyncInfo* sync)
+    : sync_(sync), stream_(com::Create<_PDBByteStream>(__uuidof(PDBByteStream))) {
   Check(sync_->get_ConduitInfo(&conduit_));
   Bstr folder;
   Check(conduit_->get_AppFolder(&folder));
   path_ = fs::path(folder.Text()) / Setting(u"File", u"Inventory.csv");
   Check(::CoCreateInstance(__uuidof(PDBByteStream), nullptr, CLSCTX_ALL, __uuidof(_PDBByteStream),
-                           reinterpret_cast<void**>(&stream_)));
+                           reinterpret_cast<void**>(stream_.InOut())));
 }
 
 void InventorySync::Run() {
@@ -93,10 +94,10 @@ void InventorySync::OpenDatabase() {
   com::Ptr<PDBFileSystem> files;
   Check(sync_->get_FileSystem(&files));
   VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->OpenDatabase(Bstr(kDatabase), &database_, &done));
+  Check(files->OpenDatabase(Bstr(kDatabase), database_.InOut(), &done));
   if (!done) return;
   is_open_ = true;
-  Check(database_->ReadAppInfoBlock(&stream_));
+  Check(database_->ReadAppInfoBlock(stream_.InOut()));
   has_table_ = table_.ReadDefinition(stream_);
   long count = 0;
   Check(database_->get_RecordCount(&count));
@@ -197,7 +198,8 @@ void InventorySync::ReadRecords() {
     short category = 0;
     eRecordAttribute attributes{};
     VARIANT_BOOL read = VARIANT_FALSE;
-    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, &stream_, &read));
+    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, stream_.InOut(),
+                                     &read));
     if (!read) throw Error(com::kDeviceError, u"Record " + Decimal(index) + u" can't be read.");
     record.category = category;
     record.attributes = attributes;
@@ -317,7 +319,7 @@ std::u16string InventorySync::Merged(const TableRow& row, const TableRecord& rec
 
 void InventorySync::WriteDatabase() {
   Phase(u"Writing the table", steps_.size());
-  if (!has_table_) Check(database_->WriteAppInfoBlock(&definition_));
+  if (!has_table_) Check(database_->WriteAppInfoBlock(definition_.InOut()));
 
   History history;
   const auto note = [&](const std::u16string& key, long id, std::uint32_t checksum) {
@@ -367,7 +369,7 @@ void InventorySync::CreateDatabase() {
   variant.vt = VT_BSTR;
   variant.bstrVal = name;
   VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->CreateDatabase(variant, &database_, &done));
+  Check(files->CreateDatabase(variant, database_.InOut(), &done));
   // It is not created when it is there: damaged, in use or out of reach.
   if (!done) {
     throw Error(com::kDeviceError, u"The database Inventory can't be opened. The log says why.");
@@ -382,7 +384,7 @@ long InventorySync::Store(const Step& step) {
   Table::FillRecord(stream_, step.row->bytes);
   auto category = static_cast<short>(record.category);
   auto attributes = static_cast<eRecordAttribute>(record.attributes & ~eDirty);
-  Check(database_->Update(record.index, &record.id, &category, &attributes, &stream_));
+  Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
   return record.id;
 }
 
@@ -409,11 +411,11 @@ void InventorySync::ClearMarks() {
       short category = 0;
       eRecordAttribute attributes{};
       VARIANT_BOOL read = VARIANT_FALSE;
-      Check(database_->ReadNextById(&record.index, record.id, &category, &attributes, &stream_,
-                                    &read));
+      Check(database_->ReadNextById(&record.index, record.id, &category, &attributes,
+                                    stream_.InOut(), &read));
       if (!read) throw Error(com::kDeviceError, u"Record " + Decimal(record.id) + u" is gone.");
       attributes = static_cast<eRecordAttribute>(attributes & ~eDirty);
-      Check(database_->Update(record.index, &record.id, &category, &attributes, &stream_));
+      Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
     }
   }
 }

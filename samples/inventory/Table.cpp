@@ -19,15 +19,6 @@ constexpr DATE kNoDate = 1462;
 constexpr double kSecondsPerDay = 86'400;
 constexpr double kDateSeconds = 4'294'967'296;  // that 32 bits count
 
-template <class T>
-com::Ptr<T> Create(REFCLSID id) {
-  com::Ptr<T> object;
-  // In Pylon's own process this is a direct pointer, not a second process.
-  Check(
-      ::CoCreateInstance(id, nullptr, CLSCTX_ALL, __uuidof(T), reinterpret_cast<void**>(&object)));
-  return object;
-}
-
 bool IsText(FieldType type) { return type == FieldType::kString || type == FieldType::kSignature; }
 
 // What a value takes in a record; a text's terminator.
@@ -59,9 +50,9 @@ std::u16string ReasonOf(HRESULT result) {
 }  // namespace
 
 Table::Table()
-    : definition_(Create<_PDBAppforgeDefinition>(__uuidof(PDBAppforgeDefinition))),
-      record_(Create<_PDBAppforgeRecord>(__uuidof(PDBAppforgeRecord))),
-      stream_(Create<_PDBByteStream>(__uuidof(PDBByteStream))),
+    : definition_(com::Create<_PDBAppforgeDefinition>(__uuidof(PDBAppforgeDefinition))),
+      record_(com::Create<_PDBAppforgeRecord>(__uuidof(PDBAppforgeRecord))),
+      stream_(com::Create<_PDBByteStream>(__uuidof(PDBByteStream))),
       byte_of_(0x10000, -1) {
   Check(stream_->put_UTF8Strings(VARIANT_FALSE));
   for (int byte = 1; byte < 256; ++byte) {
@@ -93,7 +84,7 @@ com::Ptr<_PDBByteStream> Table::Define(const Columns& columns) {
   com::Ptr<_PDBByteStream> block;
   Check(definition_->get_AppInfoBlock(&block));
   // The block has one byte a character.
-  const auto read_back = Create<_PDBAppforgeDefinition>(__uuidof(PDBAppforgeDefinition));
+  const auto read_back = com::Create<_PDBAppforgeDefinition>(__uuidof(PDBAppforgeDefinition));
   VARIANT_BOOL is_table = VARIANT_FALSE;
   Check(read_back->IsAppforgeData(block.get(), &is_table));
   const std::u16string difference = DifferenceOf(columns, ColumnsOf(*read_back.get()));

@@ -27,14 +27,15 @@ std::u16string Number(long long value) { return *FromUtf8(std::to_string(value))
 
 }  // namespace
 
-MemoSync::MemoSync(_oSyncInfo* sync) : sync_(sync) {
+MemoSync::MemoSync(_oSyncInfo* sync)
+    : sync_(sync), stream_(com::Create<_PDBByteStream>(__uuidof(PDBByteStream))) {
   Check(sync_->get_ConduitInfo(&conduit_));
   Bstr folder;
   Check(conduit_->get_AppFolder(&folder));
   app_folder_ = folder.Text();
   // In Pylon's own process this is a direct pointer, not a second process.
   Check(::CoCreateInstance(__uuidof(PDBByteStream), nullptr, CLSCTX_ALL, __uuidof(_PDBByteStream),
-                           reinterpret_cast<void**>(&stream_)));
+                           reinterpret_cast<void**>(stream_.InOut())));
 }
 
 void MemoSync::Run() {
@@ -89,14 +90,14 @@ void MemoSync::OpenDatabase() {
   Check(sync_->get_FileSystem(&files));
   const Bstr name(kDatabase);
   VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->OpenDatabase(name, &database_, &done));
+  Check(files->OpenDatabase(name, database_.InOut(), &done));
   if (done) return;
 
   // It is not created when it is there: damaged, in use or out of reach.
   VARIANT variant;
   variant.vt = VT_BSTR;
   variant.bstrVal = name;
-  Check(files->CreateDatabase(variant, &database_, &done));
+  Check(files->CreateDatabase(variant, database_.InOut(), &done));
   if (!done) {
     throw Error(com::kDeviceError, u"The database MemoDB can't be opened. The log says why.");
   }
@@ -115,7 +116,8 @@ void MemoSync::ReadRecords() {
     short category = 0;
     eRecordAttribute attributes{};
     VARIANT_BOOL read = VARIANT_FALSE;
-    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, &stream_, &read));
+    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, stream_.InOut(),
+                                     &read));
     if (!read) throw Error(com::kDeviceError, u"Record " + Number(index) + u" can't be read.");
     com::ByteArray bytes;
     Check(stream_->get_ByteArray(&bytes));
@@ -135,7 +137,7 @@ void MemoSync::ReadRecords() {
 }
 
 std::string MemoSync::ReadAppInfo() {
-  Check(database_->ReadAppInfoBlock(&stream_));
+  Check(database_->ReadAppInfoBlock(stream_.InOut()));
   com::ByteArray bytes;
   Check(stream_->get_ByteArray(&bytes));
   long length = 0;
@@ -381,7 +383,7 @@ void MemoSync::Store(MemoRecord& record) {
   Check(stream_->put_ByteArray(bytes.get()));
   short category = static_cast<short>(record.category);
   auto attributes = static_cast<eRecordAttribute>(record.attributes);
-  Check(database_->Update(record.index, &record.id, &category, &attributes, &stream_));
+  Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
 }
 
 // Takes the handheld's marks for what is done now.
@@ -401,11 +403,12 @@ void MemoSync::ClearMarks() {
       short category = 0;
       eRecordAttribute attributes{};
       VARIANT_BOOL read = VARIANT_FALSE;
-      Check(database_->ReadNextById(&index, record.id, &category, &attributes, &stream_, &read));
+      Check(database_->ReadNextById(&index, record.id, &category, &attributes, stream_.InOut(),
+                                    &read));
       if (!read || !(attributes & eDirty)) continue;  // removed, or stored, since it was read
       long id = record.id;
       attributes = static_cast<eRecordAttribute>(attributes & ~eDirty);
-      Check(database_->Update(index, &id, &category, &attributes, &stream_));
+      Check(database_->Update(index, &id, &category, &attributes, stream_.InOut()));
     }
   }
   std::erase_if(history_.ids,
@@ -424,7 +427,7 @@ void MemoSync::Save() {
     // A block has no spare byte: the array is taken whole.
     const com::ByteArray bytes(categories_->app_info());
     Check(stream_->put_ByteArray(bytes.get()));
-    Check(database_->WriteAppInfoBlock(&stream_));
+    Check(database_->WriteAppInfoBlock(stream_.InOut()));
   }
   index_->Write(history_, categories_->SyncMark());
   Check(database_->CloseDatabase());
