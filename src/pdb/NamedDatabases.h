@@ -32,7 +32,7 @@ class NamedDatabases {
     return found == entries_.end() ? nullptr : (*found)->database;
   }
   const Pointer& Add(std::u16string_view name, Pointer database) {
-    entries_.push_back(std::make_shared<Entry>(std::u16string(name), std::move(database)));
+    entries_.push_back(std::make_shared<Entry>(Entry{std::u16string(name), std::move(database)}));
     return entries_.back()->database;
   }
   void Rename(std::u16string_view name, std::u16string_view new_name) {
