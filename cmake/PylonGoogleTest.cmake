@@ -1,5 +1,5 @@
-# GTest::gtest_main and GTest::gmock: Debian's libraries natively, for Windows built from the
-# sources that its googletest package installs.
+# GTest::gtest_main and GTest::gmock: natively Debian's libraries; for Windows they are built from the
+# sources in Debian's googletest package.
 
 if(NOT WIN32)
   find_package(GTest REQUIRED)
@@ -11,7 +11,7 @@ find_path(GOOGLETEST_SOURCES googletest/src/gtest-all.cc
 if(NOT GOOGLETEST_SOURCES)
   message(FATAL_ERROR "GoogleTest's sources are missing: install the package googletest.")
 endif()
-# Cache variables: its build files ask for a CMake whose option() clears normal ones.
+# A cache variable: GoogleTest asks for an old CMake, whose option() clears normal variables.
 set(INSTALL_GTEST OFF CACHE INTERNAL "")
 add_subdirectory("${GOOGLETEST_SOURCES}" googletest EXCLUDE_FROM_ALL SYSTEM)
 foreach(library gtest gtest_main gmock gmock_main)

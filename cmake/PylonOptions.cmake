@@ -1,4 +1,4 @@
-# Compiler settings of every target, and pylon_options, which our own targets link for the warnings.
+# Compiler settings of all targets, and pylon_options, which our own targets link for the warnings.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
@@ -10,10 +10,10 @@ if(CCACHE)
   set(CMAKE_CXX_COMPILER_LAUNCHER "${CCACHE}")
 endif()
 
-# In place of CMake's own defaults; flags given with -D stay.
+# These replace CMake's own defaults only; flags given with -D stay.
 foreach(language C CXX)
   if(CMAKE_${language}_FLAGS_DEBUG STREQUAL "-g")
-    # Optimised a little, or the sanitized tests over every prefix of a file take minutes.
+    # Without some optimisation the sanitized tests over every prefix of a file take minutes.
     set(CMAKE_${language}_FLAGS_DEBUG "-O1 -g")
   endif()
   if(CMAKE_${language}_FLAGS_RELEASE STREQUAL "-O3 -DNDEBUG")
@@ -28,7 +28,7 @@ if(PYLON_SANITIZE)
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
 if(PYLON_FUZZERS)
-  # float-cast-overflow is in no group of its own, and files hold doubles.
+  # float-cast-overflow is not part of a group, and files hold doubles.
   add_compile_options(-fsanitize=fuzzer-no-link,float-cast-overflow)
 endif()
 
@@ -38,8 +38,8 @@ if(WIN32)
   add_compile_options(-ffunction-sections -fdata-sections)
   add_link_options(-Wl,--gc-sections $<$<CONFIG:Release>:-s>)
   if(CMAKE_SIZEOF_VOID_P EQUAL 4)
-    # GCC 12 makes one function of a member and a free one with the same body, although the member
-    # takes its argument off the stack here and the free one leaves it to the caller.
+    # GCC 12 merges a member and a free function with the same body, although here the member removes
+    # its argument from the stack and the free function leaves that to its caller.
     add_compile_options(-fno-ipa-icf-functions)
   endif()
 endif()
@@ -53,12 +53,12 @@ target_compile_options(pylon_options INTERFACE
   -Werror -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wextra-semi
   -Wdeprecated-copy-dtor)
 if(WIN32)
-  # GetProcAddress hands out FARPROC for every function; the cast is the interface.
+  # GetProcAddress returns FARPROC for every function; the cast is the interface.
   target_compile_options(pylon_options INTERFACE -Wno-cast-function-type)
   target_link_libraries(pylon_options INTERFACE
     ole32 oleaut32 uuid comctl32 shell32 shlwapi advapi32 version gdi32 user32)
 else()
-  # Not for Windows: every interface that widl writes would be reported.
+  # Not for Windows: it reports every interface that widl writes.
   target_compile_options(pylon_options INTERFACE -Wnon-virtual-dtor)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")

@@ -39,7 +39,7 @@ endfunction()
 # pylon_tests(<name> [PORTABLE <sources>] [WINDOWS <sources>] [DEPENDS <folders>] [LIBS <libraries>])
 #
 # The GoogleTest program <name>_tests, one entry in CTest. It runs with the build tree as its
-# current folder (so Pylon.exe lies there, under Wine too) and writes test-results/<name>_tests.xml.
+# current folder (so Pylon.exe is there, also under Wine) and writes test-results/<name>_tests.xml.
 # PYLON_HANDHELD_PDB_DIR is the folder of databases from real handhelds, which may be missing.
 function(pylon_tests name)
   cmake_parse_arguments(PARSE_ARGV 1 arg "" "" "PORTABLE;WINDOWS;DEPENDS;LIBS")

@@ -1,6 +1,6 @@
 # The type library of src/automation/Pylon.idl, for the bitness of this build: pylon_typelib writes
-# gen/Pylon.h, gen/Pylon_i.c and gen/Pylon.tlb; who links pylon_idl sees the header and the GUIDs.
-# gen/Pylon32.tlb is for 32-bit clients: their marshaller reads no 64-bit library.
+# gen/Pylon.h, gen/Pylon_i.c and gen/Pylon.tlb; targets that link pylon_idl see the header and the
+# GUIDs. gen/Pylon32.tlb is for 32-bit clients, whose marshaller can't read a 64-bit library.
 
 set(PYLON_IDL "${CMAKE_SOURCE_DIR}/src/automation/Pylon.idl")
 set(PYLON_TYPELIB "${PYLON_GENERATED_DIR}/Pylon.tlb")

@@ -1,4 +1,4 @@
-# What the two MinGW-w64 toolchains share; PYLON_MINGW_TRIPLE names the target.
+# The common part of the two MinGW-w64 toolchains; PYLON_MINGW_TRIPLE names the target.
 
 set(CMAKE_SYSTEM_NAME Windows)
 string(REGEX REPLACE "-.*" "" CMAKE_SYSTEM_PROCESSOR "${PYLON_MINGW_TRIPLE}")
@@ -17,6 +17,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # Windows programs run under Wine here; the prefix and the display come from the environment.
 set(CMAKE_CROSSCOMPILING_EMULATOR wine)
 
-# One self-contained file: only system DLLs are left to load.
+# One self-contained file that loads only system DLLs.
 set(CMAKE_EXE_LINKER_FLAGS_INIT "-static")
 set(CMAKE_SHARED_LINKER_FLAGS_INIT "-static")
