@@ -2,8 +2,9 @@
 
 namespace pylon {
 
-// Where long work of the lower floors lets the window live: who implements it processes the
-// messages that wait. Anything may be called during it, the caller's own members included.
+// Long work of the lower floors calls this to keep the window responsive; the implementation
+// processes the waiting messages. Anything may be called during it: see "Re-entry" in
+// docs/developing.md.
 class MessageLoop {
  public:
   virtual ~MessageLoop() = default;

@@ -13,7 +13,7 @@ inline constexpr std::u16string_view kCopyCancelled = u"The user has cancelled t
 // Whom the waits for a device report to, and who may stop them: the status window, through its own
 // floor. Sizes and offsets are in bytes.
 //
-// Advance and Yield process messages, so anything may be called during them.
+// ShowFile, Advance and Yield process messages: see "Re-entry" in docs/developing.md.
 class DeviceProgress : public MessageLoop {
  public:
   // One file on its way to or from the device.

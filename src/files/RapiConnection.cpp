@@ -23,7 +23,7 @@ std::u16string Hexadecimal(HRESULT result) {
 
 bool RapiConnection::Start(const std::u16string& library_path, DeviceProgress& progress,
                            std::u16string& cause) {
-  // A wait that is under way counts too: it lets other work in.
+  // Also during a wait, which pumps messages.
   if (library_) return false;
   lost_ = false;
   library_ = RapiLibrary::Load(library_path, cause);

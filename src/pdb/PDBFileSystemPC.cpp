@@ -91,7 +91,7 @@ std::shared_ptr<PDBDatabasePC> PDBFileSystemPC::FindOrMake(std::u16string_view n
 bool PDBFileSystemPC::OpenDatabase(std::u16string_view FileName,
                                    std::shared_ptr<PDBDatabase>& oDatabase) {
   if (!Accepts(FileName)) return false;
-  // Held here too: a device's file may let other work in, which may drop it from the list.
+  // Held here too: a device's file pumps messages, during which the database may leave the list.
   const std::shared_ptr<PDBDatabasePC> database = FindOrAdd(FileName);
   oDatabase = database;
   return database->OpenDatabase();

@@ -20,9 +20,7 @@ struct StatusHeading {
 //
 // All members are called on the user-interface thread. Labels, headings and bars are on the screen
 // when a call returns, whether or not messages are processed afterwards. ProcessEvents is the only
-// member that pumps: during it the user's Cancel, a call from a component in another process or
-// the end of the whole sync may arrive, so it comes last and its caller touches nothing afterwards
-// without looking again.
+// member that pumps messages: see "Re-entry" in docs/developing.md.
 class StatusView {
  public:
   virtual ~StatusView() = default;

@@ -19,8 +19,8 @@ constexpr std::chrono::milliseconds kYieldEvery(20);
 
 }  // namespace
 
-// A step that shows something may let a message sent by another program in, and with it the end of
-// the sync; so each step looks again whether there is still a window.
+// Each step checks again that there is still a window: even drawing lets in messages that other
+// programs sent, and with them the end of the sync.
 
 void oSyncInfo::UpdateStatusMain(std::u16string_view Value) noexcept {
   Quietly([&] {

@@ -24,16 +24,16 @@ class PDBFileSystem;
 // status operations never fail towards the component; what goes wrong inside one leaves the window
 // less up to date, no more.
 //
-// UpdateStatusDetail and the bar operations pump messages as their last step, so Detach() and any
-// member may run inside them; the caller holds a reference to the object across the call. A
-// component that never calls them can't be cancelled. Used on the user-interface thread only.
+// UpdateStatusDetail and the bar operations pump messages as their last step (see "Re-entry" in
+// docs/developing.md); the caller holds a reference to the object across the call. A component that
+// never calls them can't be cancelled. Used on the user-interface thread only.
 class oSyncInfo final : public MessageLoop {
  public:
   oSyncInfo(StatusView& view, LogSink& log) noexcept : view_(&view), log_(&log) {}
   oSyncInfo(const oSyncInfo&) = delete;
   oSyncInfo& operator=(const oSyncInfo&) = delete;
 
-  // By value, so that what a caller works with stays when Detach() runs meanwhile.
+  // By value, so that a caller keeps its object when Detach() runs during its work.
   std::shared_ptr<PDBFileSystem> FileSystem() const noexcept { return file_system_; }
   std::shared_ptr<CConduitInfo> ConduitInfo() const noexcept { return conduit_info_; }
   std::shared_ptr<CDevice> Device() const noexcept { return device_; }
