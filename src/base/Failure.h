@@ -24,7 +24,7 @@ struct Failure {
   std::u16string text;  // the reason; what a message puts before it is added where it is shown
   // Of a component's error.
   int32_t number = 0;
-  std::u16string source;
+  std::u16string source = {};
 
   friend bool operator==(const Failure&, const Failure&) = default;
 };

@@ -2,8 +2,6 @@
 
 #include <objbase.h>
 
-#include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <optional>
 #include <system_error>
@@ -16,6 +14,7 @@
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "conduits/cConduitList.h"
+#include "files/FileNames.h"
 #include "files/ProgramFiles.h"
 #include "files/cFileIO.h"
 #include "setup/ConduitInstaller.h"
@@ -26,12 +25,17 @@
 #include "setup/frmSetup.h"
 #include "startup/HotSyncRuns.h"
 #include "startup/SyncRun.h"
-#include "startup/cCommandLine.h"
+#include "sync/PcFilesTarget.h"
+#include "sync/PocketPcTarget.h"
 
 namespace pylon {
 namespace {
 
+using Task = ProgramArguments::Task;
+
 constexpr wchar_t kTitle[] = L"Pylon Manager";
+// A key of the program's section of Pylon.ini: the rapi.dll of a simulated device.
+constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
 
 // COM for this thread, as its single-threaded apartment.
 class Apartment {
@@ -57,30 +61,6 @@ std::u16string AbsolutePath(const std::u16string& path) {
   std::error_code error;
   const std::filesystem::path absolute = std::filesystem::absolute(path, error);
   return path.empty() || error ? path : absolute.u16string();
-}
-
-// An AppId with blanks reaches us without quotes from ActiveSync, and the parser joins its words by
-// its own separator.
-std::u16string AppIdIn(const cCommandLine& switches) {
-  std::u16string app_id = switches.SwitchValue(u"appid");
-  if (switches.CommandLine().find(cCommandLine::kSeparator) == std::u16string::npos) {
-    std::replace(app_id.begin(), app_id.end(), cCommandLine::kSeparator, u' ');
-  }
-  return app_id;
-}
-
-// A whole number of 16 bits, as the `database` switch takes it; errors 13 and 6.
-int16_t ToDatabaseType(const std::u16string& text) {
-  const std::string digits = ToUtf8(Trim(text));
-  std::string_view number = digits;
-  if (number.starts_with('+') && !number.starts_with("+-")) number.remove_prefix(1);
-  int16_t value = 0;
-  const auto [end, status] = std::from_chars(number.data(), number.data() + number.size(), value);
-  if (status == std::errc::invalid_argument || end != number.data() + number.size()) {
-    throw TypeMismatch();
-  }
-  if (status == std::errc::result_out_of_range) throw Overflow();
-  return value;
 }
 
 // Ends the message loop of a server process some time after the last client is gone: one that comes
@@ -120,28 +100,22 @@ Program::~Program() = default;
 
 int Program::Run(std::u16string_view command_line) noexcept {
   std::u16string message;
+  bool serves = false;
   try {
-    return Choose(ArgumentText(command_line));
-  } catch (const AutomationError& error) {
-    message = RunTimeError(error);
-  } catch (const std::exception& error) {
-    message = RunTimeError(AutomationError(ErrorNumber::kInternal, FromUtf8(error.what())));
+    const ProgramArguments arguments = ReadArguments(command_line);
+    serves = arguments.task == Task::kServe;
+    return Choose(arguments);
+  } catch (const std::exception&) {
+    message = RunTimeError(CurrentError());
   }
-  // COM tells the client of a server; a message box there would have nobody to close it.
-  if (!serves_) ShowMessage(message);
+  // A server's client gets the error from COM; a message box there would have nobody to close it.
+  if (!serves) ShowMessage(message);
   return kExitFailed;
 }
 
-int Program::Choose(std::u16string_view arguments) {
-  // A folder on a drive without a disk is an error like any other, no question to the user.
+int Program::Choose(const ProgramArguments& arguments) {
+  // A folder on a drive without a disk is an error like any other, not a question to the user.
   ::SetErrorMode(SEM_FAILCRITICALERRORS);
-
-  cCommandLine start;
-  start.AddSwitch(u"regserver", false);
-  start.AddSwitch(u"unregserver", false);
-  start.AddSwitch(u"embedding", false);
-  start.SetCommandLine(arguments);
-  serves_ = start.HasSwitch(u"embedding");
 
   // The server outlives the apartment: objects that a component never released go with the
   // apartment, and they count themselves off.
@@ -151,12 +125,16 @@ int Program::Choose(std::u16string_view arguments) {
         return std::make_unique<cFileIO>(folder_, code_page_);
       });
   int result = kExitDone;
-  if (start.HasSwitch(u"regserver") || start.HasSwitch(u"unregserver")) {
-    result = Register(start.HasSwitch(u"regserver"));
-  } else if (serves_) {
-    result = Serve();
-  } else {
-    result = RunAlone(arguments);
+  switch (arguments.task) {
+    case Task::kRegister:
+    case Task::kUnregister:
+      result = Register(arguments.task == Task::kRegister);
+      break;
+    case Task::kServe:
+      result = Serve();
+      break;
+    default:
+      result = RunAlone(arguments);
   }
   apartment.reset();
   return result;
@@ -179,7 +157,7 @@ int Program::Serve() {
   server_->SetOnIdle([&idle] { idle.Start(IdleTimer::kLastClientMs); });
   std::optional<ClassObjects> classes(std::in_place, *server_,
                                       ClassObjects::Reach::kOtherProcesses);
-  HotSyncRuns hot_sync(*server_, folder_, code_page_, clock_);
+  HotSyncRuns hot_sync(*server_, Pc());
   server_->SetHotSync(&hot_sync);
   idle.Start(IdleTimer::kFirstClientMs);
   MSG message;
@@ -201,27 +179,18 @@ int Program::Serve() {
   return kExitDone;
 }
 
-int Program::RunAlone(std::u16string_view arguments) {
-  cCommandLine switches;
-  switches.AddSwitch(u"appid", true);
-  switches.AddSwitch(u"install", false);
-  switches.AddSwitch(u"uninstall", false);
-  switches.AddSwitch(u"database", true);
-  switches.AddSwitch(u"save", true);
-  switches.AddSwitch(u"system", true);
-  switches.SetCommandLine(arguments);
-  const std::u16string app_id = AppIdIn(switches);
-
+int Program::RunAlone(const ProgramArguments& arguments) {
   // Before the first component is made: it may create our classes while it describes itself.
   const ClassObjects classes(*server_, ClassObjects::Reach::kThisProcess);
-  if (switches.HasSwitch(u"database") && !switches.HasSwitch(u"install") &&
-      !switches.HasSwitch(u"uninstall")) {
-    return Sync(app_id, switches.SwitchValue(u"database"), switches.SwitchValue(u"save"));
-  }
+  return arguments.task == Task::kSync ? Sync(arguments) : Manage(arguments);
+}
 
+int Program::Manage(const ProgramArguments& arguments) {
+  const std::u16string& app_id = arguments.app_id;
+  const bool installs = arguments.task == Task::kInstall;
+  const bool shows_window = arguments.task == Task::kManage;
   ComComponentFactory components(*server_);
   // The window is there first, and shows that the list is being read.
-  const bool shows_window = !switches.HasSwitch(u"install") && !switches.HasSwitch(u"uninstall");
   cConduitList conduits(folder_, components, code_page_,
                         shows_window ? cConduitList::Reading::kLater : cConduitList::Reading::kNow);
   cActiveSync active_sync(path_, code_page_);
@@ -229,20 +198,7 @@ int Program::RunAlone(std::u16string_view arguments) {
   ConduitInstaller installer(conduits, active_sync, hot_sync);
   WindowsSetupServices services(active_sync, installer);
   frmSetup setup({conduits, components, installer, services, code_page_, path_, folder_});
-  std::u16string message;
-  bool done = true;
-  // The setup window's own steps that run with other rights.
-  const std::optional<SyncSystem> only = SystemNamed(switches.SwitchValue(u"system"));
-  if (only && switches.HasSwitch(u"install")) {
-    done = services.Install(*only, app_id, message);
-  } else if (only && switches.HasSwitch(u"uninstall")) {
-    done = services.Remove(*only, app_id, message);
-  } else if (switches.HasSwitch(u"install")) {
-    done = setup.InstallConduit(app_id, message);
-    done = setup.InstallApplication(app_id, message) && done;
-  } else if (switches.HasSwitch(u"uninstall")) {
-    done = setup.UninstallConduit(app_id, message);
-  } else {
+  if (shows_window) {
     setup.on_close = [] { ::PostQuitMessage(kExitDone); };
     setup.Show();
     MSG next;
@@ -253,24 +209,38 @@ int Program::RunAlone(std::u16string_view arguments) {
     }
     return kExitDone;
   }
+  std::u16string message;
+  bool done = true;
+  // With a system named: a step that the setup window has started with other rights.
+  const std::optional<SyncSystem> only = SystemNamed(arguments.system);
+  if (only) {
+    done = installs ? services.Install(*only, app_id, message)
+                    : services.Remove(*only, app_id, message);
+  } else if (installs) {
+    done = setup.InstallConduit(app_id, message);
+    done = setup.InstallApplication(app_id, message) && done;
+  } else {
+    done = setup.UninstallConduit(app_id, message);
+  }
   if (!message.empty()) ShowMessage(message, MB_ICONINFORMATION);
   return done ? kExitDone : kExitFailed;
 }
 
-int Program::Sync(const std::u16string& app_id, const std::u16string& database_type,
-                  const std::u16string& save_switch) {
+int Program::Sync(const ProgramArguments& arguments) {
   // Before any component can change the current folder.
-  const std::u16string save_folder = AbsolutePath(save_switch);
+  const std::u16string save_folder = AbsolutePath(arguments.save_folder);
   ComComponentFactory components(*server_);
-  auto conduits = std::make_shared<cConduitList>(folder_, components, code_page_);
-
+  cConduitList conduits(folder_, components, code_page_);
+  const int16_t database_type = arguments.DatabaseType();
+  if (arguments.app_id.empty()) {
+    ShowMessage(database_type == dftPalmHotSync ? kNoAppIdOnHandheld : UsageText());
+    return kExitFailed;
+  }
   SyncRequest request;
-  request.app_id = app_id;
-  request.database_type = ToDatabaseType(database_type.empty() ? u"4" : database_type);
-  request.save_folder = save_folder;
-  const SyncOutcome outcome =
-      RunSync({*server_, folder_, code_page_, clock_, components}, std::move(conduits), request);
-  switch (outcome.result) {
+  request.app_id = arguments.app_id;
+  ChooseTarget(database_type, save_folder, conduits, request);
+  const SyncOutcome outcome = RunSync({*server_, Pc(), components}, conduits, std::move(request));
+  switch (outcome.result()) {
     case SyncResult::kDone:
       return kExitDone;
     case SyncResult::kCancelled:
@@ -278,8 +248,38 @@ int Program::Sync(const std::u16string& app_id, const std::u16string& database_t
     case SyncResult::kFailed:
       break;
   }
-  ShowMessage(outcome.error);
+  ShowMessage(TextOf(outcome));
   return kExitFailed;
 }
+
+void Program::ChooseTarget(int16_t database_type, const std::u16string& save_folder,
+                           cConduitList& conduits, SyncRequest& request) const {
+  switch (database_type) {
+    case dftPalmVFS:
+    case dftPocketPC:
+    case dftSymbian:
+    case dftWindows:
+      request.target = std::make_unique<PcFilesTarget>(
+          Pc(), static_cast<eDatabaseForType>(database_type), LoggedOnUser(), save_folder);
+      break;
+    case dftActiveSync: {
+      std::u16string simulator = conduits.GetSettings(kSimulator, {});
+      if (!simulator.empty() && IsRelative(simulator)) {
+        simulator = JoinFullName(folder_, simulator);
+      }
+      request.target = std::make_unique<PocketPcTarget>(Pc(), std::move(simulator));
+      break;
+    }
+    case dftPalmHotSync:
+      // A session's runs come from HotSync itself, over COM.
+      request.no_target = u"No HotSync session is running.";
+      break;
+    default:
+      request.no_target =
+          u"There is no database type " + ToText(database_type) + u".\r\n" + DatabaseUsageText();
+  }
+}
+
+PcSide Program::Pc() const { return {folder_, code_page_, clock_, server_->files()}; }
 
 }  // namespace pylon

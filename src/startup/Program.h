@@ -7,6 +7,9 @@
 #include "automation/Server.h"
 #include "base/AnsiCodePage.h"
 #include "base/Date.h"
+#include "conduits/cConduitList.h"
+#include "startup/ProgramArguments.h"
+#include "startup/SyncRun.h"
 
 namespace pylon {
 
@@ -25,19 +28,22 @@ class Program {
   int Run(std::u16string_view command_line) noexcept;
 
  private:
-  int Choose(std::u16string_view arguments);
+  int Choose(const ProgramArguments& arguments);
   int Register(bool add);
   int Serve();
-  int RunAlone(std::u16string_view arguments);
-  int Sync(const std::u16string& app_id, const std::u16string& database_type,
-           const std::u16string& save_switch);
+  int RunAlone(const ProgramArguments& arguments);
+  int Manage(const ProgramArguments& arguments);
+  int Sync(const ProgramArguments& arguments);
+  // What the run of a database type syncs with: the one place that knows the kinds of device.
+  void ChooseTarget(int16_t database_type, const std::u16string& save_folder,
+                    cConduitList& conduits, SyncRequest& request) const;
+  PcSide Pc() const;
 
   std::u16string path_;    // of the executable
   std::u16string folder_;  // without a separator at its end
   AnsiCodePage code_page_;
   SystemClock clock_;
   std::unique_ptr<Server> server_;
-  bool serves_ = false;  // objects, for COM
 };
 
 }  // namespace pylon

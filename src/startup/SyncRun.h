@@ -1,43 +1,37 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <string>
 
 #include "automation/Server.h"
-#include "base/AnsiCodePage.h"
-#include "base/Date.h"
 #include "conduits/ConduitComponent.h"
 #include "conduits/cConduitList.h"
-#include "hotsync/Handheld.h"
+#include "sync/SyncOutcome.h"
+#include "sync/SyncTarget.h"
 
 namespace pylon {
 
-// What a sync of this process needs from the program, whoever starts it. Borrowed.
+// What every sync of this process needs from the program. Borrows server and components.
 struct SyncProgram {
   Server& server;
-  const std::u16string& folder;  // of the program
-  const AnsiCodePage& code_page;
-  const Clock& clock;
+  PcSide pc;
   ComponentFactory& components;
 };
 
 struct SyncRequest {
-  std::u16string app_id;
-  int16_t database_type = 0;
-  std::u16string save_folder;          // see SyncSurroundings
-  std::shared_ptr<Handheld> handheld;  // of HotSync's session; null without one
+  std::u16string app_id;               // not empty
+  std::unique_ptr<SyncTarget> target;  // null: `no_target` says why
+  std::u16string no_target;
+  bool attended = true;  // see SyncSurroundings
 };
 
-enum class SyncResult { kDone, kFailed, kCancelled };
-struct SyncOutcome {
-  SyncResult result = SyncResult::kFailed;
-  std::u16string error;  // why it has failed
-};
+// What a run without an AppId says when a handheld has asked for it.
+inline constexpr char16_t kNoAppIdOnHandheld[] =
+    u"No Application ID found for the CreatorID supplied by HotSync.";
 
 // One sync from its windows to its end: status window, log, driver. The process runs one at a time;
-// while it runs its windows pump messages. Raises the error of a window that can't be made.
-SyncOutcome RunSync(const SyncProgram& program, std::shared_ptr<cConduitList> conduits,
-                    const SyncRequest& request);
+// while it runs its windows pump messages. The list outlives the call. Raises the error of a window
+// that can't be made.
+SyncOutcome RunSync(const SyncProgram& program, cConduitList& conduits, SyncRequest request);
 
 }  // namespace pylon

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace pylon {
+
+// What the command line asks the program for. README.md lists the switches.
+struct ProgramArguments {
+  enum class Task {
+    kRegister,
+    kUnregister,
+    kServe,  // COM has started the program
+    kInstall,
+    kUninstall,
+    kSync,
+    kManage,  // in the setup window
+  };
+
+  Task task = Task::kManage;  // the first that is asked for, in that order
+  std::u16string app_id;
+  std::u16string database;     // see DatabaseType
+  std::u16string save_folder;  // as given, may be relative
+  std::u16string system;       // installing for one sync system only; empty: for all
+
+  // A whole number of 16 bits; an empty one is dftWindows. Raises error 13 for other text and error
+  // 6 for a larger number.
+  int16_t DatabaseType() const;
+};
+
+// `command_line` is the process's whole command line, the program's own name included.
+ProgramArguments ReadArguments(std::u16string_view command_line);
+
+// The lines that explain the command line.
+std::u16string UsageText();
+// Its lines on the switch Database.
+std::u16string DatabaseUsageText();
+
+}  // namespace pylon
