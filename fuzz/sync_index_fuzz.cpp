@@ -21,8 +21,10 @@ void Check(bool holds) {
 void ReadAsIndex(const Bytes& bytes) {
   testing::MemoryFolder folder;
   const testing::FixedClock clock;
+  // Without a log, a damaged file is an error.
+  const auto log = std::make_shared<testing::CollectingLog>();
   const CSyncIndex::Surroundings surroundings{
-      folder.Factory(), AnsiCodePage::Windows1252(), clock, nullptr, {}, u"C:\\data", u"PC"};
+      folder.Factory(), AnsiCodePage::Windows1252(), clock, log, {}, u"C:\\data", u"PC"};
   folder.files[kIndex] = bytes;
   CSyncIndex index(surroundings);
   index.SetDatabase({}, u"Test");
