@@ -105,26 +105,21 @@ std::string Outcome(Call&& call) {
   return std::to_string(value.index()) + ": " + ToUtf8(FieldValue(value).ToText());
 }
 
-// All that a record shows: what each accessor gives for each field, and the bytes of the record.
-inline std::vector<std::string> Shown(PDBAppforgeRecord record, PDBByteStream stream) {
-  std::vector<std::string> shown;
-  for (int16_t i = 0; i <= record.AppforgeDefinition()->FieldCount(); ++i) {
-    shown.push_back(Outcome([&] { return record.HasValue(i); }));
-    shown.push_back(Outcome([&] { return record.Value(i); }));
-    shown.push_back(Outcome([&] { return record.ByteValue(i); }));
-    shown.push_back(Outcome([&] { return record.BooleanValue(i); }));
-    shown.push_back(Outcome([&] { return record.IntegerValue(i); }));
-    shown.push_back(Outcome([&] { return record.LongValue(i); }));
-    shown.push_back(Outcome([&] { return record.DoubleValue(i); }));
-    shown.push_back(Outcome([&] { return record.CurrencyValue(i); }));
-    shown.push_back(Outcome([&] { return record.SingleValue(i); }));
-    shown.push_back(Outcome([&] { return DateStamp{record.DateValue(i)}; }));
-  }
-  shown.push_back(Outcome([&] { return record.DataLength(); }));
-  shown.push_back(Outcome([&] {
-    record.Encode(stream);
-    return TaggedValue();
-  }));
+// What a record shows: what each accessor gives for a field, and the bytes of the record.
+inline std::vector<std::string> Shown(PDBAppforgeRecord record, int16_t i, PDBByteStream stream) {
+  std::vector<std::string> shown = {
+      Outcome([&] { return record.HasValue(i); }),
+      Outcome([&] { return record.Value(i); }),
+      Outcome([&] { return record.ByteValue(i); }),
+      Outcome([&] { return record.BooleanValue(i); }),
+      Outcome([&] { return record.IntegerValue(i); }),
+      Outcome([&] { return record.LongValue(i); }),
+      Outcome([&] { return record.DoubleValue(i); }),
+      Outcome([&] { return record.CurrencyValue(i); }),
+      Outcome([&] { return record.SingleValue(i); }),
+      Outcome([&] { return DateStamp{record.DateValue(i)}; }),
+      Outcome([&] { return record.DataLength(); }),
+      Outcome([&] { return (record.Encode(stream), TaggedValue()); })};
   for (const std::byte byte : stream.RecordBytes()) {
     shown.push_back(std::to_string(std::to_integer<int>(byte)));
   }
@@ -157,7 +152,9 @@ inline std::optional<std::string> FirstDifference(ByteSpan input) {
   PDBByteStream stream;
   stream.SetUTF8Strings(choices.Byte() % 2 == 0);
   stream.SetGlobalByteSwap(choices.Byte() % 2 == 0);
+  int16_t field = 0;
   while (!choices.AtEnd()) {
+    field = static_cast<int16_t>(choices.Byte() % (definition->FieldCount() + 1));
     const int32_t error = ErrorOf([&] {
       switch (choices.Byte() % 8) {
         case 0:
@@ -168,27 +165,26 @@ inline std::optional<std::string> FirstDifference(ByteSpan input) {
         case 2:
           return record.Clear();
         default:
-          const auto i = static_cast<int16_t>(choices.Byte() % (definition->FieldCount() + 1));
-          return SetAny(record, i, choices);
+          return SetAny(record, field, choices);
       }
     });
     if (error != 0 && error != 5 && error != 6 && error != 9 && error != 13) {
       return "error " + std::to_string(error);
     }
-    PDBAppforgeRecord of_texts;
-    of_texts.SetAppforgeDefinition(definition);
-    for (int16_t i = 0; i <= definition->FieldCount(); ++i) {
-      of_texts.SetStringValue(i, record.StringValue(i));
-    }
-    const std::vector<std::string> shown = Shown(record, stream);
-    const std::vector<std::string> expected = Shown(of_texts, stream);
-    const auto [at, other] = std::ranges::mismatch(shown, expected);
-    if (at != shown.end() && other != expected.end()) {
-      return *at + ", not " + *other + ", as " + std::to_string(at - shown.begin());
-    }
-    if (shown.size() != expected.size()) return "another length";
-    if (!has_text && !GoesBothWays(record)) return "decodes to another record";
   }
+  PDBAppforgeRecord of_texts;
+  of_texts.SetAppforgeDefinition(definition);
+  for (int16_t i = 0; i <= definition->FieldCount(); ++i) {
+    of_texts.SetStringValue(i, record.StringValue(i));
+  }
+  const std::vector<std::string> shown = Shown(record, field, stream);
+  const std::vector<std::string> expected = Shown(of_texts, field, stream);
+  for (size_t at = 0; at < std::max(shown.size(), expected.size()); ++at) {
+    const std::string own = at < shown.size() ? shown[at] : "nothing";
+    const std::string other = at < expected.size() ? expected[at] : "nothing";
+    if (own != other) return std::to_string(at).append(": " + own).append(", not " + other);
+  }
+  if (!has_text && !GoesBothWays(record)) return "decodes to another record";
   return std::nullopt;
 }
 

@@ -35,6 +35,31 @@ INSTANTIATE_TEST_SUITE_P(Memory, CursorFileTest,
                              "Memory", [] { return std::make_unique<MemoryPlace>(); }}),
                          PlaceName);
 
+// What only the calls show.
+TEST(CursorFile, LeavesTheLengthAndTheLineWhereTheyAre) {
+  MemoryDisk disk;
+  disk.Put(u"\\a", "one\r\ntwo\r\n");
+  MemoryCursorFile file(disk);
+  ASSERT_TRUE(file.OpenFile(u"a", u"RW", {}));
+  disk.fault = "Read";
+  std::u16string line;
+  EXPECT_FALSE(file.InputLine(line));
+  EXPECT_EQ(file.CurrentPos(), 0);
+  EXPECT_TRUE(file.InputLine(line));
+  EXPECT_TRUE(file.InputLine(line));
+  EXPECT_EQ(line, u"two");
+  EXPECT_TRUE(file.CloseFile());
+  EXPECT_EQ(std::ranges::count(disk.calls, "EndAt"), 0) << "it ends there already";
+}
+
+TEST(CursorFile, ATemporaryFileIsThereWhileItIsOpen) {
+  MemoryDisk disk;
+  MemoryCursorFile file(disk);
+  ASSERT_TRUE(file.OpenTempFile({}, {}, u"abc"));
+  EXPECT_TRUE(file.FileExists());
+  EXPECT_EQ(disk.files.size(), 1u);
+}
+
 }  // namespace
 
 TEST_P(CursorFileTest, NamesAreSplitAndJoined) {
@@ -79,9 +104,9 @@ TEST_P(CursorFileTest, ModesDecideWhatIsCreatedAndAllowed) {
     EXPECT_EQ(file_->CurrentPos(), 0);
     const bool emptied = test.mode == u"W" && place_->empties_at_open();
     EXPECT_EQ(file_->FileSize(), emptied ? 0 : 3);
-    EXPECT_EQ(ReadBytes(1, 1), test.reads ? "b" : "");
+    EXPECT_EQ(Read(1, 1), test.reads ? "b" : "");
     EXPECT_EQ(Error().starts_with(u"modMain.ReadData():"), !test.reads);
-    EXPECT_EQ(WriteBytes("X", 2), test.writes ? 1 : 0);
+    EXPECT_EQ(Write("X", 2), test.writes ? 1 : 0);
     EXPECT_EQ(Error().starts_with(u"modMain.WriteData():"), !test.writes);
     EXPECT_TRUE(file_->CloseFile());
     const std::string rewritten = emptied ? std::string("\0\0X", 3) : "abX";
@@ -99,28 +124,28 @@ TEST_P(CursorFileTest, NobodyElseOpensAnOpenFile) {
 
 TEST_P(CursorFileTest, ReadsAndWritesAtTheCursorOrAnOffset) {
   ASSERT_TRUE(file_->OpenFile(u"a", u"RW", {}));
-  EXPECT_EQ(WriteBytes("0123456789", -1), 10);
+  EXPECT_EQ(Write("0123456789", -1), 10);
   EXPECT_EQ(file_->CurrentPos(), 10);
   EXPECT_TRUE(file_->IsEOF());
-  EXPECT_EQ(WriteBytes("ab", 3), 2);
-  EXPECT_EQ(WriteBytes("c", -1), 1);
+  EXPECT_EQ(Write("ab", 3), 2);
+  EXPECT_EQ(Write("c", -1), 1);
   EXPECT_EQ(file_->CurrentPos(), 6);
   EXPECT_FALSE(file_->IsEOF());
-  EXPECT_EQ(ReadBytes(0, 5), "012ab");
-  EXPECT_EQ(ReadBytes(-1, 100), "c6789") << "cut at the end";
-  EXPECT_EQ(ReadBytes(-1, 1), "");
-  EXPECT_EQ(ReadBytes(2, 0), "");
-  EXPECT_EQ(ReadBytes(2, -5), "");
-  EXPECT_EQ(ReadBytes(100, 5), "");
+  EXPECT_EQ(Read(0, 5), "012ab");
+  EXPECT_EQ(Read(-1, 100), "c6789") << "cut at the end";
+  EXPECT_EQ(Read(-1, 1), "");
+  EXPECT_EQ(Read(2, 0), "");
+  EXPECT_EQ(Read(2, -5), "");
+  EXPECT_EQ(Read(100, 5), "");
   EXPECT_EQ(file_->CurrentPos(), 100);
   EXPECT_TRUE(file_->IsEOF());
   EXPECT_EQ(Error(), u"");
-  EXPECT_EQ(ReadBytes(-7, 2), "01") << "a negative cursor becomes 0";
+  EXPECT_EQ(Read(-7, 2), "01") << "a negative cursor becomes 0";
   file_->Reset();
   EXPECT_EQ(file_->CurrentPos(), 0);
   file_->SetCursorPos(12);
   EXPECT_EQ(file_->FileSize(), 10);
-  EXPECT_EQ(WriteBytes("z", -1), 1);
+  EXPECT_EQ(Write("z", -1), 1);
   EXPECT_TRUE(file_->CloseFile());
   EXPECT_EQ(place_->Read(u"a"), std::string("012abc6789\0\0z", 13));
 }
@@ -130,22 +155,22 @@ TEST_P(CursorFileTest, MegabytesMoveInOneCall) {
   big.resize(40'000'001);
   for (size_t i = 0; i < big.size(); i += 4093) big[i] = static_cast<char>(i);
   ASSERT_TRUE(file_->OpenFile(u"big", u"RW", {}));
-  EXPECT_EQ(WriteBytes(big, 0), static_cast<int32_t>(big.size()));
-  EXPECT_TRUE(ReadBytes(0, 1 << 30) == big);
+  EXPECT_EQ(Write(big, 0), static_cast<int32_t>(big.size()));
+  EXPECT_TRUE(Read(0, 1 << 30) == big);
 }
 
 TEST_P(CursorFileTest, ClosingCutsWritableFilesAtTheCursor) {
   const std::string old(100, 'x');
   place_->Write(u"a", old);
   ASSERT_TRUE(file_->OpenFile(u"a", u"RW", {}));
-  WriteBytes("0123456789", 0);
+  Write("0123456789", 0);
   EXPECT_TRUE(file_->CloseFile());
   EXPECT_FALSE(file_->IsOpen());
   EXPECT_EQ(place_->Read(u"a"), "0123456789");
 
   place_->Write(u"a", old);
   ASSERT_TRUE(file_->OpenFile(u"a", u"R", {}));
-  ReadBytes(0, 5);
+  Read(0, 5);
   EXPECT_TRUE(file_->CloseFile());
   EXPECT_EQ(place_->Read(u"a"), old);
 
@@ -166,7 +191,7 @@ TEST_P(CursorFileTest, ClosingCutsWritableFilesAtTheCursor) {
 
 TEST_P(CursorFileTest, OpeningAnotherFileClosesTheFirst) {
   ASSERT_TRUE(file_->OpenFile(u"a", u"RW", {}));
-  WriteBytes("abc", 0);
+  Write("abc", 0);
   ASSERT_TRUE(file_->OpenFile(u"b", u"RW", {}));
   EXPECT_EQ(place_->Read(u"a"), "abc");
 }
@@ -175,8 +200,8 @@ TEST_P(CursorFileTest, TheByteOrderMarkIsSteppedOver) {
   place_->Write(u"u", Utf16File(u"ab"));
   ASSERT_TRUE(file_->OpenFile(u"u", u"RW", {}));
   EXPECT_TRUE(file_->IsUnicode());
-  EXPECT_EQ(ReadBytes(0, 2), std::string("a\0", 2));
-  EXPECT_EQ(WriteBytes("XYZ", 0), 3);
+  EXPECT_EQ(Read(0, 2), std::string("a\0", 2));
+  EXPECT_EQ(Write("XYZ", 0), 3);
   EXPECT_EQ(file_->CurrentPos(), 5);
   EXPECT_TRUE(file_->CloseFile());
   EXPECT_EQ(place_->Read(u"u"), "\xFF\xFEXYZ");
@@ -192,9 +217,9 @@ TEST_P(CursorFileTest, TheByteOrderMarkIsSteppedOver) {
 
 TEST_P(CursorFileTest, OperationsOnAClosedFileFail) {
   file_->SetFullFileName(u"a");
-  EXPECT_EQ(ReadBytes(0, 5), "");
+  EXPECT_EQ(Read(0, 5), "");
   EXPECT_TRUE(Error().starts_with(u"modMain.ReadData():"));
-  EXPECT_EQ(WriteBytes("a", 0), 0);
+  EXPECT_EQ(Write("a", 0), 0);
   EXPECT_TRUE(Error().starts_with(u"modMain.WriteData():"));
   EXPECT_FALSE(file_->PrintLine(u"a"));
   EXPECT_TRUE(Error().starts_with(u"modMain.PrintLine():"));
@@ -263,7 +288,7 @@ TEST_P(CursorFileTest, FilesAreRenamedReplacedAndDeleted) {
 
 TEST_P(CursorFileTest, FilesAreCopiedAndMoved) {
   ASSERT_TRUE(file_->OpenFile(u"a\u65E5", u"RW", {}));
-  WriteBytes("aa", 0);
+  Write("aa", 0);
   EXPECT_TRUE(file_->CopyFile(place_->File(u"copies\\deep")));
   EXPECT_EQ(place_->Read(u"copies\\deep\\a\u65E5"), "aa");
   EXPECT_EQ(file_->FilePath(), place_->folder());
@@ -328,7 +353,7 @@ TEST_P(CursorFileTest, LinesFollowTheCursorAndWrites) {
   std::u16string line;
   EXPECT_TRUE(file_->InputLine(line));
   EXPECT_EQ(file_->CurrentPos(), 5);
-  EXPECT_EQ(WriteBytes("TWO", -1), 3);
+  EXPECT_EQ(Write("TWO", -1), 3);
   file_->SetCursorPos(5);
   EXPECT_TRUE(file_->InputLine(line));
   EXPECT_EQ(line, u"TWO");

@@ -13,6 +13,25 @@
 
 namespace pylon::testing {
 
+// What the file's error handler has; a number goes with a message, and none without.
+inline std::u16string PendingError(IPCFile& file) {
+  std::u16string message;
+  int32_t number = 0;
+  const bool pending = file.ReadErrorHandler(message, number);
+  EXPECT_EQ(pending, number != 0);
+  EXPECT_EQ(pending, !message.empty());
+  return message;
+}
+inline std::string ReadBytes(IPCFile& file, int32_t offset, int32_t count) {
+  Bytes bytes = ToBytes("left over");
+  const int32_t read = file.ReadByteArray(bytes, offset, count, {});
+  EXPECT_EQ(static_cast<size_t>(read), bytes.size());
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+inline int32_t WriteBytes(IPCFile& file, std::string_view text, int32_t offset) {
+  return file.WriteByteArray(ToBytes(text), offset, {});
+}
+
 // A folder in which a file object can be tried: names are in its own terms and below the folder.
 // What the place itself is asked goes past the classes under test.
 class FilePlace {
@@ -41,23 +60,9 @@ class CursorFileTest : public ::testing::TestWithParam<PlaceKind> {
  protected:
   CursorFileTest() { file_->SetFilePath(place_->folder()); }
 
-  std::u16string Error() {
-    std::u16string message;
-    int32_t number = 0;
-    const bool pending = file_->ReadErrorHandler(message, number);
-    EXPECT_EQ(pending, number != 0);
-    EXPECT_EQ(pending, !message.empty());
-    return message;
-  }
-  std::string ReadBytes(int32_t offset, int32_t count) {
-    Bytes bytes = ToBytes("left over");
-    const int32_t read = file_->ReadByteArray(bytes, offset, count, {});
-    EXPECT_EQ(static_cast<size_t>(read), bytes.size());
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-  }
-  int32_t WriteBytes(std::string_view text, int32_t offset) {
-    return file_->WriteByteArray(ToBytes(text), offset, {});
-  }
+  std::u16string Error() { return PendingError(*file_); }
+  std::string Read(int32_t offset, int32_t count) { return ReadBytes(*file_, offset, count); }
+  int32_t Write(std::string_view text, int32_t offset) { return WriteBytes(*file_, text, offset); }
 
   std::unique_ptr<FilePlace> place_ = GetParam().make();
   std::unique_ptr<CursorFile> file_ = place_->NewFile();

@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <string_view>
 #include <thread>
@@ -12,8 +15,8 @@
 
 namespace pylon::testing {
 
-// A folder of its own on the real disk, gone with everything in it at the end. Works by plain
-// Windows calls, so that it can judge the classes under test.
+// A folder of its own on the real disk, gone with everything in it at the end. Past the classes
+// under test, so that it can judge them.
 class TempFolder {
  public:
   TempFolder() {
@@ -22,10 +25,16 @@ class TempFolder {
     ::GetTempPathW(MAX_PATH, temp);
     ::GetTempFileNameW(temp, L"tst", 0, name);
     ::DeleteFileW(name);
-    ::CreateDirectoryW(name, nullptr);
+    std::filesystem::create_directory(name);
     path_ = FromWide(name);
   }
-  ~TempFolder() { Remove(path_); }
+  ~TempFolder() {
+    std::error_code ignored;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(PathOf({}), ignored)) {
+      std::filesystem::permissions(entry, std::filesystem::perms::all, ignored);
+    }
+    std::filesystem::remove_all(PathOf({}), ignored);
+  }
   TempFolder(const TempFolder&) = delete;
   TempFolder& operator=(const TempFolder&) = delete;
 
@@ -33,57 +42,28 @@ class TempFolder {
   std::u16string File(std::u16string_view name) const {
     return path_ + u"\\" + std::u16string(name);
   }
-  bool Exists(std::u16string_view name) const {
-    return ::GetFileAttributesW(Wide(File(name))) != INVALID_FILE_ATTRIBUTES;
-  }
+  bool Exists(std::u16string_view name) const { return std::filesystem::exists(PathOf(name)); }
   void Write(std::u16string_view name, std::string_view bytes) const {
-    const FileHandle file(::CreateFileW(Wide(File(name)), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr));
-    ASSERT_TRUE(file);
-    DWORD written = 0;
-    ::WriteFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &written, nullptr);
-    ASSERT_EQ(written, bytes.size());
+    std::ofstream file(PathOf(name), std::ios::binary);
+    ASSERT_TRUE(file.write(bytes.data(), static_cast<std::streamsize>(bytes.size())).flush());
   }
   std::string Read(std::u16string_view name) const {
-    const FileHandle file(::CreateFileW(Wide(File(name)), GENERIC_READ, FILE_SHARE_READ, nullptr,
-                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
+    std::ifstream file(PathOf(name), std::ios::binary);
     if (!file) return "no such file";
-    std::string bytes(::GetFileSize(file.get(), nullptr), '\0');
-    DWORD read = 0;
-    ::ReadFile(file.get(), bytes.data(), static_cast<DWORD>(bytes.size()), &read, nullptr);
-    return bytes;
+    return {std::istreambuf_iterator<char>(file), {}};
   }
   // Names of the folder's entries, one blank behind each.
   std::u16string List() const {
     std::u16string names;
-    ForEach(path_,
-            [&](const WIN32_FIND_DATAW& found) { names += FromWide(found.cFileName) + u" "; });
+    for (const auto& entry : std::filesystem::directory_iterator(PathOf({}))) {
+      names += FromWide(entry.path().filename().c_str()) + u" ";
+    }
     return names;
   }
 
  private:
-  template <class Function>
-  static void ForEach(const std::u16string& folder, Function function) {
-    WIN32_FIND_DATAW found;
-    const HANDLE search = ::FindFirstFileW(Wide(folder + u"\\*"), &found);
-    if (search == INVALID_HANDLE_VALUE) return;
-    do {
-      const std::wstring_view name = found.cFileName;
-      if (name != L"." && name != L"..") function(found);
-    } while (::FindNextFileW(search, &found));
-    ::FindClose(search);
-  }
-  static void Remove(const std::u16string& folder) {
-    ForEach(folder, [&](const WIN32_FIND_DATAW& found) {
-      const std::u16string path = folder + u"\\" + FromWide(found.cFileName);
-      if (found.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY) {
-        Remove(path);
-      } else {
-        ::SetFileAttributesW(Wide(path), FILE_ATTRIBUTE_NORMAL);
-        ::DeleteFileW(Wide(path));
-      }
-    });
-    ::RemoveDirectoryW(Wide(folder));
+  std::filesystem::path PathOf(std::u16string_view name) const {
+    return std::filesystem::path(static_cast<const wchar_t*>(Wide(File(name))));
   }
 
   std::u16string path_;

@@ -2,37 +2,21 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-
+#include "tests/files/CursorFileTest.h"
 #include "tests/files/TempFolder.h"
 
 namespace pylon {
 namespace {
 
 using pylon::testing::Holder;
+using pylon::testing::PendingError;
+using pylon::testing::ReadBytes;
 using pylon::testing::TempFolder;
-using pylon::testing::ToBytes;
-using pylon::testing::Utf16File;
+using pylon::testing::WriteBytes;
 
 class cFileIOTest : public ::testing::Test {
  protected:
-  std::u16string Error() {
-    std::u16string message;
-    int32_t number = 0;
-    const bool pending = file_.ReadErrorHandler(message, number);
-    EXPECT_EQ(pending, number != 0);
-    EXPECT_EQ(pending, !message.empty());
-    return message;
-  }
-  std::string ReadBytes(int32_t offset, int32_t count) {
-    Bytes bytes = ToBytes("left over");
-    const int32_t read = file_.ReadByteArray(bytes, offset, count, {});
-    EXPECT_EQ(static_cast<size_t>(read), bytes.size());
-    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-  }
-  int32_t WriteBytes(std::string_view text, int32_t offset) {
-    return file_.WriteByteArray(ToBytes(text), offset, {});
-  }
+  std::u16string Error() { return PendingError(file_); }
 
   TempFolder folder_;
   cFileIO file_{folder_.path(), AnsiCodePage::Windows1252()};
@@ -66,11 +50,11 @@ TEST_F(cFileIOTest, AFileThatNoPositionReachesTheEndOfIsAnError) {
   ASSERT_TRUE(file_.OpenFile(u"huge", u"R", {}));
   EXPECT_EQ(file_.FileSize(), 0);
   EXPECT_TRUE(Error().ends_with(u" (223)"));
-  EXPECT_EQ(ReadBytes(0x7FFFFFFE, 5).size(), 1u);
+  EXPECT_EQ(ReadBytes(file_, 0x7FFFFFFE, 5).size(), 1u);
   EXPECT_EQ(file_.CurrentPos(), 0x7FFFFFFF);
   file_.CloseFile();
   ASSERT_TRUE(file_.OpenFile(u"huge", u"W", {}));
-  EXPECT_EQ(WriteBytes("abc", 0x7FFFFFFE), 0);
+  EXPECT_EQ(WriteBytes(file_, "abc", 0x7FFFFFFE), 0);
   EXPECT_TRUE(Error().ends_with(u" (223)"));
 }
 
@@ -89,7 +73,7 @@ TEST_F(cFileIOTest, TemporaryFilesLieInTheTempFolder) {
   ASSERT_TRUE(file_.OpenTempFile(u"RW", {}, u"abc"));
   EXPECT_NE(file_.FileName(), first);
   EXPECT_TRUE(file_.FileName().starts_with(u"abc"));
-  EXPECT_EQ(WriteBytes("x", -1), 1);
+  EXPECT_EQ(WriteBytes(file_, "x", -1), 1);
   file_.CloseFile();
   EXPECT_EQ(folder_.Read(file_.FileName()), "x");
   file_.DeleteFile();

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "tests/files/CursorFileTest.h"
 #include "tests/support/FileText.h"
 #include "tests/support/MemoryFileCalls.h"
 
@@ -69,14 +70,7 @@ class cFilePPCTest : public ::testing::Test {
     file_.SetFullFileName(kName);
   }
 
-  std::string Error() {
-    std::u16string message;
-    int32_t number = 0;
-    const bool pending = file_.ReadErrorHandler(message, number);
-    EXPECT_EQ(pending, number != 0);
-    EXPECT_EQ(message.empty(), number == 0) << ToUtf8(message);
-    return ToUtf8(message);
-  }
+  std::string Error() { return ToUtf8(PendingError(file_)); }
   bool Rewrite(const std::u16string& name, std::string_view text) {
     return file_.OpenFile(name, u"W", {}) && file_.WriteByteArray(ToBytes(text), 0, {}) > 0 &&
            file_.CloseFile();

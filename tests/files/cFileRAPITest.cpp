@@ -12,6 +12,7 @@
 #include "base/AutomationError.h"
 #include "files/RapiFileCalls.h"
 #include "files/cRegRAPI.h"
+#include "tests/files/CursorFileTest.h"
 #include "tests/files/SimulatedDevice.h"
 
 namespace pylon::testing {
@@ -29,13 +30,7 @@ class cFileRAPITest : public ::testing::Test {
   std::unique_ptr<cFileRAPI> NewFile() {
     return std::make_unique<cFileRAPI>(device_.connection, AnsiCodePage::Windows1252());
   }
-  static std::string ErrorOf(IPCFile& file) {
-    std::u16string message;
-    int32_t number = 0;
-    file.ReadErrorHandler(message, number);
-    return ToUtf8(message);
-  }
-  std::string Error() { return ErrorOf(*file_); }
+  std::string Error() { return ToUtf8(PendingError(*file_)); }
 
   SimulatedDevice device_;
   std::unique_ptr<cFileRAPI> file_ = NewFile();
