@@ -1,85 +1,60 @@
-// What a database costs on local files, beside the bare cost of moving the same bytes through the
-// same file class: "Bare" benchmarks are the yardstick of the one that follows.
+// What a database costs on files in memory, beside the bare cost of moving the same bytes through
+// the same file class: "Bare" benchmarks are the yardstick of the one that follows.
 
 #include <benchmark/benchmark.h>
 
-#include <unistd.h>
-
 #include <chrono>
-#include <filesystem>
 #include <memory>
+#include <optional>
 #include <random>
 #include <string>
 #include <utility>
 
 #include "base/Text.h"
+#include "pdb/PDBByteStream.h"
 #include "pdb/PDBDatabasePC.h"
 #include "pdb/PDBFormat.h"
-#include "tests/support/PosixFile.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon {
 namespace {
 
-using testing::PosixFile;
+using testing::MemoryCursorFile;
+using testing::MemoryDisk;
 using Stopwatch = std::chrono::steady_clock;
 
 double SecondsSince(Stopwatch::time_point start) {
   return std::chrono::duration<double>(Stopwatch::now() - start).count();
 }
 
-// A folder of its own under the system's temporary one, gone at the end.
-class BenchFolder {
- public:
-  BenchFolder()
-      : path_(std::filesystem::temp_directory_path() /
-              ("pylon-bench-" + std::to_string(getpid()))) {
-    std::filesystem::create_directory(path_);
-  }
-  ~BenchFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-  std::filesystem::path File(std::string_view name) const { return path_ / name; }
-
- private:
-  std::filesystem::path path_;
-};
-
-std::filesystem::path BenchFile(std::string_view name) {
-  static const BenchFolder folder;
-  return folder.File(name);
+MemoryDisk& Disk() {
+  static MemoryDisk disk;
+  disk.calls.clear();
+  return disk;
 }
 
-// As the file class wants it: folder and name are parted by a backslash.
-std::u16string NameOf(const std::filesystem::path& path) {
-  return FromUtf8(path.parent_path().string()) + u"\\" + FromUtf8(path.filename().string());
-}
+std::u16string BenchFile(std::string_view name) { return u"C:\\bench\\" + FromUtf8(name); }
 
-std::unique_ptr<PDBDatabasePC> NewDatabase(const std::filesystem::path& path) {
+std::unique_ptr<PDBDatabasePC> NewDatabase(const std::u16string& path) {
   static const SystemClock clock;
-  auto database = std::make_unique<PDBDatabasePC>(std::make_unique<PosixFile>(),
-                                                  AnsiCodePage::Windows1252(), clock, nullptr);
-  database->SetPDBFilePath(NameOf(path));
+  auto database = std::make_unique<PDBDatabasePC>(Disk().Factory()(), AnsiCodePage::Windows1252(),
+                                                  clock, nullptr);
+  database->SetPDBFilePath(path);
   database->SetDatabaseFor(dftWindows);
   return database;
 }
 
-PDBByteStream RecordOf(size_t size, uint8_t fill) {
-  PDBByteStream stream;
-  stream.Fill(Bytes(size, std::byte{fill}));
-  return stream;
-}
+Bytes RecordOf(size_t size, uint8_t fill) { return Bytes(size, std::byte{fill}); }
 
 // The file of the benchmark's shape (range 0 records of range 1 bytes), made on first use.
-std::filesystem::path FileOf(const benchmark::State& state) {
-  const std::filesystem::path path = BenchFile(std::to_string(state.range(0)) + ".pdb");
+std::u16string FileOf(const benchmark::State& state) {
+  const std::u16string path = BenchFile(std::to_string(state.range(0)) + ".pdb");
   const auto database = NewDatabase(path);
   if (database->FileExists()) return path;
   database->CreateDatabase();
-  const PDBByteStream record = RecordOf(static_cast<size_t>(state.range(1)), 1);
+  const Bytes record = RecordOf(static_cast<size_t>(state.range(1)), 1);
   for (int64_t i = 0; i < state.range(0); ++i) {
-    int32_t id = 0;
-    database->Update(0, id, 0, 0, record);
+    database->Update(0, 0, 0, 0, record);
   }
   database->CloseDatabase();
   return path;
@@ -99,8 +74,8 @@ void CountRecords(benchmark::State& state) {
 }
 
 void BareReading(benchmark::State& state, size_t size) {
-  PosixFile file;
-  file.SetFullFileName(NameOf(FileOf(state)));
+  MemoryCursorFile file(Disk());
+  file.SetFullFileName(FileOf(state));
   for (auto _ : state) {
     file.OpenFile({}, u"R", {});
     Bytes bytes;
@@ -128,9 +103,10 @@ void ReadAll(benchmark::State& state) {
   PDBByteStream stream;
   for (auto _ : state) {
     database->OpenDatabase();
-    int32_t index = 0, id = 0, attributes = 0;
-    int16_t category = 0;
-    while (database->ReadNext(index, id, category, attributes, stream)) {
+    int32_t index = 0;
+    while (const std::optional<Record> record = database->Next()) {
+      stream.Fill(record->data);
+      index = record->index;
       benchmark::DoNotOptimize(stream.length());
     }
     database->CloseDatabase();
@@ -139,16 +115,15 @@ void ReadAll(benchmark::State& state) {
   CountRecords(state);
 }
 
-void WriteAll(PDBDatabase& database, const PDBByteStream& record) {
+void WriteAll(PDBDatabase& database, ByteSpan record) {
   for (int32_t i = database.RecordCount(); i > 0; --i) {
-    int32_t id = 0;
-    database.Update(i, id, 1, eDirty, record);
+    database.Update(i, 0, 1, eDirty, record);
   }
 }
 
 void UpdateAll(benchmark::State& state) {
   const auto database = NewDatabase(FileOf(state));
-  const PDBByteStream record = RecordOf(static_cast<size_t>(state.range(1)), 2);
+  const Bytes record = RecordOf(static_cast<size_t>(state.range(1)), 2);
   for (auto _ : state) {
     database->OpenDatabase();
     const auto start = Stopwatch::now();
@@ -160,13 +135,12 @@ void UpdateAll(benchmark::State& state) {
 }
 
 // What no save can do without, in the steps of one: a new file beside the old one, all its bytes in
-// one write, the close, and the new file in the place of an old one of the same size. Neither this
-// nor the saves wait for the disk.
+// one write, the close, and the new file in the place of an old one of the same size.
 void SaveBare(benchmark::State& state) {
   const Bytes bytes(FileSize(state), std::byte{1});
-  PosixFile file;
+  MemoryCursorFile file(Disk());
   for (auto _ : state) {
-    file.SetFullFileName(NameOf(BenchFile("bare.pdb.new")));
+    file.SetFullFileName(BenchFile("bare.pdb.new"));
     const auto start = Stopwatch::now();
     file.OpenFile({}, u"W", {});
     const bool good = file.WriteByteArray(bytes, 0, {}) == static_cast<int32_t>(bytes.size()) &&
@@ -179,21 +153,17 @@ void SaveBare(benchmark::State& state) {
 
 // `all`: every record was changed; otherwise one, and the rest comes from the file.
 void Saving(benchmark::State& state, bool all) {
-  const std::filesystem::path path = BenchFile("saved.pdb");
-  std::filesystem::copy_file(FileOf(state), path,
-                             std::filesystem::copy_options::overwrite_existing);
+  const std::u16string path = BenchFile("saved.pdb");
+  Disk().files[path] = Disk().files[FileOf(state)];
   const auto database = NewDatabase(path);
-  const PDBByteStream record = RecordOf(static_cast<size_t>(state.range(1)), 3);
+  const Bytes record = RecordOf(static_cast<size_t>(state.range(1)), 3);
   for (auto _ : state) {
     database->OpenDatabase();
-    int32_t id = 0, attributes = 0;
-    int16_t category = 0;
-    PDBByteStream stream;
     if (all) {
       WriteAll(*database, record);
     } else {
-      database->ReadNextByIndex(1, id, category, attributes, stream);  // loads the file
-      database->Update(1, id, 0, 0, record);
+      benchmark::DoNotOptimize(database->ByIndex(1));  // loads the file
+      database->Update(1, 0, 0, 0, record);
     }
     const auto start = Stopwatch::now();
     database->CloseDatabase();
@@ -209,13 +179,11 @@ void FindById(benchmark::State& state) {
   database->OpenDatabase();
   std::minstd_rand random(1);
   PDBByteStream stream;
-  int32_t index = 0, attributes = 0;
-  int16_t category = 0;
   for (auto _ : state) {
     const auto id = static_cast<int32_t>(random() % static_cast<uint64_t>(state.range(0))) + 1;
-    if (!database->ReadNextById(index, id, category, attributes, stream)) {
-      state.SkipWithError("not found");
-    }
+    const std::optional<Record> record = database->ById(id);
+    if (!record) state.SkipWithError("not found");
+    stream.Fill(record->data);
   }
 }
 

@@ -14,7 +14,7 @@
 #include "base/Text.h"
 #include "pdb/CHashTable.h"
 #include "pdb/CSyncIndex.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon {
 namespace {
@@ -73,7 +73,7 @@ void LookUp(benchmark::State& state) {
 // A sync that looks up every key and changes one in ten, file in memory.
 void WholeSync(benchmark::State& state) {
   const std::vector<std::u16string> keys = Keys(state);
-  testing::MemoryFolder folder;
+  testing::MemoryDisk folder;
   const SystemClock clock;
   const CSyncIndex::Surroundings surroundings{
       folder.Factory(), AnsiCodePage::Windows1252(), clock, nullptr, {}, u"C:\\data", u"PC"};

@@ -1,5 +1,6 @@
-// Opens any bytes as a PDB file and holds the database to what it shows: a file that was only read
-// stays as it is, and what was changed, removed and added is what the saved file gives back.
+// Opens any bytes as a PDB file, or a file built of records from the input, and holds the database
+// to what it shows: a file that was only read stays as it is, and what was changed, removed and
+// added is what the saved file gives back.
 
 #include <algorithm>
 #include <cstdint>
@@ -19,7 +20,6 @@ using testing::DatabaseFile;
 using testing::Put;
 using testing::ReadAll;
 using testing::Record;
-using testing::StreamOf;
 
 void Check(bool holds) {
   if (!holds) std::abort();
@@ -33,11 +33,8 @@ struct Content {
 Content ReadContent(PDBDatabase& database) {
   Content content;
   content.records = ReadAll(database);
-  PDBByteStream stream;
-  database.ReadAppInfoBlock(stream);
-  content.app_info = BlockOf(stream);
-  database.ReadSortInfoBlock(stream);
-  content.sort_info = BlockOf(stream);
+  content.app_info = BlockOf(database.ReadAppInfoBlock());
+  content.sort_info = BlockOf(database.ReadSortInfoBlock());
   return content;
 }
 
@@ -78,11 +75,9 @@ void Change(PDBDatabase& database, Content& content, Choices& choices) {
         break;
       case 2: {
         if (records.empty()) break;
-        int32_t id = 0, attributes = 0;
-        int16_t category = 0;
-        PDBByteStream stream;
-        Check(database.ReadNextByIndex(index, id, category, attributes, stream));
-        database.Remove(id);  // of records that share an id, the one just read
+        const std::optional<pylon::Record> read = database.ByIndex(index);
+        Check(read.has_value());
+        database.Remove(read->id);  // of records that share an id, the one just read
         records.erase(records.begin() + at);
         break;
       }
@@ -92,7 +87,7 @@ void Change(PDBDatabase& database, Content& content, Choices& choices) {
         break;
       case 4:
         content.app_info = record.data;
-        database.WriteAppInfoBlock(StreamOf(record.data));
+        database.WriteAppInfoBlock(record.data);
         break;
     }
   }
@@ -117,10 +112,52 @@ void Compare(Content expected, const Content& saved, eDatabaseForType database_f
   Check(saved.sort_info == expected.sort_info);
 }
 
+// Takes numbers and bytes off the front of the input; past its end they are 0 and short.
+class Source {
+ public:
+  explicit Source(ByteSpan rest) : rest_(rest) {}
+  bool empty() const { return rest_.empty(); }
+  Bytes Take(size_t size) {
+    const ByteSpan taken = rest_.first(std::min(size, rest_.size()));
+    rest_ = rest_.subspan(taken.size());
+    return {taken.begin(), taken.end()};
+  }
+  uint32_t Number(size_t width) {
+    uint32_t value = 0;
+    for (const std::byte byte : Take(width)) value = value << 8 | std::to_integer<uint32_t>(byte);
+    return value;
+  }
+
+ private:
+  ByteSpan rest_;
+};
+
+Bytes ImageOfRecords(ByteSpan input, eDatabaseForType database_for) {
+  Source source(input);
+  testing::FileImage image;
+  image.little = database_for == dftPalmVFS;
+  image.gap = source.Number(1) % 4;
+  image.app_info = source.Take(source.Number(1));
+  image.sort_info = source.Take(source.Number(1));
+  image.seed = source.Number(4);
+  image.next_id = source.Number(4);
+  while (!source.empty()) {
+    testing::FileImage::Entry entry;
+    entry.attributes = static_cast<uint8_t>(source.Number(1));
+    entry.id = source.Number(1) % 2 ? source.Number(3) : source.Number(1);
+    entry.data = source.Take(source.Number(1));
+    image.records.push_back(std::move(entry));
+  }
+  return image.Build();
+}
+
 void Run(ByteSpan input) {
   if (input.empty()) return;
-  const auto database_for = static_cast<eDatabaseForType>(std::to_integer<int>(input[0]) % 6);
-  const Bytes image(input.begin() + 1, input.end());
+  const auto choice = std::to_integer<int>(input[0]);
+  const auto database_for = static_cast<eDatabaseForType>(choice / 2 % 6);
+  const ByteSpan rest = input.subspan(1);
+  const Bytes image =
+      choice % 2 ? ImageOfRecords(rest, database_for) : Bytes(rest.begin(), rest.end());
   DatabaseFile file(image);
   const auto database = file.Database(database_for);
   try {

@@ -19,7 +19,7 @@ void Check(bool holds) {
 }
 
 void ReadAsIndex(const Bytes& bytes) {
-  testing::MemoryFolder folder;
+  testing::MemoryDisk folder;
   const testing::FixedClock clock;
   // Without a log, a damaged file is an error.
   const auto log = std::make_shared<testing::CollectingLog>();
@@ -28,9 +28,16 @@ void ReadAsIndex(const Bytes& bytes) {
   folder.files[kIndex] = bytes;
   CSyncIndex index(surroundings);
   index.SetDatabase({}, u"Test");
-  index.Remove(u"key");
+  bool damaged = false;
+  try {
+    index.Remove(u"key");
+  } catch (const AutomationError& error) {
+    Check(error.number() == static_cast<int32_t>(ErrorNumber::kDeviceIo));
+    damaged = true;  // raised once, since there is no log
+  }
   const bool aside = folder.files.contains(std::u16string(kIndex) + u".damaged");
   Check(aside != folder.files.contains(kIndex));
+  Check(aside == damaged);
   if (aside) Check(folder.files[std::u16string(kIndex) + u".damaged"] == bytes);
   try {
     index.Add(u"key", 7);

@@ -61,10 +61,7 @@ std::vector<InUse> OpenDatabases(const PDBFileSystem& files) {
   std::vector<InUse> open;
   for (int32_t i = 1; i <= files.DatabaseCount(); ++i) {
     const std::shared_ptr<PDBDatabase> database = files.Database(i);
-    try {
-      open.push_back({database, database->IterationIndex()});
-    } catch (const AutomationError&) {  // which is how a closed one answers
-    }
+    if (database->IsOpen()) open.push_back({database, database->IterationIndex()});
   }
   return open;
 }
@@ -123,14 +120,14 @@ class AppforgeAppSettings::Table {
         record_(code_page) {}
 
   void ReadDefinition() {
-    database_.ReadAppInfoBlock(stream_);
-    // In what is no table no record holds a setting; Find says so when there is one.
+    stream_.Fill(database_.ReadAppInfoBlock());
+    // Without a table no record holds a setting; Find reports one that is there all the same.
     definition_->IsAppforgeData(stream_);
   }
   void WriteDefinition() {
     for (const char16_t* field : kFields) definition_->AddFieldName(field, eStringField);
     try {
-      database_.WriteAppInfoBlock(definition_->AppInfoBlock());
+      database_.WriteAppInfoBlock(definition_->AppInfoBlock().BlockBytes());
     } catch (const AutomationError&) {
       // A database without them would be taken for an empty table ever after.
       RemoveWhatWasMade();
@@ -141,9 +138,14 @@ class AppforgeAppSettings::Table {
   bool Find(std::u16string_view section, std::u16string_view key) {
     record_.SetAppforgeDefinition(definition_);
     database_.SetIterationIndex(1);
-    while (database_.ReadNext(index_, unique_id_, category_, attributes_, stream_)) {
+    while (const std::optional<Record> record = database_.Next()) {
       // All that a handheld keeps of a record that the user has deleted.
-      if ((attributes_ & eDelete) && stream_.RecordBytes().empty()) continue;
+      if ((record->attributes & eDelete) && record->data.bytes().empty()) continue;
+      stream_.Fill(record->data);
+      index_ = record->index;
+      unique_id_ = record->id;
+      category_ = record->category;
+      attributes_ = record->attributes;
       const bool found = OfRecord([&] {
         record_.Decode(stream_);
         return record_.StringValue(kKey) == key && record_.StringValue(kSection) == section;
@@ -165,7 +167,7 @@ class AppforgeAppSettings::Table {
             u"The value is too long, or has a character that the handheld can't keep.");
       }
     });
-    database_.Update(index_, unique_id_, category_, attributes_, stream_);
+    database_.Update(index_, unique_id_, category_, attributes_, stream_.RecordBytes());
   }
   void Remove() { visit_.Remove(index_, unique_id_); }
   void Leave() { visit_.Leave(); }

@@ -12,14 +12,14 @@
 
 namespace pylon {
 
-// Named settings of a handheld application, for conduits. Where they lie depends on the device that
+// Named settings of a handheld application, for conduits. Where they are depends on the device that
 // was synced when the object was made:
 //
 // - The PC, and without a sync: the user's settings store, where Basic programs keep theirs.
 //   GetSettings answers Default for a setting that is not there or can't be. The others raise error
 //   5 for an empty name and one with a NUL, SaveSettings also for a value with a NUL, and
 //   DeleteSettings for a setting that is not there. A backslash in AppName or Section leads to a
-//   section within a section; it must stand between two names.
+//   section within a section; it must be between two names.
 // - ActiveSync: nowhere. GetSettings answers an empty text, the others do nothing.
 // - HotSync: in the database "AppName-Settings" on the handheld, an AppForge table whose fields are
 //   the text of the key, the text of the value and one that is not used. It keeps no sections: only

@@ -70,19 +70,19 @@ class ByteStreamObject final
 };
 
 // A _PDBByteStream that a member was given: one of this process, used as it is, or one of another
-// process or of somebody else's making, whose bytes travel through its ByteArray. Borrows the
+// process or of another maker, whose bytes travel through its ByteArray. Borrows the
 // pointer, which outlives it.
 class StreamArgument {
  public:
   // `stream` is an in/out argument: a null pointer raises error 91.
   StreamArgument(Server& server, ::_PDBByteStream** stream);
 
-  // What is to be written.
+  // The bytes to be written.
   const PDBByteStream& Given();
-  // What is to be taken apart: the stream's own settings count.
+  // The bytes to be taken apart: the stream's own settings count.
   const PDBByteStream& GivenToRead();
-  // What a read fills; Return() then hands it to the caller, who gets a new stream when it gave
-  // none.
+  // The stream that a read fills; Return() then hands it to the caller, who gets a new stream when
+  // it gave none.
   PDBByteStream& ToFill() noexcept { return native_ ? native_->stream() : local_; }
   // The same with the stream's own settings.
   PDBByteStream& ToRewrite();

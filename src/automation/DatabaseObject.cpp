@@ -1,5 +1,7 @@
 #include "automation/DatabaseObject.h"
 
+#include <optional>
+
 #include "automation/ByteStreamObject.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/CDevice.h"
@@ -71,27 +73,27 @@ STDMETHODIMP DatabaseObject::CreateDatabase(VARIANT_BOOL* result) noexcept {
 STDMETHODIMP DatabaseObject::ReadAppInfoBlock(::_PDBByteStream** oByteStream) noexcept {
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
-    database_->ReadAppInfoBlock(stream.ToFill());
+    stream.ToFill().Fill(database_->ReadAppInfoBlock());
     stream.Return();
   });
 }
 STDMETHODIMP DatabaseObject::WriteAppInfoBlock(::_PDBByteStream** oByteStream) noexcept {
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
-    database_->WriteAppInfoBlock(stream.Given());
+    database_->WriteAppInfoBlock(stream.Given().BlockBytes());
   });
 }
 STDMETHODIMP DatabaseObject::ReadSortInfoBlock(::_PDBByteStream** oByteStream) noexcept {
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
-    database_->ReadSortInfoBlock(stream.ToFill());
+    stream.ToFill().Fill(database_->ReadSortInfoBlock());
     stream.Return();
   });
 }
 STDMETHODIMP DatabaseObject::WriteSortInfoBlock(::_PDBByteStream** oByteStream) noexcept {
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
-    database_->WriteSortInfoBlock(stream.Given());
+    database_->WriteSortInfoBlock(stream.Given().BlockBytes());
   });
 }
 STDMETHODIMP DatabaseObject::get_IterationIndex(long* value) noexcept {
@@ -113,17 +115,15 @@ HRESULT DatabaseObject::ReadRecord(long* Index, long* UniqueId, short* Category,
                                    VARIANT_BOOL* result, Read&& read) noexcept {
   if (!Index || !UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
   return GetBool(result, [&] {
-    int32_t index = *Index;
-    int32_t unique_id = *UniqueId;
-    int16_t category = *Category;
-    int32_t attributes = *Attributes;
     StreamArgument data(server(), stream);
-    if (!read(index, unique_id, category, attributes, data.ToFill())) return false;
+    const std::optional<Record> record = read();
+    if (!record) return false;
+    data.ToFill().Fill(record->data);
     data.Return();
-    *Index = index;
-    *UniqueId = unique_id;
-    *Category = category;
-    *Attributes = static_cast<::eRecordAttribute>(attributes);
+    *Index = record->index;
+    *UniqueId = record->id;
+    *Category = record->category;
+    *Attributes = static_cast<::eRecordAttribute>(record->attributes);
     return true;
   });
 }
@@ -133,27 +133,27 @@ STDMETHODIMP DatabaseObject::ReadNext(long* Index, long* UniqueId, short* Catego
                                       ::_PDBByteStream** oByteStream,
                                       VARIANT_BOOL* result) noexcept {
   return ReadRecord(Index, UniqueId, Category, Attributes, oByteStream, result,
-                    [&](auto&... values) { return database_->ReadNext(values...); });
+                    [&] { return database_->Next(); });
 }
 STDMETHODIMP DatabaseObject::ReadNextByIndex(long Index, long* UniqueId, short* Category,
                                              ::eRecordAttribute* Attributes,
                                              ::_PDBByteStream** aData,
                                              VARIANT_BOOL* result) noexcept {
   return ReadRecord(&Index, UniqueId, Category, Attributes, aData, result,
-                    [&](auto&... values) { return database_->ReadNextByIndex(values...); });
+                    [&] { return database_->ByIndex(Index); });
 }
 STDMETHODIMP DatabaseObject::ReadNextById(long* Index, long UniqueId, short* Category,
                                           ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
                                           VARIANT_BOOL* result) noexcept {
   return ReadRecord(Index, &UniqueId, Category, Attributes, aData, result,
-                    [&](auto&... values) { return database_->ReadNextById(values...); });
+                    [&] { return database_->ById(UniqueId); });
 }
 STDMETHODIMP DatabaseObject::ReadNextModified(long* Index, long* UniqueId, short* Category,
                                               ::eRecordAttribute* Attributes,
                                               ::_PDBByteStream** aData,
                                               VARIANT_BOOL* result) noexcept {
   return ReadRecord(Index, UniqueId, Category, Attributes, aData, result,
-                    [&](auto&... values) { return database_->ReadNextModified(values...); });
+                    [&] { return database_->NextModified(); });
 }
 STDMETHODIMP DatabaseObject::Remove(long UniqueId) noexcept {
   return Do([&] { database_->Remove(UniqueId); });
@@ -175,10 +175,9 @@ STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
                                     ::_PDBByteStream** oByteStream) noexcept {
   if (!UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
   return Do([&] {
-    int32_t unique_id = *UniqueId;
     StreamArgument stream(server(), oByteStream);
-    database_->Update(Index, unique_id, *Category, *Attributes, stream.Given());
-    *UniqueId = unique_id;
+    *UniqueId =
+        database_->Update(Index, *UniqueId, *Category, *Attributes, stream.Given().RecordBytes());
   });
 }
 STDMETHODIMP DatabaseObject::CreateDateTime(DATE* result) noexcept {

@@ -65,8 +65,8 @@ class DatabaseObject final : public Object<DatabaseObject, ::_PDBDatabasePC, ::P
   STDMETHODIMP put_DatabaseFor(::eDatabaseForType value) noexcept override;
 
  private:
-  // One read: `read` gets the in/out values and the stream, and says whether it found a record. On
-  // False the caller's variables stay as they were.
+  // Unpacks the record that `read` returns into the caller's variables; without one they stay as
+  // they were, and the answer is False.
   template <class Read>
   HRESULT ReadRecord(long* Index, long* UniqueId, short* Category, ::eRecordAttribute* Attributes,
                      ::_PDBByteStream** stream, VARIANT_BOOL* result, Read&& read) noexcept;

@@ -71,7 +71,7 @@ com::Ptr<::PDBDatabase> FileSystemObject::Wrap(
 void FileSystemObject::Hand(const std::shared_ptr<pylon::PDBDatabase>& database,
                             ::PDBDatabase** target) {
   if (!database) return;
-  // What the caller had goes only after it has the new one: its release may call back.
+  // The caller's old one is released after it has the new one: the release may call back.
   const auto old = com::Ptr<::PDBDatabase>::Own(std::exchange(*target, Wrap(database).Detach()));
 }
 

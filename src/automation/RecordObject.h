@@ -6,7 +6,7 @@
 namespace pylon {
 
 // One record as clients see it. Keeps the definition and the stream that it is given, which may be
-// of another process or of somebody else's making: the definition's fields are then read anew
+// of another process or of another maker: the definition's fields are then read again
 // whenever values are dropped, read or written.
 class RecordObject final : public Object<RecordObject, ::_PDBAppforgeRecord> {
  public:

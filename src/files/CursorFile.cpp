@@ -65,7 +65,7 @@ bool CursorFile::Fail(std::u16string_view operation, uint32_t error, std::u16str
   const std::u16string name = path.empty() ? FullFileName() : std::u16string(path);
   error_number_ = static_cast<int32_t>(error);
   error_message_ = u"modMain." + std::u16string(operation);
-  // The name of a file that can't be opened stands within the parentheses.
+  // The name of a file that can't be opened is within the parentheses.
   error_message_ += operation == u"OpenFile" ? u"(" + name + u"): " : u"(): " + name + u": ";
   error_message_ += calls_->Describe(error);
   return false;

@@ -11,10 +11,10 @@
 
 namespace pylon {
 
-// What Recycle does with the file.
+// Recycle moves the file to the recycle bin or deletes it.
 enum class RecycleAction { kRecycle, kDelete };
 
-// All of a file object that does not depend on where the file lies: names, cursor, open modes,
+// All of a file object that does not depend on where the file is: names, cursor, open modes,
 // byte-order mark, the cut at the close, text, and the texts of failures. cFileIO is one on the
 // PC's disks, cFileRAPI one on a handheld.
 //
@@ -87,22 +87,20 @@ class CursorFile : public IPCFile {
 
   bool ReplaceFile(std::u16string_view newName) override;
   bool FileExists() override;
+  void TakeAsBytes() noexcept override { bytes_only_ = true; }
 
   bool IsUnicode() const noexcept { return unicode_; }
   // Makes an open, empty file a UTF-16 one by writing its byte-order mark. False when the file
   // holds something or the write fails.
   bool StartUnicode();
 
-  // From the next open on the file is bytes and no text: no byte-order mark is looked for, and
-  // offset 0 is the file's first byte whatever that is.
-  void TakeAsBytes() noexcept { bytes_only_ = true; }
   // Ends an open, writable file at the cursor, as the close does. False when it can't be done.
   bool CutAtCursor();
   // Closes a file without cutting it.
   bool CloseUncut();
 
  protected:
-  // What a cFile... decides is whether the "W" mode keeps what the file holds until it is cut.
+  // A cFile... decides whether the "W" mode keeps what the file holds until it is cut.
   enum class WriteMode { kKeepsContents, kEmptiesAtOpen };
 
   // The folder is that of names without one. The code page outlives the object.
@@ -152,7 +150,7 @@ class CursorFile : public IPCFile {
 void AppendUtf16(std::u16string_view text, Bytes& bytes);
 std::u16string DecodeUtf16(ByteSpan bytes);
 
-// What a UTF-16 file begins with.
+// The first bytes of a UTF-16 file.
 inline constexpr std::byte kByteOrderMark[] = {std::byte{0xFF}, std::byte{0xFE}};
 bool BeginsWithByteOrderMark(ByteSpan bytes);
 

@@ -7,11 +7,8 @@
 
 namespace pylon {
 
-// What a file says of a copy that Cancel has stopped.
-inline constexpr std::u16string_view kCopyCancelled = u"The user has cancelled the copy.";
-
-// Whom the waits for a device report to, and who may stop them: the status window, through its own
-// floor. Sizes and offsets are in bytes.
+// The waits for a device report here, and may be stopped from here: the status window, through its
+// own floor. Sizes and offsets are in bytes.
 //
 // ShowFile, Advance and Yield process messages: see "Re-entry" in docs/developing.md.
 class DeviceProgress : public MessageLoop {

@@ -11,14 +11,14 @@
 
 namespace pylon {
 
-// A cursor over one named file, wherever it lies: on the PC's disks, on a handheld, in memory.
+// A cursor over one named file, wherever it is: on the PC's disks, on a handheld, in memory.
 //
 // Positions and sizes are in bytes, 32-bit signed; an offset of -1 means the current cursor. Reads
 // and writes advance the cursor by what they moved. Nothing here throws for an ordinary failure:
-// the result tells (false, or fewer bytes than asked for), and ReadErrorHandler has the reason
+// the result says so (false, or fewer bytes than asked for), and ReadErrorHandler has the reason
 // until the next operation. An object is used by one thread; it closes its file when destroyed.
 //
-// The first thirty members stand in the order of their slots.
+// The first thirty members are in the order of their slots.
 class IPCFile {
  public:
   virtual ~IPCFile() = default;
@@ -70,7 +70,7 @@ class IPCFile {
   virtual int32_t WriteByteArray(ByteSpan ByteArray, int32_t iOffSet,
                                  std::u16string_view WriteOption) = 0;
 
-  // Times of the open file, local time; 0 when they can't be had.
+  // Times of the open file, local time; 0 when they are not available.
   virtual Date CreateDateTime() = 0;
   virtual void SetCreateDateTime(Date date) = 0;
   virtual Date ModifyDateTime() = 0;
@@ -82,12 +82,15 @@ class IPCFile {
   // True and the last failure's message and number when one is pending, else false and empty.
   virtual bool ReadErrorHandler(std::u16string& ErrorMsg, int32_t& ErrorNo) = 0;
   // Like RenameFile, but takes the place of a file that has the name. On local disks that is one
-  // step: whoever looks finds the old file or the new one.
+  // step: a reader finds the old file or the new one.
   virtual bool ReplaceFile(std::u16string_view newName) = 0;
+  // From the next open on the file is bytes and not text: offset 0 is the file's first byte even
+  // if that looks like the beginning of a text file.
+  virtual void TakeAsBytes() noexcept = 0;
   // Whether the named file is there (closed files too).
   virtual bool FileExists() = 0;
   // Opens, empty and for writing, a place of its own for what can't be written where it belongs, if
-  // files of this kind have one. CloseFile keeps what was written whole, tells the log where, and
+  // files of this kind have one. CloseFile keeps what was written whole, logs where, and
   // is false: the named file is not what was opened. The failure that led here stays the pending
   // one then.
   virtual bool OpenAside() { return false; }

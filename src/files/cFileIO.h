@@ -47,7 +47,7 @@ class cFileIO final : public CursorFile {
   using IniAction = std::function<unsigned long(const std::u16string& path)>;
   unsigned long OnIni(IniAccess access, const IniAction& action);
 
-  bool ini_gave_up_ = false;  // the last wait for the INI file was in vain
+  bool ini_gave_up_ = false;  // the last wait for the INI file was without success
 };
 
 }  // namespace pylon

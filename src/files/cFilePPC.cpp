@@ -9,6 +9,8 @@
 namespace pylon {
 namespace {
 
+constexpr std::u16string_view kCopyCancelled = u"The user has cancelled the copy.";
+
 // To the nearest whole number, halves to the even one; both are positive.
 int32_t RoundedQuotient(int32_t dividend, int32_t divisor) noexcept {
   const int32_t quotient = dividend / divisor;

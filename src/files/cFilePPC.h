@@ -92,7 +92,8 @@ class cFilePPC final : public IPCFile {
   // The replacing file also takes over when the replaced one was created, if that was open before.
   bool ReplaceFile(std::u16string_view newName) override;
   bool FileExists() override { return device_->FileExists(); }
-  bool OpenAside() override;  // a working copy without a device's file
+  void TakeAsBytes() noexcept override {}  // it always is
+  bool OpenAside() override;               // a working copy without a device's file
 
   Date LastFailedOpen() const noexcept { return failed_open_; }  // 0: there was none
 

@@ -14,10 +14,10 @@
 
 namespace pylon {
 
-// A file on a handheld, each operation a call over the remote API. Like cFileIO but for this:
+// A file on a handheld, each operation a call over the remote API. Like cFileIO except for this:
 //
 // - "W" empties the file when it is opened.
-// - Temporary files lie in the device's "\TEMP\", under a name that is new on the PC.
+// - Temporary files are in the device's "\TEMP\", under a name that is new on the PC.
 // - There is no recycle bin, and no INI file can be read or written.
 // - Replacing a file takes more than one step; see RapiFileCalls::Replace.
 //
@@ -25,7 +25,7 @@ namespace pylon {
 // "Connection to ActiveSync has been closed.". Without a connection every operation fails so.
 class cFileRAPI final : public CursorFile {
  public:
-  // The code page outlives the object. Names without a folder lie in the device's root.
+  // The code page outlives the object. Names without a folder are in the device's root.
   cFileRAPI(std::shared_ptr<RapiConnection> connection, const AnsiCodePage& code_page);
 
   // False, and the file stays, when it shall go to a recycle bin. Nobody is asked.
@@ -41,8 +41,8 @@ class cFileRAPI final : public CursorFile {
   bool DeleteIni(std::u16string_view Section, std::u16string_view ItemName);
   bool DeleteIniAll(std::u16string_view Section);
 
-  // The device's date and time, which the remote API tells only as the time of a new file: makes
-  // one and deletes it. Nothing, and the failure in ReadErrorHandler, when it can't be had.
+  // The device's date and time, which the remote API reports only as the time of a new file: makes
+  // one and deletes it. Nothing, and the failure in ReadErrorHandler, when it is not available.
   std::optional<Date> DeviceTime();
 
  private:

@@ -9,38 +9,31 @@
 
 #include "base/Bytes.h"
 #include "base/Date.h"
+#include "pdb/Record.h"
 
 namespace pylon {
-
-// A record as the handheld keeps it: `attributes` are the upper bits of its attributes byte
-// (eRecordAttribute and the busy bit 0x20), `category` is 0 to 15.
-struct HandheldRecord {
-  int32_t index = 0;  // 0-based, as handhelds count
-  uint32_t id = 0;    // 24 bits, given by the handheld
-  uint8_t category = 0;
-  uint8_t attributes = 0;
-  Bytes data;
-};
 
 // One open record database on a handheld. Destroying it closes it.
 //
 // Every member goes over the link and costs at least one exchange. Each raises error 57 when the
 // link is lost, error 70 when the handheld refuses (a busy record, a database that is read-only or
 // protected), error 7 when its memory is full, and any other failure as error 51 with the words
-// that came along. What is simply not there is a null or false result.
+// that came along. What is simply not there is a null or false result. Indexes are 1-based.
 class HandheldDatabase {
  public:
   virtual ~HandheldDatabase() = default;
 
   virtual int32_t RecordCount() = 0;
-  virtual std::optional<HandheldRecord> ReadByIndex(int32_t index) = 0;
-  virtual std::optional<HandheldRecord> ReadById(uint32_t id) = 0;
+  // Records as the handheld keeps them: its upper attribute bits, with the busy bit, and 16
+  // categories, and ids that it has given. Their data is their own.
+  virtual std::optional<Record> ReadByIndex(int32_t index) = 0;
+  virtual std::optional<Record> ReadById(int32_t id) = 0;
   // The first record from `index` on that is marked dirty. Handhelds mark records that the user
   // deletes as dirty too.
-  virtual std::optional<HandheldRecord> ReadNextModified(int32_t index) = 0;
+  virtual std::optional<Record> ReadNextModified(int32_t index) = 0;
   // Replaces the record with this id, or adds one when it is 0. Returns its id.
-  virtual uint32_t Write(uint32_t id, uint8_t category, uint8_t attributes, ByteSpan data) = 0;
-  virtual bool Remove(uint32_t id) = 0;
+  virtual int32_t Write(int32_t id, int16_t category, int32_t attributes, ByteSpan data) = 0;
+  virtual bool Remove(int32_t id) = 0;
   virtual void RemoveAll() = 0;
   virtual void ResetModifiedFlags() = 0;
 
@@ -50,8 +43,7 @@ class HandheldDatabase {
   virtual void WriteSortInfoBlock(ByteSpan block) = 0;
 };
 
-// What the handheld tells of a database without opening it; empty or 0 where a link has no word
-// for it.
+// What is known of a database without opening it; empty or 0 where a link doesn't report it.
 struct HandheldDatabaseInfo {
   std::u16string creator;  // four characters
   std::u16string type;     // four characters

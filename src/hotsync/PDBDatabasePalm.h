@@ -15,8 +15,9 @@
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "hotsync/Handheld.h"
-#include "pdb/CSyncIndex.h"
+#include "pdb/IndexOwner.h"
 #include "pdb/PDBDatabase.h"
+#include "pdb/RecordCursor.h"
 
 namespace pylon {
 
@@ -29,9 +30,9 @@ namespace pylon {
 // The link is slow, so it is asked as little as can be. A record costs one exchange to read, and
 // one to write or remove when it was read or written since the database was opened, else two. The
 // cursor costs none. That rests on one invariant: as long as a session lasts, the handheld's
-// applications stand still and only this object changes the database, where new records go to the
+// applications do nothing and only this object changes the database, where new records go to the
 // end. So the number of records, and which id is at which index, are remembered; after a change
-// that failed they are asked anew.
+// that failed they are asked for again.
 //
 // Errors of the handheld reach the caller as they are: 57 when the link is lost, 70 when it
 // refuses, 7 when its memory is full, 51 for others. None leaves anything half done here.
@@ -46,7 +47,7 @@ class PDBDatabasePalm final : public PDBDatabase {
   PDBDatabasePalm(std::shared_ptr<Handheld> handheld, const AnsiCodePage& code_page,
                   std::shared_ptr<LogSink> log, SyncIndexFactory indexes = {});
 
-  // What the file system gives it, unchecked; what can't be is refused when it matters. `folder`,
+  // Given by the file system, unchecked; what is not possible is refused when it matters. `folder`,
   // on the PC, is for what is kept there beside the database: the sync index.
   void SetUp(std::u16string_view creator_id, eDatabaseForType database_for,
              std::u16string_view name, std::u16string_view folder);
@@ -78,10 +79,10 @@ class PDBDatabasePalm final : public PDBDatabase {
   // log, without a creator id of four characters.
   bool CreateDatabase() override;
 
-  void ReadAppInfoBlock(PDBByteStream& stream) override;
-  void WriteAppInfoBlock(const PDBByteStream& stream) override;  // over kMaxChunk: error 6
-  void ReadSortInfoBlock(PDBByteStream& stream) override;
-  void WriteSortInfoBlock(const PDBByteStream& stream) override;  // over kMaxChunk: error 6
+  RecordData ReadAppInfoBlock() override;
+  void WriteAppInfoBlock(ByteSpan block) override;  // over kMaxChunk: error 6
+  RecordData ReadSortInfoBlock() override;
+  void WriteSortInfoBlock(ByteSpan block) override;  // over kMaxChunk: error 6
 
   // Takes what is outside 0 .. record count + 1 as the nearer end.
   int32_t IterationIndex() const override;
@@ -89,17 +90,13 @@ class PDBDatabasePalm final : public PDBDatabase {
   bool BOF() const override;
   bool EOF_() const override;
 
-  bool ReadNext(int32_t& Index, int32_t& UniqueId, int16_t& Category, int32_t& Attributes,
-                PDBByteStream& oByteStream) override;
-  bool ReadNextByIndex(int32_t Index, int32_t& UniqueId, int16_t& Category, int32_t& Attributes,
-                       PDBByteStream& aData) override;
-  bool ReadNextById(int32_t& Index, int32_t UniqueId, int16_t& Category, int32_t& Attributes,
-                    PDBByteStream& aData) override;
+  std::optional<Record> Next() override;
+  std::optional<Record> ByIndex(int32_t index) override;
+  std::optional<Record> ById(int32_t id) override;
   // The handheld looks for it, so only modified records travel. It goes by eDirty, which handhelds
-  // give to what the user deletes too; ReadNext meets what is marked eDelete without it.
-  bool ReadNextModified(int32_t& Index, int32_t& UniqueId, int16_t& Category, int32_t& Attributes,
-                        PDBByteStream& aData) override;
-  void Remove(int32_t UniqueId) override;
+  // give to what the user deletes too; Next meets what is marked eDelete without it.
+  std::optional<Record> NextModified() override;
+  void Remove(int32_t unique_id) override;
   void RemoveAll() override;
   // Those that are dirty too, and those that were met here in any way.
   void RemoveWithDeleteFlag() override;
@@ -107,13 +104,13 @@ class PDBDatabasePalm final : public PDBDatabase {
   // as the database is open.
   void ResetModifyFlags() override;
   int32_t RecordCount() const override;
-  // The handheld gives the ids: a new record gets another than UniqueId says, and a UniqueId that
-  // is not the one of the record at Index raises error 5; a record to which the handheld has given
-  // none can't be replaced, error 51. The busy bit is not written. More than kMaxChunk bytes raise
+  // The handheld gives the ids: a new record gets another than unique_id says, and one that is not
+  // that of the record at the index raises error 5; a record to which the handheld has given none
+  // can't be replaced, error 51. The busy bit is not written. More than kMaxChunk bytes raise
   // error 6.
-  void Update(int32_t Index, int32_t& UniqueId, int16_t Category, int32_t Attributes,
-              const PDBByteStream& oByteStream) override;
-  // As the handheld tells them; 0 where it doesn't.
+  int32_t Update(int32_t index, int32_t unique_id, int16_t category, int32_t attributes,
+                 ByteSpan data) override;
+  // As the handheld reports them; 0 where it doesn't.
   Date CreateDateTime() const override;
   Date ModifyDateTime() const override;
   std::shared_ptr<CSyncIndex> SyncIndex() override;
@@ -144,47 +141,41 @@ class PDBDatabasePalm final : public PDBDatabase {
   std::invoke_result_t<Action> Change(Action&& action);
 
   int32_t Count(HandheldDatabase& link) const;
-  int32_t NextIndex() const;
-  void Note(int32_t index, uint32_t id, int32_t attributes);
+  void Learn(int32_t index, int32_t id, int32_t attributes);
+  void Learn(Record& record);
   void Cover(int32_t from, int32_t to);
-  std::optional<int32_t> KnownIndexOf(uint32_t id) const;
-  std::optional<HandheldRecord> ReadAt(HandheldDatabase& link, int32_t index);
-  std::optional<HandheldRecord> NextModified(HandheldDatabase& link, int32_t from);
-  void Deliver(const HandheldRecord& record, int32_t& unique_id, int16_t& category,
-               int32_t& attributes, PDBByteStream& stream);
-  uint32_t IdAt(HandheldDatabase& link, int32_t index, int32_t expected);
-  bool RemoveRecord(HandheldDatabase& link, uint32_t id);
+  std::optional<int32_t> KnownIndexOf(int32_t id) const;
+  std::optional<Record> ReadAt(HandheldDatabase& link, int32_t index);
+  std::optional<Record> ReadById(HandheldDatabase& link, int32_t id);
+  std::optional<Record> ReadNextModified(HandheldDatabase& link, int32_t from);
+  int32_t IdAt(HandheldDatabase& link, int32_t index, int32_t expected);
+  bool RemoveRecord(HandheldDatabase& link, int32_t id);
   void FindDeleted(HandheldDatabase& link);
 
-  CSyncIndex& Index();
-  void TakeIndex();
-  void CloseIndex();
+  IndexOwner::Place IndexPlace() const { return {folder_, name_}; }
 
   std::shared_ptr<Handheld> handheld_;  // null once the session has ended
   const AnsiCodePage* code_page_;
   std::shared_ptr<LogSink> log_;  // not null
-  SyncIndexFactory indexes_;
-  std::shared_ptr<CSyncIndex> index_;  // made when first asked for
+  IndexOwner index_;
   std::u16string creator_;
   eDatabaseForType database_for_ = dftPalmHotSync;
   std::u16string name_;
   std::u16string folder_;
 
-  Link link_;            // null: closed
-  bool is_new_ = false;  // created where there was none: an index that there is speaks of another
-  bool untouched_ = false;   // is_new_, and nothing was written yet
+  Link link_;                // null: closed
+  bool untouched_ = false;   // created where there was none, and nothing was written yet
   bool unreadable_ = false;  // the last OpenDatabase failed otherwise than by finding none
 
-  int32_t cursor_ = 0;             // 0 to record count + 1
-  bool cursor_delivered_ = false;  // ReadNextModified has read the record at the cursor
+  RecordCursor cursor_;
 
-  // What the handheld has said; see the invariant above.
+  // What the handheld has reported; see the invariant above.
   mutable std::optional<int32_t> count_;
-  std::vector<uint32_t> ids_;  // by index - 1; 0 and what is beyond the end: not known
-  mutable size_t near_ = 0;    // where in ids_ the next search starts: mostly they go in order
+  std::vector<int32_t> ids_;  // by index - 1; 0 and what is beyond the end: not known
+  mutable size_t near_ = 0;   // where in ids_ the next search starts: mostly they go in order
   // Ids of the records that were last met marked eDelete. None else of the records before
   // `covered_`, and of the modified ones, is marked so.
-  std::set<uint32_t> deleted_;
+  std::set<int32_t> deleted_;
   static constexpr int32_t kAll = std::numeric_limits<int32_t>::max();
   int32_t covered_ = 1;
 };

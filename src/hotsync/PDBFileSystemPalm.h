@@ -54,7 +54,7 @@ class PDBFileSystemPalm final : public PDBFileSystem {
     return databases_.At(iIndex);
   }
   bool CloseDatabases(Failures& failures) noexcept override;
-  // Also lets go of the handheld, for databases too that somebody keeps.
+  // Also lets go of the handheld, for databases too that are still referenced.
   bool End(Failures& failures) noexcept override;
 
  private:

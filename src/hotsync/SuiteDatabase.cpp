@@ -5,8 +5,8 @@
 namespace pylon {
 namespace {
 
-constexpr uint8_t kAttributeBits = 0xF8;
-constexpr uint8_t kCategoryBits = 0x0F;
+constexpr int32_t kAttributeBits = 0xF8;
+constexpr int32_t kCategoryBits = 0x0F;
 
 AutomationError UnknownId() {
   return AutomationError(ErrorNumber::kInternal,
@@ -23,42 +23,42 @@ int32_t SuiteDatabase::RecordCount() {
       [&] { return int32_t{V_I4(Converted(adapter_.Call(Adapter::kRecordCount), VT_I4).get())}; });
 }
 
-std::optional<HandheldRecord> SuiteDatabase::ReadByIndex(int32_t index) {
+std::optional<Record> SuiteDatabase::ReadByIndex(int32_t index) {
   Fields fields;
-  fields.index = index;
+  fields.index = index - 1;
   position_.reset();
-  return link_->ReachIfThere(std::optional<HandheldRecord>(), [&] {
+  return link_->ReachIfThere(std::optional<Record>(), [&] {
     const com::Variant data =
         adapter_.Call(Adapter::kReadByIndex, Argument(&fields.index), Argument(&fields.id),
                       Argument(&fields.category), Argument(&fields.attributes));
-    fields.index = index;
-    return Record(data, fields);
+    fields.index = index - 1;
+    return ToRecord(data, fields);
   });
 }
 
-std::optional<HandheldRecord> SuiteDatabase::ReadById(uint32_t id) {
+std::optional<Record> SuiteDatabase::ReadById(int32_t id) {
   Fields fields;
   fields.id = FromId(id);
   position_.reset();
-  return link_->ReachIfThere(std::optional<HandheldRecord>(), [&] {
+  return link_->ReachIfThere(std::optional<Record>(), [&] {
     const com::Variant data =
         adapter_.Call(Adapter::kReadById, Argument(&fields.id), Argument(&fields.index),
                       Argument(&fields.category), Argument(&fields.attributes));
     if (fields.index < 0) fields.id.Receive();  // untouched: it only held the question
-    return Record(data, fields);
+    return ToRecord(data, fields);
   });
 }
 
-std::optional<HandheldRecord> SuiteDatabase::ReadNextModified(int32_t index) {
+std::optional<Record> SuiteDatabase::ReadNextModified(int32_t index) {
   Fields fields;
   const bool is_there = position_ == index;
   position_.reset();
-  return link_->ReachIfThere(std::optional<HandheldRecord>(), [&] {
-    if (!is_there) adapter_.Put(Adapter::kIterationIndex, index);
+  return link_->ReachIfThere(std::optional<Record>(), [&] {
+    if (!is_there) adapter_.Put(Adapter::kIterationIndex, index - 1);
     const com::Variant data =
         adapter_.Call(Adapter::kReadNextModified, Argument(&fields.index), Argument(&fields.id),
                       Argument(&fields.category), Argument(&fields.attributes));
-    std::optional<HandheldRecord> record = Record(data, fields);
+    std::optional<Record> record = ToRecord(data, fields);
     if (record) position_ = record->index + 1;
     return record;
   });
@@ -66,35 +66,29 @@ std::optional<HandheldRecord> SuiteDatabase::ReadNextModified(int32_t index) {
 
 // What a read has given. Without data the record may still be there, since a deleted one has none:
 // then the adapter has filled the fields, and is not at its end.
-std::optional<HandheldRecord> SuiteDatabase::Record(const com::Variant& data,
-                                                    const Fields& fields) {
+std::optional<Record> SuiteDatabase::ToRecord(const com::Variant& data, const Fields& fields) {
   std::optional<Bytes> bytes = ToRecordData(data);
   if (!bytes) {
     if (V_VT(fields.id.get()) == VT_EMPTY) return std::nullopt;
     if (V_BOOL(Converted(adapter_.Call(Adapter::kEof), VT_BOOL).get())) return std::nullopt;
     bytes.emplace();
   }
-  HandheldRecord record;
-  record.index = fields.index;
-  record.id = ToId(fields.id);
-  record.category = static_cast<uint8_t>(fields.category & kCategoryBits);
-  record.attributes = static_cast<uint8_t>(fields.attributes & kAttributeBits);
-  record.data = *std::move(bytes);
-  return record;
+  return Record{static_cast<int32_t>(fields.index) + 1, ToId(fields.id),
+                static_cast<int16_t>(fields.category & kCategoryBits),
+                static_cast<int32_t>(fields.attributes) & kAttributeBits, *std::move(bytes)};
 }
 
-uint32_t SuiteDatabase::Write(uint32_t id, uint8_t category, uint8_t attributes, ByteSpan data) {
+int32_t SuiteDatabase::Write(int32_t id, int16_t category, int32_t attributes, ByteSpan data) {
   com::Variant unique_id = id != 0 ? FromId(id) : com::Variant();
   const com::Variant bytes = com::FromBytes(data);
   position_.reset();
   return link_->Reach([&] {
-    adapter_.Call(Adapter::kWrite, Argument(&unique_id), int32_t{category}, int32_t{attributes},
-                  bytes);
+    adapter_.Call(Adapter::kWrite, Argument(&unique_id), int32_t{category}, attributes, bytes);
     return ToId(unique_id);
   });
 }
 
-bool SuiteDatabase::Remove(uint32_t id) {
+bool SuiteDatabase::Remove(int32_t id) {
   const com::Variant unique_id = FromId(id);
   position_.reset();
   return link_->ReachIfThere(false, [&] {
@@ -132,7 +126,7 @@ void SuiteDatabase::WriteBlock(Adapter::Member member, ByteSpan block) {
   link_->Reach([&] { adapter_.Call(member, bytes); });
 }
 
-uint32_t SuiteDatabase::ToId(const com::Variant& id) {
+int32_t SuiteDatabase::ToId(const com::Variant& id) {
   IdForm form;
   form.type = V_VT(id.get());
   uint32_t value = 0;
@@ -146,18 +140,18 @@ uint32_t SuiteDatabase::ToId(const com::Variant& id) {
     value = static_cast<uint32_t>(V_I4(Converted(id, VT_I4).get()));
   }
   id_form_ = form;
-  return value;
+  return static_cast<int32_t>(value);
 }
 
-com::Variant SuiteDatabase::FromId(uint32_t id) {
+com::Variant SuiteDatabase::FromId(int32_t id) {
   // A conduit may begin with an id that it has kept; any record shows how they look here.
-  if (!id_form_) (void)ReadByIndex(0);
+  if (!id_form_) (void)ReadByIndex(1);
   const IdForm form = id_form_.value_or(IdForm());
-  com::Variant value(static_cast<int32_t>(id));
+  com::Variant value(id);
   if (form.type & VT_ARRAY) {
     Bytes bytes(form.bytes);
     for (size_t i = 0; i < bytes.size(); ++i) {
-      bytes[bytes.size() - 1 - i] = static_cast<std::byte>(id >> (8 * i));
+      bytes[bytes.size() - 1 - i] = static_cast<std::byte>(static_cast<uint32_t>(id) >> (8 * i));
     }
     value = com::FromBytes(bytes);
   } else if (form.type != VT_I4) {

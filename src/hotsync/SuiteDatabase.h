@@ -15,12 +15,12 @@ class SuiteDatabase final : public HandheldDatabase {
   SuiteDatabase(com::Variant adapter, std::shared_ptr<SuiteLink> link);
 
   int32_t RecordCount() override;
-  std::optional<HandheldRecord> ReadByIndex(int32_t index) override;
-  std::optional<HandheldRecord> ReadById(uint32_t id) override;
+  std::optional<Record> ReadByIndex(int32_t index) override;
+  std::optional<Record> ReadById(int32_t id) override;
   // A second exchange where the adapter's own position is not known to be `index`.
-  std::optional<HandheldRecord> ReadNextModified(int32_t index) override;
-  uint32_t Write(uint32_t id, uint8_t category, uint8_t attributes, ByteSpan data) override;
-  bool Remove(uint32_t id) override;
+  std::optional<Record> ReadNextModified(int32_t index) override;
+  int32_t Write(int32_t id, int16_t category, int32_t attributes, ByteSpan data) override;
+  bool Remove(int32_t id) override;
   void RemoveAll() override;
   void ResetModifiedFlags() override;
   Bytes ReadAppInfoBlock() override;
@@ -36,7 +36,7 @@ class SuiteDatabase final : public HandheldDatabase {
     VARTYPE type = VT_ARRAY | VT_UI1;
     size_t bytes = suite::kIdBytes;
   };
-  // The variables of one read, which the adapter fills by reference.
+  // The variables of one read, which the adapter fills by reference. It counts from 0.
   struct Fields {
     LONG index = -1;
     com::Variant id;
@@ -44,16 +44,16 @@ class SuiteDatabase final : public HandheldDatabase {
     LONG attributes = 0;
   };
 
-  std::optional<HandheldRecord> Record(const com::Variant& data, const Fields& fields);
-  uint32_t ToId(const com::Variant& id);
-  com::Variant FromId(uint32_t id);
+  std::optional<Record> ToRecord(const com::Variant& data, const Fields& fields);
+  int32_t ToId(const com::Variant& id);
+  com::Variant FromId(int32_t id);
   Bytes ReadBlock(Adapter::Member member);
   void WriteBlock(Adapter::Member member, ByteSpan block);
 
   std::shared_ptr<SuiteLink> link_;
   LateBound<Adapter> adapter_;
   std::optional<IdForm> id_form_;    // of the first id seen
-  std::optional<int32_t> position_;  // the adapter's IterationIndex, while it is known
+  std::optional<int32_t> position_;  // the adapter's IterationIndex plus 1, while it is known
 };
 
 }  // namespace pylon

@@ -45,14 +45,14 @@ class CHashTable {
   bool Remove(std::u16string_view key);                    // false for an unknown key
   void RemoveAll();                                        // gives back the memory that it grew to
   int32_t Count() const { return used_; }
-  // In the same order: that of adding, but for nodes that a removal set free. The keys live until
-  // the next change.
+  // In the same order: that of adding, except for nodes that a removal set free. The keys live
+  // until the next change.
   std::vector<std::u16string_view> Keys() const;
   std::vector<TaggedValue> Values() const;
 
   int32_t HashOf(std::u16string_view key) const;
 
-  // How the entries lie, for measuring.
+  // How the entries are spread, for measuring.
   struct Shape {
     int32_t buckets = 0;
     int32_t longest_chain = 0;

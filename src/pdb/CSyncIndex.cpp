@@ -1,11 +1,15 @@
 #include "pdb/CSyncIndex.h"
 
+#include <span>
 #include <utility>
+#include <vector>
 
 #include "base/Text.h"
 #include "files/FileNames.h"
-#include "pdb/PDBByteStream.h"
-#include "pdb/PDBDatabasePC.h"
+#include "pdb/ByteOrder.h"
+#include "pdb/DatabaseArguments.h"
+#include "pdb/PdbFile.h"
+#include "pdb/UniqueIds.h"
 
 namespace pylon {
 namespace {
@@ -18,39 +22,35 @@ constexpr std::u16string_view kReadStep = u"ReadSyncIndex ";
 constexpr std::u16string_view kWriteStep = u"WriteSyncIndex ";
 constexpr int32_t kInvalidKey = 1001;
 constexpr size_t kMaxKey = 32'767;  // what the 16-bit length of a CString counts to
-constexpr uint8_t kLongString = 255;
+constexpr size_t kLongString = 255;
 
-// What the index file says of itself, to be told in the index's own line.
-class LastLine final : public LogSink {
- public:
-  void UpdateLog(std::u16string_view line) noexcept override {
-    try {
-      text = line;
-    } catch (const std::bad_alloc&) {
-      // The line is lost; that the file is damaged is still told.
-    }
-  }
-  std::u16string text;
-};
+// One record: the unique id and the key with its length, low bytes first, and nothing behind it.
+Bytes EncodeEntry(int32_t id, std::u16string_view key, const AnsiCodePage& code_page) {
+  const bool is_long = key.size() >= kLongString;
+  const size_t head = is_long ? 7 : 5;
+  Bytes record(head + key.size());
+  const std::span<std::byte> fields(record);
+  StoreUnsigned(static_cast<uint32_t>(id), fields.first<4>(), ByteOrder::kLittle);
+  record[4] = static_cast<std::byte>(is_long ? kLongString : key.size());
+  if (is_long) StoreUnsigned(key.size(), fields.subspan<5, 2>(), ByteOrder::kLittle);
+  for (size_t i = 0; i < key.size(); ++i) record[head + i] = std::byte{code_page.Encode(key[i])};
+  return record;
+}
 
-// One record: the unique id and the key, and nothing behind it. False when it is something else.
-bool ParseEntry(const PDBByteStream& stream, const AnsiCodePage& code_page, int32_t& id,
-                std::u16string& key) try {
-  int32_t offset = 0;
-  uint8_t short_length = 0;
-  stream.ByteToLong(id, offset);
-  stream.GetByte(short_length, offset);
-  int16_t length = short_length;
-  if (short_length == kLongString) stream.ByteToInteger(length, offset);
-  // Taken from the bytes themselves: a field's text would end at a zero byte, which a key may hold.
-  const ByteSpan record = stream.RecordBytes();
-  if (length < 1 || record.size() - static_cast<size_t>(offset) != static_cast<size_t>(length)) {
-    return false;
+// False when it is something else.
+bool DecodeEntry(ByteSpan record, const AnsiCodePage& code_page, int32_t& id, std::u16string& key) {
+  if (record.size() < 5) return false;
+  id = static_cast<int32_t>(LoadUnsigned(record.first<4>(), ByteOrder::kLittle));
+  auto length = std::to_integer<size_t>(record[4]);
+  record = record.subspan(5);
+  if (length == kLongString) {
+    if (record.size() < 2) return false;
+    length = LoadUnsigned(record.first<2>(), ByteOrder::kLittle);
+    record = record.subspan(2);
   }
-  key = code_page.Decode(record.subspan(static_cast<size_t>(offset)));
+  if (length < 1 || length > kMaxKey || length != record.size()) return false;
+  key = code_page.Decode(record);
   return true;
-} catch (const AutomationError&) {
-  return false;  // it ends within a field
 }
 
 }  // namespace
@@ -61,8 +61,6 @@ CSyncIndex::CSyncIndex(Surroundings surroundings)
 }
 
 CSyncIndex::~CSyncIndex() = default;
-
-// ---- The file
 
 std::u16string CSyncIndex::BaseFolder(std::u16string_view folder) const {
   if (!with_.base_folder.empty()) folder = with_.base_folder;
@@ -83,8 +81,7 @@ void CSyncIndex::MoveTo(std::u16string_view folder, std::u16string_view name, Ol
   Load();
   const bool anything = had_file_ || changed_;
   if (had_file_ && old_file == OldFile::kGoes && obsolete_.empty()) obsolete_ = Path();
-  if (database_) database_->Abandon();
-  database_.reset();
+  file_.reset();
   SetDatabase(folder, name);
   if (anything) {
     changed_ = true;
@@ -121,12 +118,11 @@ std::unique_ptr<IPCFile> CSyncIndex::File() const {
   return file;
 }
 
-std::unique_ptr<PDBDatabasePC> CSyncIndex::Database(std::shared_ptr<LogSink> log) const {
-  auto database =
-      std::make_unique<PDBDatabasePC>(with_.files(), with_.code_page, with_.clock, std::move(log));
-  database->SetPDBFilePath(Path());
-  database->SetDatabaseFor(dftWindows);
-  return database;
+std::unique_ptr<PdbFile> CSyncIndex::IndexFile() const {
+  auto file = std::make_unique<PdbFile>(with_.files(), with_.code_page);
+  file->SetPath(Path());
+  file->SetDatabaseFor(dftWindows);
+  return file;
 }
 
 bool CSyncIndex::SyncIndexExists() const { return File()->FileExists(); }
@@ -137,8 +133,6 @@ AutomationError CSyncIndex::Failure(std::u16string_view step, std::u16string_vie
   with_.log->UpdateLog(text);
   return AutomationError(ErrorNumber::kDeviceIo, text);
 }
-
-// ---- Entries
 
 void CSyncIndex::RequireKey(std::u16string_view key) const {
   if (key.empty()) throw AutomationError(kInvalidKey, {}, u"Invalid key");
@@ -186,8 +180,6 @@ void CSyncIndex::Clear() {
   changed_ = true;
 }
 
-// ---- Reading
-
 void CSyncIndex::Load() {
   if (state_ == State::kInMemory) return;
   if (state_ == State::kReading) {
@@ -214,33 +206,28 @@ void CSyncIndex::Load() {
 void CSyncIndex::Read() {
   had_file_ = SyncIndexExists();
   if (!had_file_) return;
-  const auto said = std::make_shared<LastLine>();
-  std::unique_ptr<PDBDatabasePC> database = Database(said);
+  std::unique_ptr<PdbFile> file = IndexFile();
   CHashTable entries(with_.code_page);
+  const PdbFile::Opening opening = file->Open();
   std::u16string damage;
-  try {
-    if (database->OpenDatabase()) {
-      damage = ReadEntries(*database, entries);
-    } else if (database->IsDamaged()) {
-      damage = said->text;
-    } else {
-      throw Failure(kReadStep, said->text);
-    }
-  } catch (const AutomationError& error) {
-    if (error.number() == static_cast<int32_t>(ErrorNumber::kDeviceIo)) {
-      if (!error.description().starts_with(kReadStep)) {
-        throw Failure(kReadStep, error.description());
-      }
-      throw;
-    }
-    damage = error.description();
+  switch (opening.outcome) {
+    case PdbFile::Outcome::kOpened:
+      damage = ReadEntries(*file, entries);
+      break;
+    case PdbFile::Outcome::kDamaged:
+    case PdbFile::Outcome::kAppInfoTooLarge:
+      damage = file->Line(opening.reason);
+      break;
+    case PdbFile::Outcome::kMissing:
+    case PdbFile::Outcome::kUnreadable:
+      throw Failure(kReadStep, file->Line(opening.reason));
   }
   if (damage.empty()) {
     entries_ = std::move(entries);
-    database_ = std::move(database);
+    file_ = std::move(file);
     return;
   }
-  database->Abandon();
+  file->Close();
   had_file_ = false;
   const std::u16string outcome = damage + u"; it is kept as " + SetAside(damage) +
                                  u", and the sync goes on with an empty index";
@@ -248,23 +235,27 @@ void CSyncIndex::Read() {
   with_.log->UpdateLog(std::u16string(kReadStep) + outcome);
 }
 
-// Why the file is no index; empty when it is one.
-std::u16string CSyncIndex::ReadEntries(PDBDatabasePC& database, CHashTable& entries) const {
-  const std::u16string file = u"Database " + Path() + u": ";
-  if (database.DatabaseType() != kType || database.CreatorId() != kCreator) {
-    return file + u"it is no sync index";
+// Why the file is not an index; empty when it is one.
+std::u16string CSyncIndex::ReadEntries(PdbFile& file, CHashTable& entries) const {
+  const PDBHeader& header = file.header();
+  if (header.type.Text(with_.code_page) != kType ||
+      header.creator.Text(with_.code_page) != kCreator) {
+    return file.Line(u"it is no sync index");
   }
   const std::shared_ptr<MessageLoop> loop = with_.loop.lock();
-  PDBByteStream stream(with_.code_page);
-  stream.SetDatabaseFor(dftWindows);
+  const RecordTable& records = file.records();
   std::u16string key;
-  const int32_t count = database.RecordCount();
-  for (int32_t index = 1; index <= count; ++index) {
-    int32_t record_id = 0, attributes = 0, id = 0;
-    int16_t category = 0;
-    if (!database.ReadNextByIndex(index, record_id, category, attributes, stream) ||
-        !ParseEntry(stream, with_.code_page, id, key)) {
-      return file + u"the file is damaged: record " + ToText(index) + u" is no entry";
+  for (size_t slot = records.First(); slot != records.End(); slot = records.Next(slot)) {
+    ByteSpan record;
+    try {
+      record = file.DataOf(records[slot]);
+    } catch (const AutomationError& error) {
+      throw Failure(kReadStep, error.description());
+    }
+    int32_t id = 0;
+    if (!DecodeEntry(record, with_.code_page, id, key)) {
+      return file.Line(u"the file is damaged: record " + ToText(records.IndexOf(slot)) +
+                       u" is no entry");
     }
     entries.Add(key, id);
     if (loop) loop->Yield();
@@ -290,8 +281,6 @@ std::u16string CSyncIndex::SetAside(std::u16string_view damage) const {
   throw Failure(kReadStep, std::u16string(damage) + u"; it can't be set aside (" + reason + u")");
 }
 
-// ---- Writing
-
 void CSyncIndex::CloseIndex() {
   if (state_ == State::kReading) {
     close_wanted_ = true;
@@ -306,48 +295,50 @@ void CSyncIndex::Write() {
     throw Failure(kWriteStep,
                   u"Database " + Path() + u": somebody else has written it since it was not there");
   }
-  if (database_) database_->Abandon();
-  database_ = Database(with_.log);
+  file_.reset();  // which may be open
   try {
-    database_->SetPDBDatabaseName(name_);
-    database_->SetDatabaseType(kType);
-    database_->SetCreatorId(kCreator);
-    if (!database_->CreateDatabase()) {
-      throw AutomationError(ErrorNumber::kDeviceIo, u"the file can't be made");
-    }
-    const std::vector<std::u16string_view> keys = entries_.Keys();
-    const std::vector<TaggedValue> ids = entries_.Values();
-    PDBByteStream stream(with_.code_page);
-    stream.SetDatabaseFor(dftWindows);
-    for (size_t i = 0; i < keys.size(); ++i) {
-      int32_t offset = 0, record_id = 0;
-      stream.Clear();
-      stream.LongToByte(std::get<int32_t>(ids[i]), offset);
-      stream.CStringToByte(keys[i], offset);
-      database_->Update(0, record_id, 0, 0, stream);
-    }
-    database_->CloseDatabase();
+    WriteEntries();
   } catch (const AutomationError& error) {
-    database_->Abandon();
     throw Failure(kWriteStep, error.description());
   }
   changed_ = false;
+  DeleteObsolete();
+}
+
+void CSyncIndex::WriteEntries() {
+  RequireDatabaseName(name_, with_.code_page);
+  PDBHeader header;
+  header.name.SetText(name_, with_.code_page);
+  header.type.SetText(kType, with_.code_page);
+  header.creator.SetText(kCreator, with_.code_page);
+  const std::unique_ptr<PdbFile> file = IndexFile();
+  file->Create(header, with_.clock.Now());
+  UniqueIds ids(*file);
+  ids.Assign();
+  const std::vector<std::u16string_view> keys = entries_.Keys();
+  const std::vector<TaggedValue> values = entries_.Values();
+  for (size_t i = 0; i < keys.size(); ++i) {
+    const Bytes entry = EncodeEntry(std::get<int32_t>(values[i]), keys[i], with_.code_page);
+    file->records().Append(ids.HandOut(), 0, entry);
+  }
+  file->Save(with_.clock.Now());
+}
+
+void CSyncIndex::DeleteObsolete() {
   const std::u16string obsolete = std::exchange(obsolete_, {});
   if (obsolete.empty() || obsolete == Path()) return;
   const std::unique_ptr<IPCFile> old = File();
   old->SetFullFileName(obsolete);
-  if (old->FileExists() && !old->DeleteFile()) {
-    std::u16string reason;
-    int32_t number = 0;
-    old->ReadErrorHandler(reason, number);
-    with_.log->UpdateLog(std::u16string(kWriteStep) + u"Database " + old->FullFileName() +
-                         u": the index under the old name can't be deleted (" + reason + u")");
-  }
+  if (!old->FileExists() || old->DeleteFile()) return;
+  std::u16string reason;
+  int32_t number = 0;
+  old->ReadErrorHandler(reason, number);
+  with_.log->UpdateLog(std::u16string(kWriteStep) + u"Database " + old->FullFileName() +
+                       u": the index under the old name can't be deleted (" + reason + u")");
 }
 
 void CSyncIndex::Release() {
-  if (database_) database_->Abandon();
-  database_.reset();
+  file_.reset();
   entries_.RemoveAll();
   state_ = State::kUnread;
   had_file_ = false;

@@ -17,7 +17,7 @@
 
 namespace pylon {
 
-class PDBDatabasePC;
+class PdbFile;
 
 // A conduit's own keys and the unique ids of the records that hold them, kept from sync to sync in
 // a file for each database and device:
@@ -29,13 +29,13 @@ class PDBDatabasePC;
 // index never speaks of records that were not saved.
 //
 // A damaged file is set aside as "name.si.damaged", or with a number behind that when there is one
-// already; the log says so and the index is empty. One that can't be read, because somebody else
+// already; the log says so and the index is empty. One that can't be read, because another program
 // has it open or the disk fails, raises error 57 instead: an index that looked empty would make a
 // conduit add again what is there. Without a log the damage is raised as error 57, once.
 //
 // Keys have 1 to 32,767 characters, each one byte in the ANSI code page; others raise error 1001.
 // They count with their case. Reading yields to the message loop; a member called during it raises
-// error 5, but for closing, which makes the call that reads fail with that error.
+// error 5, except closing, which makes the call that reads fail with that error.
 class CSyncIndex {
  public:
   struct Surroundings {
@@ -86,14 +86,16 @@ class CSyncIndex {
   std::u16string BaseFolder(std::u16string_view folder) const;
   std::u16string Path() const;
   std::unique_ptr<IPCFile> File() const;
-  std::unique_ptr<PDBDatabasePC> Database(std::shared_ptr<LogSink> log) const;
+  std::unique_ptr<PdbFile> IndexFile() const;
   AutomationError Failure(std::u16string_view step, std::u16string_view reason) const;
   void RequireKey(std::u16string_view key) const;
 
   void Read();
-  std::u16string ReadEntries(PDBDatabasePC& database, CHashTable& entries) const;
+  std::u16string ReadEntries(PdbFile& file, CHashTable& entries) const;
   std::u16string SetAside(std::u16string_view damage) const;
   void Write();
+  void WriteEntries();
+  void DeleteObsolete();
   void Release();
 
   Surroundings with_;  // the log is not null
@@ -106,7 +108,7 @@ class CSyncIndex {
   bool had_file_ = false;    // when it was read
   std::u16string obsolete_;  // the file under an old name, to be deleted
   CHashTable entries_;
-  std::unique_ptr<PDBDatabasePC> database_;  // the file, open from reading on
+  std::unique_ptr<PdbFile> file_;  // open from reading on; null when there was none
 };
 
 // Makes the index of one database; SetDatabase follows.

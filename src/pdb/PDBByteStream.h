@@ -35,7 +35,7 @@ class PDBByteStream {
   // dftPalmVFS also sets GlobalByteSwap; no other value clears it.
   void SetDatabaseFor(eDatabaseForType value);
 
-  // The whole buffer as it lies, the spare byte included; nothing when there is none. An array that
+  // The whole buffer as it is, the spare byte included; nothing when there is none. An array that
   // is given is taken as it is, its lower bound included (Basic arrays may start elsewhere than 0).
   struct Array {
     Bytes bytes;

@@ -10,14 +10,14 @@
 
 namespace pylon {
 
-// The databases of one handheld or folder. A database is shared between the file system and who
-// uses it: the same name gives the same object. Members stand in the order of their slots.
+// The databases of one handheld or folder. A database is shared between the file system and its
+// users: the same name gives the same object.
 class PDBFileSystem {
  public:
   virtual ~PDBFileSystem() = default;
 
-  // False, with the reason in the log, for a name that is no database name, for a database that is
-  // not there or for a damaged one. oDatabase is set whenever the name is a database name.
+  // False, with the reason in the log, for a name that is not a database name, for a database that
+  // is not there or for a damaged one. oDatabase is set whenever the name is a database name.
   virtual bool OpenDatabase(std::u16string_view FileName,
                             std::shared_ptr<PDBDatabase>& oDatabase) = 0;
   virtual bool CreateDatabase(std::u16string_view FileName,

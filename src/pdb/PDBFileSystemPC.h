@@ -16,10 +16,10 @@
 
 namespace pylon {
 
-// The databases of one folder: the database X lies in the file "X.pdb".
+// The databases of one folder: the database X is in the file "X.pdb".
 //
 // Names are file names without ".pdb", compared exactly. Those that reach out of the folder or mean
-// something else to Windows (separators, colons, wildcards, control characters, devices) are no
+// something else to Windows (separators, colons, wildcards, control characters, devices) are not
 // database names. A name that differs in case only from that of another database is another one,
 // but where the disk ignores case both mean the same file: while one has it open the other can
 // neither be opened nor saved.

@@ -16,7 +16,7 @@ namespace pylon {
 // is checked here but the presence of the bytes, which the caller owes.
 
 // Text in a field of fixed width, one byte a character, zero-padded. Bytes behind the first zero
-// are no text but are kept: handhelds leave their own there.
+// are not text but are kept: handhelds leave their own there.
 template <size_t N>
 class FixedText {
  public:

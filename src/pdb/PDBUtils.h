@@ -12,7 +12,7 @@ namespace pylon {
 
 // Conversions between the values of handheld data and the host's: unsigned numbers (held in the
 // next wider signed type), dates (unsigned seconds since 1904-01-01 00:00), four-character ids and
-// UTF-8. Stateless but for the code page, which it borrows.
+// UTF-8. Stateless except for the code page, which it borrows.
 //
 // Values out of range raise error 6.
 class PDBUtils {

@@ -17,7 +17,7 @@ size_t LowestBit(size_t n) { return n & (~n + 1); }
 
 // In one block, which std::ranges::copy does not do for bytes of a span.
 std::byte* Copy(ByteSpan bytes, std::byte* place) {
-  if (!bytes.empty()) std::memcpy(place, bytes.data(), bytes.size());
+  if (!bytes.empty()) std::memmove(place, bytes.data(), bytes.size());
   return place + bytes.size();
 }
 
@@ -71,7 +71,7 @@ void RecordTable::AddToCounts(size_t slot, int32_t difference) {
   for (size_t i = slot + 1; i < counts_.size(); i += LowestBit(i)) counts_[i] += difference;
 }
 
-// At most half of the buckets are used then, and three quarters when they are built anew: what
+// At most half of the buckets are used then, and three quarters when they are built again: what
 // changes in between is worth the building.
 void RecordTable::BuildIds() const {
   ids_.assign(std::bit_ceil(std::max(2 * slots_.size(), kFewestBuckets)), kFree);
@@ -145,7 +145,8 @@ void RecordTable::SetData(size_t slot, ByteSpan bytes) {
 // Null for no bytes.
 std::byte* RecordTable::Keep(ByteSpan bytes) {
   if (bytes.empty()) return nullptr;
-  if (wasted_ > kLittleWaste && 2 * wasted_ > kept_) Compact();
+  // Freed at the end: the bytes may be those of a record.
+  const Pieces old = wasted_ > kLittleWaste && 2 * wasted_ > kept_ ? Compact() : Pieces();
   if (bytes.size() > room_.size()) {
     const size_t size = std::max(bytes.size(), kPiece);
     pieces_.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
@@ -158,20 +159,22 @@ std::byte* RecordTable::Keep(ByteSpan bytes) {
   return data;
 }
 
-// Takes all the memory that it needs first, so that a failure changes nothing.
-void RecordTable::Compact() {
+// Takes all the memory that it needs first, so that a failure changes nothing. Returns the old
+// pieces.
+RecordTable::Pieces RecordTable::Compact() {
   const size_t size = kept_ - wasted_;
-  std::vector<std::unique_ptr<std::byte[]>> pieces;
+  Pieces pieces;
   pieces.push_back(std::make_unique_for_overwrite<std::byte[]>(size));
   std::byte* place = pieces.back().get();
   for (RecordEntry& entry : slots_) {
     if (!entry.data || entry.removed) continue;
     entry.data = std::exchange(place, Copy({entry.data, entry.size}, place));
   }
-  pieces_ = std::move(pieces);
+  pieces_.swap(pieces);
   room_ = {};
   kept_ = size;
   wasted_ = 0;
+  return pieces;
 }
 
 size_t RecordTable::Append(uint32_t id, uint8_t attributes, ByteSpan bytes) {

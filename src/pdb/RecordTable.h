@@ -44,7 +44,7 @@ class RecordTable {
   int32_t IndexOf(size_t slot) const;
   const RecordEntry& operator[](size_t slot) const { return slots_[slot]; }
   void SetAttributes(size_t slot, uint8_t attributes) { slots_[slot].attributes = attributes; }
-  void SetData(size_t slot, ByteSpan bytes);
+  void SetData(size_t slot, ByteSpan bytes);  // which may be those of a record, as in Append
 
   // Slots in order: for (s = First(); s != End(); s = Next(s)).
   size_t First() const { return SkipRemoved(0); }
@@ -69,6 +69,8 @@ class RecordTable {
   }
 
  private:
+  using Pieces = std::vector<std::unique_ptr<std::byte[]>>;
+
   size_t SkipRemoved(size_t slot) const {
     while (slot < slots_.size() && slots_[slot].removed) ++slot;
     return slot;
@@ -84,7 +86,7 @@ class RecordTable {
 
   std::byte* Keep(ByteSpan bytes);
   void DropData(const RecordEntry& entry) { wasted_ += entry.data ? entry.size : 0; }
-  void Compact();
+  Pieces Compact();
 
   std::vector<RecordEntry> slots_;
   size_t tombstones_ = 0;
@@ -98,7 +100,7 @@ class RecordTable {
   mutable size_t ids_used_ = 0;      // buckets that are not free
   mutable bool ids_shared_ = false;  // whether some records may share an id
 
-  std::vector<std::unique_ptr<std::byte[]>> pieces_;
+  Pieces pieces_;
   std::span<std::byte> room_;  // at the end of the last piece
   size_t kept_ = 0;
   size_t wasted_ = 0;  // of the kept bytes, those of records that were removed or given others

@@ -20,10 +20,9 @@ namespace {
 using testing::Ascii;
 using testing::CollectingLog;
 using testing::ErrorOf;
-using testing::FileOperation;
 using testing::FixedClock;
 using ::testing::HasSubstr;
-using testing::MemoryFolder;
+using testing::MemoryDisk;
 using testing::Put;
 using testing::ReadAll;
 using testing::Record;
@@ -83,7 +82,7 @@ class AppSettings : public ::testing::Test {
     ASSERT_TRUE(run_->files->CreateDatabase(u"Memo-Settings", database));
     PDBAppforgeDefinition definition;
     for (const int32_t type : fields) definition.AddFieldName(u"field", type);
-    if (!fields.empty()) database->WriteAppInfoBlock(definition.AppInfoBlock());
+    if (!fields.empty()) database->WriteAppInfoBlock(definition.AppInfoBlock().BlockBytes());
     for (const Bytes& data : records) Put(*database, 0, {0, 5, eSecret | eDirty, data});
     StartFileSystem();
   }
@@ -102,7 +101,7 @@ class AppSettings : public ::testing::Test {
   }
   // What another program finds in the file.
   std::vector<Record> Records() {
-    MemoryFolder copy;
+    MemoryDisk copy;
     copy.files = folder_.files;
     PDBFileSystemPC files(u"C:\\pdb", copy.Factory(), dftWindows, AnsiCodePage::Windows1252(),
                           clock_, log_);
@@ -111,7 +110,7 @@ class AppSettings : public ::testing::Test {
     return ReadAll(*database);
   }
 
-  MemoryFolder folder_;
+  MemoryDisk folder_;
   FixedClock clock_;
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
   std::shared_ptr<TestRun> run_ = std::make_shared<TestRun>();
@@ -158,13 +157,13 @@ TEST_F(AppSettings, OfThePcNeedNames) {
 TEST_F(AppSettings, OfActiveSyncAreNowhere) {
   CreateSettings();
   const auto before = folder_.files;
-  folder_.ResetOperations();
+  folder_.calls.clear();
   AppforgeAppSettings settings = For(dtActiveSync);
   settings.SaveSettings(u"Memo", u"", u"Font", u"Arial");
   settings.SaveSettings(u"Other", u"", u"Font", u"Arial");
   settings.DeleteSettings(u"Memo", u"", u"Font");
   EXPECT_EQ(settings.GetSettings(u"Memo", u"", u"Font", u"none"), u"");
-  EXPECT_EQ(folder_.operations(), 0);
+  EXPECT_EQ(folder_.calls.size(), 0U);
   EXPECT_TRUE(store_.values.empty());
 }
 
@@ -234,7 +233,7 @@ TEST_F(AppSettings, OfTheHandheldGetATableWhenSavedOrDeleted) {
     ASSERT_TRUE(run_->files->OpenDatabase(u"Memo-Settings", database));
     EXPECT_EQ(database->RecordCount(), 0);
     PDBByteStream block;
-    database->ReadAppInfoBlock(block);
+    block.Fill(database->ReadAppInfoBlock());
     PDBAppforgeDefinition definition;
     ASSERT_TRUE(definition.IsAppforgeData(block));
     ASSERT_EQ(definition.FieldCount(), 3);
@@ -327,7 +326,7 @@ TEST_F(AppSettings, WhatCantBeSavedNowIsSavedAtTheEnd) {
   CreateSettings();
   const auto before = folder_.files;
   AppforgeAppSettings settings = OnHandheld();
-  folder_.FailNth(FileOperation::kReplace, 1);
+  folder_.FailNth("Replace", 1);
   EXPECT_EQ(ErrorOf([&] { settings.SaveSettings(u"Memo", u"", u"Font", u"Arial"); }), 57);
   EXPECT_EQ(folder_.files, before);
   run_->files->Close();

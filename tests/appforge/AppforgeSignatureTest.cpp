@@ -7,7 +7,7 @@
 #include <limits>
 
 #include "tests/support/Errors.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 #include "tests/support/PdbTesting.h"
 
 namespace pylon {
@@ -21,9 +21,8 @@ namespace {
 using testing::Ascii;
 using ::testing::ElementsAreArray;
 using testing::ErrorOf;
-using testing::FileOperation;
 using ::testing::HasSubstr;
-using testing::MemoryFolder;
+using testing::MemoryDisk;
 using testing::ToHex;
 
 SignatureLine Line(int16_t x1, int16_t y1, int16_t x2, int16_t y2) { return {{x1, y1}, {x2, y2}}; }
@@ -100,7 +99,7 @@ class SignaturePictures : public ::testing::Test {
 
   AppforgeSignature signature_;
   NotingSurface surface_;
-  MemoryFolder folder_;
+  MemoryDisk folder_;
 };
 
 TEST_F(SignaturePictures, AreWindowsBitmaps) {
@@ -168,7 +167,7 @@ TEST_F(SignaturePictures, ImpossibleOnesAreRefusedBeforeAnythingHappens) {
     EXPECT_EQ(ErrorOf([&] { Create(picture); }), c.error) << &c - cases;
   }
   EXPECT_TRUE(surface_.notes.empty());
-  EXPECT_EQ(folder_.operations(), 0);
+  EXPECT_EQ(folder_.calls.size(), 0U);
 
   EXPECT_EQ(ErrorOf([&] {
               AppforgeSignature().CreateBMP(u"C:\\pictures\\", {}, surface_, *folder_.Factory()());
@@ -180,11 +179,9 @@ TEST_F(SignaturePictures, AreThereWholeOrNotAtAll) {
   Create();
   const Bytes whole = folder_.files[kPath];
   const Bytes old = Ascii("an older picture");
-  for (const FileOperation operation : {FileOperation::kOpen, FileOperation::kWrite,
-                                        FileOperation::kClose, FileOperation::kReplace}) {
+  for (const std::string operation : {"Open", "Write", "Close", "Replace"}) {
     for (int n = 1; n <= 2; ++n) {
-      SCOPED_TRACE(::testing::Message()
-                   << "operation " << static_cast<int>(operation) << ", " << n);
+      SCOPED_TRACE(operation + " " + std::to_string(n));
       folder_.files = {{kPath, old}};
       folder_.FailNth(operation, n);
       const int32_t error = ErrorOf([&] { Create(); });

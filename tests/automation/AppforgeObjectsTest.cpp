@@ -12,7 +12,7 @@
 #include "automation/SignatureObject.h"
 #include "base/Text.h"
 #include "tests/automation/ServerFixture.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 #include "tests/toolkit/Desktop.h"
 
 namespace pylon {
@@ -42,7 +42,7 @@ class AppforgeObjects : public ServerTest {
     }
   }
 
-  testing::MemoryFolder folder_;
+  testing::MemoryDisk folder_;
   SystemClock clock_;
   Server server_{u"Pylon.exe", AnsiCodePage::Windows1252(), clock_, folder_.Factory()};
 };

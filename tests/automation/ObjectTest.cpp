@@ -12,7 +12,7 @@
 #include "automation/UtilsObject.h"
 #include "hotsync/PDBFileSystemPalm.h"
 #include "pdb/PDBFileSystemPC.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 #include "tests/support/MemoryHandheld.h"
 
 namespace pylon {
@@ -103,7 +103,7 @@ class ObjectTest : public ::testing::Test {
         .As<::PDBFileSystem>();
   }
 
-  testing::MemoryFolder folder_;
+  testing::MemoryDisk folder_;
   SystemClock clock_;
   Server server_{u"Pylon.exe", AnsiCodePage::Windows1252(), clock_, folder_.Factory()};
 };

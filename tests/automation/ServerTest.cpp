@@ -13,7 +13,7 @@
 #include "base/Text.h"
 #include "tests/automation/Processes.h"
 #include "tests/automation/ServerFixture.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon {
 namespace {
@@ -82,7 +82,7 @@ TEST_F(ServerTest, ACopyRemovesNothingOfAnother) {
 }
 
 TEST_F(ServerTest, ABlockThatPassesThroughAnotherProcessStaysAsItIs) {
-  testing::MemoryFolder memory;
+  testing::MemoryDisk memory;
   const SystemClock clock;
   Server server(u"Pylon.exe", AnsiCodePage::Windows1252(), clock, memory.Factory());
   const auto database = com::Make<DatabaseObject>(server).As<::PDBDatabase>();

@@ -3,14 +3,14 @@
 #include <cmath>
 
 #include "tests/support/FileText.h"
-#include "tests/support/MemoryFileCalls.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon::testing {
 namespace {
 
 class MemoryPlace final : public FilePlace {
  public:
-  MemoryPlace() { disk_.folders.insert(folder()); }
+  MemoryPlace() { disk_.folders = {u"\\", u"\\pc", folder()}; }
   std::unique_ptr<CursorFile> NewFile() override {
     return std::make_unique<MemoryCursorFile>(disk_);
   }

@@ -5,7 +5,7 @@
 
 #include "tests/files/CursorFileTest.h"
 #include "tests/support/FileText.h"
-#include "tests/support/MemoryFileCalls.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon::testing {
 namespace {
@@ -66,7 +66,7 @@ TEST(CopyChunk, IsAFractionRoundedHalvesToEven) {
 class cFilePPCTest : public ::testing::Test {
  protected:
   cFilePPCTest() {
-    device_.folders.insert(u"\\d");
+    device_.folders = {u"\\", u"\\d"};
     file_.SetFullFileName(kName);
   }
 
@@ -186,7 +186,7 @@ TEST_F(cFilePPCTest, WhatDoesNotReachTheDeviceIsKeptOnThePc) {
     SCOPED_TRACE(test.name);
     pc_.files.clear();
     device_ = MemoryDisk();
-    device_.folders.insert(u"\\d");
+    device_.folders = {u"\\", u"\\d"};
     device_.Put(kName, "old");
     log_->lines.clear();
     ASSERT_TRUE(file_.OpenFile(kNew, u"W", {}));
@@ -293,7 +293,7 @@ TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
     EXPECT_THAT(ToUtf8(message), HasSubstr(test.reason));
     EXPECT_EQ(file.LastFailedOpen(), test.failed_open);
     EXPECT_EQ(device_.Text(kName), text);
-    EXPECT_FALSE(device_.files[kName].open);
+    EXPECT_FALSE(device_.open.contains(kName));
     EXPECT_THAT(pc_.files, IsEmpty());
     device_.calls_to_live = 1'000;
     pc_.room = 1'000'000;

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <functional>
 #include <vector>
 
 #include "appforge/AppforgeAppSettings.h"
@@ -20,6 +21,8 @@ using ::testing::IsEmpty;
 
 using Texts = std::vector<std::string>;
 
+constexpr size_t kMost = 1000;  // records that a loop reads, should it find no end
+
 std::string TextOf(const PDBByteStream& stream) {
   const ByteSpan bytes = stream.RecordBytes();
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
@@ -28,7 +31,7 @@ std::string TextOf(const PDBByteStream& stream) {
 // The texts of the records from the cursor on.
 Texts ReadOn(PDBDatabase& database) {
   Texts texts;
-  for (Reader r; r.Next(database);) texts.push_back(TextOf(r.stream));
+  for (Reader r; texts.size() < kMost && r.Next(database);) texts.push_back(TextOf(r.stream));
   return texts;
 }
 Texts AllTexts(PDBDatabase& database) {
@@ -38,7 +41,9 @@ Texts AllTexts(PDBDatabase& database) {
 Texts ModifiedTexts(PDBDatabase& database) {
   Texts texts;
   database.SetIterationIndex(1);
-  for (Reader r; r.NextModified(database);) texts.push_back(TextOf(r.stream));
+  for (Reader r; texts.size() < kMost && r.NextModified(database);) {
+    texts.push_back(TextOf(r.stream));
+  }
   return texts;
 }
 
@@ -110,12 +115,73 @@ TEST_P(DatabasePlaceTest, BadArgumentsChangeNothing) {
     EXPECT_EQ(ErrorOf([&] { database->Remove(id); }), 5) << id;
   }
   EXPECT_EQ(AllTexts(*database), Texts({"a", "b"}));
+}
+
+TEST_P(DatabasePlaceTest, MembersOfAClosedDatabaseRaise) {
+  const std::shared_ptr<PDBDatabase> database = Create();
+  Put(*database, 0, {0, 0, 0, Ascii("a")});
   database->CloseDatabase();
-  Reader r;
-  EXPECT_EQ(ErrorOf([&] { r.Next(*database); }), 5);
-  EXPECT_EQ(ErrorOf([&] { (void)database->EOF_(); }), 5);
-  EXPECT_EQ(ErrorOf([&] { database->RemoveAll(); }), 5);
-  EXPECT_EQ(ErrorOf([&] { database->ReadAppInfoBlock(r.stream); }), 5);
+  EXPECT_FALSE(database->IsOpen());
+  PDBDatabase& d = *database;
+  const std::function<void()> calls[] = {
+      [&] { (void)d.Next(); },
+      [&] { (void)d.ByIndex(1); },
+      [&] { (void)d.ById(1); },
+      [&] { (void)d.NextModified(); },
+      [&] { d.Update(0, 0, 0, 0, {}); },
+      [&] { d.Remove(7); },
+      [&] { d.RemoveAll(); },
+      [&] { d.RemoveWithDeleteFlag(); },
+      [&] { d.ResetModifyFlags(); },
+      [&] { (void)d.ReadAppInfoBlock(); },
+      [&] { d.WriteAppInfoBlock({}); },
+      [&] { (void)d.ReadSortInfoBlock(); },
+      [&] { d.WriteSortInfoBlock({}); },
+      [&] { (void)d.RecordCount(); },
+      [&] { (void)d.IterationIndex(); },
+      [&] { d.SetIterationIndex(1); },
+      [&] { (void)d.BOF(); },
+      [&] { (void)d.EOF_(); },
+  };
+  for (const auto& call : calls) EXPECT_EQ(ErrorOf(call), 5) << "call " << &call - calls;
+  d.CloseDatabase();  // nothing to do, and no error
+  EXPECT_EQ(AllTexts(*Open()), Texts({"a"}));
+}
+
+TEST_P(DatabasePlaceTest, TheCursorIsWithinTheRecords) {
+  const std::shared_ptr<PDBDatabase> database = Create();
+  Add(*database, {"a", "b", "c"});
+  const struct {
+    int32_t set, cursor;
+    bool bof, eof;
+  } cases[] = {{-5, 0, true, false}, {0, 0, true, false}, {1, 1, false, false},
+               {3, 3, false, false}, {4, 4, false, true}, {99, 4, false, true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.set);
+    database->SetIterationIndex(c.set);
+    EXPECT_EQ(database->IterationIndex(), c.cursor);
+    EXPECT_EQ(database->BOF(), c.bof);
+    EXPECT_EQ(database->EOF_(), c.eof);
+    EXPECT_EQ(database->Next().has_value(), !c.eof);
+    EXPECT_EQ(database->IterationIndex(), c.eof ? 4 : std::max(c.cursor, 1) + 1);
+  }
+  EXPECT_TRUE(database->OpenDatabase());  // which it is: changes stay, and the cursor starts again
+  EXPECT_EQ(ReadOn(*database), Texts({"a", "b", "c"}));
+}
+
+TEST_P(DatabasePlaceTest, ModifiedRecordsAreReadOnceEach) {
+  const std::shared_ptr<PDBDatabase> database = Create();
+  Add(*database, {"a", "b"}, eDirty);
+  Add(*database, {"c"});
+  EXPECT_EQ(ModifiedTexts(*database), Texts({"a", "b"}));
+  // A plain read goes on behind the record too; setting the cursor reads it again.
+  for (const int32_t expected : {2, 1}) {
+    database->SetIterationIndex(1);
+    EXPECT_EQ(database->NextModified()->index, 1);
+    EXPECT_EQ(database->IterationIndex(), 1);
+    if (expected == 1) database->SetIterationIndex(database->IterationIndex());
+    EXPECT_EQ(database->Next()->index, expected);
+  }
 }
 
 TEST_P(DatabasePlaceTest, AttributesAndCategoryShareAByte) {
@@ -186,20 +252,23 @@ TEST_P(DatabasePlaceTest, TheCursorStaysWithItsRecord) {
 }
 
 TEST_P(DatabasePlaceTest, RemovesWhileItIterates) {
-  const std::shared_ptr<PDBDatabase> database = Create();
   Texts texts, even;
   for (int i = 0; i < 100; ++i) {
     texts.push_back(std::to_string(i));
     if (i % 2 == 0) even.push_back(texts.back());
   }
-  Add(*database, texts);
-  int32_t read = 0;
-  database->SetIterationIndex(1);
-  for (Reader r; r.Next(*database); ++read) {
-    if (read % 2 == 1) database->Remove(r.id);
+  for (const bool modified : {false, true}) {
+    const std::shared_ptr<PDBDatabase> database = Create();
+    Add(*database, texts, eDirty);
+    database->SetIterationIndex(1);
+    size_t read = 0;
+    for (Reader r; read <= 100 && (modified ? r.NextModified(*database) : r.Next(*database));
+         ++read) {
+      if (read % 2 == 1) database->Remove(r.id);
+    }
+    EXPECT_EQ(read, 100U);
+    EXPECT_EQ(AllTexts(*database), even);
   }
-  EXPECT_EQ(read, 100);
-  EXPECT_EQ(AllTexts(*database), even);
 }
 
 TEST_P(DatabasePlaceTest, FlagsAreResetAndDeletedRecordsRemoved) {
@@ -235,29 +304,22 @@ TEST_P(DatabasePlaceTest, FlagsAreResetAndDeletedRecordsRemoved) {
 
 TEST_P(DatabasePlaceTest, BlocksAreKeptAndGoWithTheDatabase) {
   const Bytes app_info = Ascii(std::string(600, 'a')), sort_info = Ascii("sort");
-  PDBByteStream stream;
   const std::shared_ptr<PDBDatabase> created = Create();
-  created->ReadAppInfoBlock(stream);
-  EXPECT_THAT(BlockOf(stream), IsEmpty());
-  created->WriteAppInfoBlock(StreamOf(app_info));
-  created->WriteSortInfoBlock(StreamOf(sort_info));
+  EXPECT_EQ(ToHex(created->ReadAppInfoBlock()), "");
+  created->WriteAppInfoBlock(app_info);
+  created->WriteSortInfoBlock(sort_info);
   Add(*created, {"a"});
   NextSync();
   const std::shared_ptr<PDBDatabase> opened = Open();
-  opened->ReadAppInfoBlock(stream);
-  EXPECT_EQ(ToHex(stream.RecordBytes()), ToHex(app_info));
-  opened->ReadSortInfoBlock(stream);
-  EXPECT_EQ(ToHex(stream.RecordBytes()), ToHex(sort_info));
+  EXPECT_EQ(ToHex(opened->ReadAppInfoBlock()), ToHex(app_info));
+  EXPECT_EQ(ToHex(opened->ReadSortInfoBlock()), ToHex(sort_info));
   opened->CloseDatabase();
 
   Create();  // in the place of that one
   NextSync();
   const std::shared_ptr<PDBDatabase> empty = Open();
   EXPECT_EQ(empty->RecordCount(), 0);
-  empty->ReadAppInfoBlock(stream);
-  EXPECT_EQ(stream.RecordBytes().size(), 0U);
-  empty->ReadSortInfoBlock(stream);
-  EXPECT_EQ(stream.RecordBytes().size(), 0U);
+  EXPECT_EQ(ToHex(empty->ReadAppInfoBlock()) + ToHex(empty->ReadSortInfoBlock()), "");
 }
 
 TEST_P(DatabasePlaceTest, TheSyncIndexFindsRecordsInLaterSyncs) {
@@ -331,7 +393,7 @@ TEST_P(DatabasePlaceTest, SettingsOfApplicationsAreInTheirTable) {
   table = Open(u"Memo-Settings");
   EXPECT_EQ(table->RecordCount(), 0);
   PDBByteStream block;
-  table->ReadAppInfoBlock(block);
+  block.Fill(table->ReadAppInfoBlock());
   PDBAppforgeDefinition definition;
   EXPECT_TRUE(definition.IsAppforgeData(block));
   EXPECT_EQ(definition.FieldCount(), 3);

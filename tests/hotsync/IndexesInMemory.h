@@ -17,7 +17,7 @@ class IndexesInMemory : public DatabasePlace {
     };
   }
 
-  MemoryFolder disk_;
+  MemoryDisk disk_;
   FixedClock clock_;
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
 };

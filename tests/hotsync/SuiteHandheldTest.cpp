@@ -198,25 +198,25 @@ TEST_F(SuiteHandheldTest, ARecordIsOneCallAndANameIsAskedForOnce) {
         return Array({1, 2, 3});
       });
   const auto database = Open();
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 1; i <= 1000; ++i) {
     const auto record = database->ReadByIndex(i);
     ASSERT_TRUE(record);
     ASSERT_EQ(record->index, i);
   }
   EXPECT_EQ(adapter_->calls.size(), 1000U);
   EXPECT_EQ(adapter_->names_asked, 1);
-  const auto record = database->ReadByIndex(0);
-  EXPECT_EQ(record->id, 0x00ABCDEFU);
+  const auto record = database->ReadByIndex(1);
+  EXPECT_EQ(record->id, 0x00ABCDEF);
   EXPECT_EQ(record->category, 0x0F);
   EXPECT_EQ(record->attributes, 0xD0);
-  EXPECT_EQ(record->data.size(), 3U);
+  EXPECT_EQ(record->data.bytes().size(), 3U);
 }
 
 TEST_F(SuiteHandheldTest, AUniqueIdGoesBackInTheFormInWhichItCame) {
   const struct {
     const char* name;
     std::function<com::Variant()> id;
-    uint32_t value;
+    int32_t value;
   } cases[] = {
       {"a Long", [] { return Long(0x010203); }, 0x010203},
       {"four bytes",
@@ -278,7 +278,7 @@ TEST_F(SuiteHandheldTest, NoDataIsTheEndOrARecordWithoutAny) {
       adapter_->members[L"IterationIndex"] = Answer(S_OK);
       adapter_->members[L"EOF"] = Answer([&] { return Long(c.end ? -1 : 0); });
       const auto database = Open();
-      (void)database->ReadByIndex(0);  // the form of ids
+      (void)database->ReadByIndex(1);  // the form of ids
       Reads(member, c.filled ? [] { return Long(9); } : std::function<com::Variant()>(),
             [] { return com::Variant(); });
       const std::wstring_view name(member);
@@ -286,7 +286,7 @@ TEST_F(SuiteHandheldTest, NoDataIsTheEndOrARecordWithoutAny) {
                           : name == L"ReadByIndex" ? database->ReadByIndex(2)
                                                    : database->ReadNextModified(2);
       EXPECT_EQ(record.has_value(), c.found);
-      EXPECT_TRUE(!record || record->data.empty());
+      EXPECT_TRUE(!record || record->data.bytes().empty());
     }
   }
 }
@@ -298,10 +298,10 @@ TEST_F(SuiteHandheldTest, WalkingModifiedRecordsSetsThePositionOnce) {
       L"ReadByIndex", [] { return Long(1); }, [] { return Array({1}); });
   adapter_->members[L"IterationIndex"] = Answer(S_OK);
   const auto database = Open();
-  EXPECT_EQ(database->ReadNextModified(0)->index, 5);
-  EXPECT_EQ(database->ReadNextModified(6)->index, 5);
-  (void)database->ReadByIndex(0);
-  (void)database->ReadNextModified(6);
+  EXPECT_EQ(database->ReadNextModified(1)->index, 6);
+  EXPECT_EQ(database->ReadNextModified(7)->index, 6);
+  (void)database->ReadByIndex(1);
+  (void)database->ReadNextModified(7);
   EXPECT_EQ(adapter_->calls,
             (std::vector<std::string>{"put IterationIndex", "ReadNextModified", "ReadNextModified",
                                       "ReadByIndex", "put IterationIndex", "ReadNextModified"}));
@@ -317,7 +317,7 @@ TEST_F(SuiteHandheldTest, ANewRecordGetsItsId) {
     EXPECT_EQ(V_I4(arguments[2]), 0x40);
     return ::VariantCopy(data.get(), arguments[3]);
   };
-  EXPECT_EQ(Open()->Write(0, 3, 0x40, Bytes(300)), 0x102U);
+  EXPECT_EQ(Open()->Write(0, 3, 0x40, Bytes(300)), 0x102);
   EXPECT_EQ(com::ToBytes(*data.get()).bytes.size(), 300U);
 }
 

@@ -18,11 +18,10 @@ using ::testing::ElementsAre;
 using testing::ErrorOf;
 using testing::ErrorTextOf;
 using testing::FileImage;
-using testing::FileOperation;
 using testing::FixedClock;
 using testing::FromHex;
 using ::testing::IsEmpty;
-using testing::MemoryFolder;
+using testing::MemoryDisk;
 using testing::Put;
 using ::testing::StartsWith;
 using testing::ToHex;
@@ -61,7 +60,7 @@ class SyncIndex : public ::testing::Test {
   Bytes& file() { return folder_.files[kIndex]; }
   bool Exists() const { return folder_.files.contains(kIndex); }
 
-  MemoryFolder folder_;
+  MemoryDisk folder_;
   FixedClock clock_;
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
   std::shared_ptr<Loop> loop_ = std::make_shared<Loop>();
@@ -76,7 +75,7 @@ TEST_F(SyncIndex, GivesBackWhatItWasGiven) {
       std::u16string(255, u'x'),
       std::u16string(32'767, u'x'),
   };
-  folder_.missing_folders = {u"C:\\data\\My PC"};
+  folder_.folders = {u"C:\\data"};
   auto index = Index();
   EXPECT_FALSE(index->SyncIndexExists());
   int32_t id = -2;
@@ -227,9 +226,9 @@ TEST_F(SyncIndex, AFileThatCantBeReadIsNotTakenForAnEmptyOne) {
   };
   const Case kCases[] = {
       {"locked", [&] { folder_.open.insert(kIndex); }},
-      {"header", [&] { folder_.FailNth(FileOperation::kRead, 1); }},
-      {"list", [&] { folder_.FailNth(FileOperation::kRead, 2); }},
-      {"body", [&] { folder_.FailNth(FileOperation::kRead, 3); }},
+      {"header", [&] { folder_.FailNth("Read", 1); }},
+      {"list", [&] { folder_.FailNth("Read", 2); }},
+      {"body", [&] { folder_.FailNth("Read", 3); }},
   };
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
@@ -248,9 +247,8 @@ TEST_F(SyncIndex, AFileThatCantBeReadIsNotTakenForAnEmptyOne) {
 }
 
 TEST_F(SyncIndex, AFailedWriteKeepsTheOldFileAndTheChange) {
-  for (const auto operation : {FileOperation::kOpen, FileOperation::kWrite, FileOperation::kClose,
-                               FileOperation::kReplace}) {
-    SCOPED_TRACE(static_cast<int>(operation));
+  for (const std::string operation : {"Open", "Write", "Close", "Replace"}) {
+    SCOPED_TRACE(operation);
     folder_.files.clear();
     log_->lines.clear();
     auto index = Index();
@@ -259,11 +257,11 @@ TEST_F(SyncIndex, AFailedWriteKeepsTheOldFileAndTheChange) {
     const Bytes before = file();
     index->Add(u"a", 2);
     // Opened again after the folder was made; the first close is that of the old file.
-    folder_.FailNth(operation, operation == FileOperation::kClose ? 2 : 1);
-    if (operation == FileOperation::kOpen) folder_.open.insert(std::u16string(kIndex) + u".new");
+    folder_.FailNth(operation, operation == "Close" ? 2 : 1);
+    if (operation == "Open") folder_.open.insert(std::u16string(kIndex) + u".new");
     EXPECT_THAT(ErrorTextOf([&] { index->CloseIndex(); }), StartsWith("57 WriteSyncIndex "));
     folder_.open.clear();
-    folder_.FailNth(FileOperation::kOpen, 0);
+    folder_.FailNth("Open", 0);
     EXPECT_THAT(log_->lines, ElementsAre(StartsWith("WriteSyncIndex ")));
     EXPECT_EQ(file(), before);
     EXPECT_TRUE(index->Changed());
@@ -314,14 +312,12 @@ TEST_F(SyncIndex, TellsTheCallerWhereThereIsNoLog) {
   database.SetPDBFilePath(u"C:\\save\\Stock.pdb");
   ASSERT_TRUE(database.CreateDatabase());
   database.SyncIndex()->Add(u"b", 1);
-  folder_.FailNth(FileOperation::kWrite, 2);
+  folder_.FailNth("Write", 2);
   EXPECT_EQ(ErrorOf([&] { database.CloseDatabase(); }), 57);
   EXPECT_FALSE(database.IsOpen());
   database.CloseDatabase();
   EXPECT_EQ(Index()->UniqueId(u"b"), 1);
 }
-
-// ---- As a part of a database
 
 class DatabaseWithIndex : public SyncIndex {
  protected:
@@ -347,12 +343,12 @@ TEST_F(DatabaseWithIndex, ClosingTheDatabaseWritesItLast) {
   const int32_t id = Put(*database, 0, {0, 0, 0, Ascii("x")});
   index->Add(u"x", id);
 
-  folder_.FailNth(FileOperation::kWrite, 1);
+  folder_.FailNth("Write", 1);
   EXPECT_EQ(ErrorOf([&] { database->CloseDatabase(); }), 57);
   EXPECT_FALSE(Exists());
   EXPECT_TRUE(index->Changed());
 
-  folder_.FailNth(FileOperation::kWrite, 2);  // the index's own
+  folder_.FailNth("Write", 2);  // the index's own
   database->CloseDatabase();
   EXPECT_FALSE(Exists());
   EXPECT_TRUE(index->Changed());
@@ -491,7 +487,7 @@ TEST_F(DatabaseWithIndex, AnObjectThatBecomesAnotherDatabaseGetsTheOthersIndex) 
   EXPECT_EQ(entry(u"D:\\b", u"B", u"z"), 4);
 }
 
-TEST_F(DatabaseWithIndex, LiesBesideADatabaseOfNoRun) {
+TEST_F(DatabaseWithIndex, IsBesideADatabaseOfNoRun) {
   PDBDatabasePC database(folder_.Factory()(), AnsiCodePage::Windows1252(), clock_, log_,
                          [this] { return NewIndex({}); });
   database.SetPDBFilePath(u"D:\\own\\File.pdb");
@@ -503,6 +499,15 @@ TEST_F(DatabaseWithIndex, LiesBesideADatabaseOfNoRun) {
 
   PDBDatabasePC without(folder_.Factory()(), AnsiCodePage::Windows1252(), clock_, log_);
   EXPECT_EQ(ErrorOf([&] { without.SyncIndex(); }), 445);
+
+  // The close of a new database asks for one, which may not be possible.
+  PDBDatabasePC failing(folder_.Factory()(), AnsiCodePage::Windows1252(), clock_, log_,
+                        []() -> std::shared_ptr<CSyncIndex> { throw Overflow(); });
+  failing.SetPDBFilePath(u"D:\\own\\New.pdb");
+  ASSERT_TRUE(failing.CreateDatabase());
+  EXPECT_EQ(ErrorOf([&] { failing.CloseDatabase(); }), 6);
+  EXPECT_FALSE(failing.IsOpen());
+  EXPECT_TRUE(failing.FileExists());
 }
 
 }  // namespace

@@ -11,7 +11,6 @@ using testing::Ascii;
 using testing::DatabaseFile;
 using testing::ErrorOf;
 using testing::FileImage;
-using testing::FileOperation;
 using ::testing::HasSubstr;
 using testing::ReadAll;
 using testing::ToHex;
@@ -61,7 +60,7 @@ TEST(DamagedFile, IsRefusedSaidWhyAndLeftAlone) {
     const auto database = file.Database();
     EXPECT_FALSE(database->OpenDatabase());
     ASSERT_EQ(file.log->lines.size(), 1u);
-    EXPECT_THAT(file.log->lines[0], HasSubstr("C:\\pdb\\Test.pdb"));
+    EXPECT_THAT(file.log->lines[0], HasSubstr("Test.pdb"));
     EXPECT_THAT(file.log->lines[0], HasSubstr(c.reason));
     database->CloseDatabase();
     EXPECT_EQ(ToHex(file.bytes()), ToHex(c.bytes));
@@ -115,9 +114,7 @@ TEST(DamagedFile, CustomaryOdditiesAreNoDamage) {
   const auto without = file.Database();
   database->CloseDatabase();
   ASSERT_TRUE(without->OpenDatabase());
-  PDBByteStream block;
-  without->ReadAppInfoBlock(block);
-  EXPECT_EQ(block.length(), 0);
+  EXPECT_EQ(ToHex(without->ReadAppInfoBlock()), "");
 }
 
 TEST(DamagedFile, AnAppInfoBlockOver32767BytesOverflows) {
@@ -134,13 +131,13 @@ TEST(DamagedFile, AnAppInfoBlockOver32767BytesOverflows) {
 TEST(DamagedFile, FilesThatCannotBeReadAreRefusedWithTheReason) {
   const struct {
     const char* name;
-    FileOperation operation;
+    const char* operation;
     int n;
     const char* reason;
   } cases[] = {
-      {"open", FileOperation::kOpen, 1, "injected open failure"},
-      {"header", FileOperation::kRead, 1, "injected read failure"},
-      {"list", FileOperation::kRead, 2, "injected read failure"},
+      {"open", "Open", 1, "error 31"},
+      {"header", "Read", 1, "error 31"},
+      {"list", "Read", 2, "error 31"},
   };
   for (const auto& c : cases) {
     DatabaseFile file(Good());
@@ -158,7 +155,7 @@ TEST(DamagedFile, FilesThatCannotBeReadAreRefusedWithTheReason) {
   const auto holder = held.Database();
   ASSERT_TRUE(holder->OpenDatabase());
   EXPECT_FALSE(held.Database()->OpenDatabase());
-  EXPECT_THAT(held.log->lines.back(), HasSubstr("another program"));
+  EXPECT_THAT(held.log->lines.back(), HasSubstr("error 32"));
 }
 
 }  // namespace

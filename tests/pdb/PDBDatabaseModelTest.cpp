@@ -69,8 +69,8 @@ class DatabaseModel {
         break;
       case 10:
         (Draw(2) ? app_info_ : sort_info_) = Bytes(Draw(2000), std::byte(Draw(256)));
-        database_->WriteAppInfoBlock(StreamOf(app_info_));
-        database_->WriteSortInfoBlock(StreamOf(sort_info_));
+        database_->WriteAppInfoBlock(app_info_);
+        database_->WriteSortInfoBlock(sort_info_);
         break;
       case 11:
         database_->CloseDatabase();
@@ -89,18 +89,14 @@ class DatabaseModel {
   void Compare() {
     ASSERT_EQ(database_->RecordCount(), static_cast<int32_t>(records_.size()));
     ASSERT_EQ(ReadAll(*database_), records_);
-    PDBByteStream stream;
-    database_->ReadAppInfoBlock(stream);
-    ASSERT_EQ(BlockOf(stream), app_info_);
-    database_->ReadSortInfoBlock(stream);
-    ASSERT_EQ(BlockOf(stream), sort_info_);
+    ASSERT_EQ(BlockOf(database_->ReadAppInfoBlock()), app_info_);
+    ASSERT_EQ(BlockOf(database_->ReadSortInfoBlock()), sort_info_);
     if (records_.empty()) return;
     const Record& some = records_[Draw(records_.size())];
     if (some.id == 0) return;
-    int32_t index = 0, attributes = 0;
-    int16_t category = 0;
-    ASSERT_TRUE(database_->ReadNextById(index, some.id, category, attributes, stream));
-    ASSERT_EQ(index, Holder(some.id) - records_.begin() + 1);
+    const std::optional<pylon::Record> found = database_->ById(some.id);
+    ASSERT_TRUE(found);
+    ASSERT_EQ(found->index, Holder(some.id) - records_.begin() + 1);
   }
 
   uint32_t Draw(size_t below) { return static_cast<uint32_t>(random_() % below); }

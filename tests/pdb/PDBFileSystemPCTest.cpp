@@ -13,10 +13,9 @@ using testing::Ascii;
 using testing::CollectingLog;
 using testing::ErrorOf;
 using testing::FileImage;
-using testing::FileOperation;
 using testing::FixedClock;
 using ::testing::HasSubstr;
-using testing::MemoryFolder;
+using testing::MemoryDisk;
 using testing::Put;
 using testing::ReadAll;
 
@@ -38,7 +37,7 @@ class FileSystem : public ::testing::Test {
     return database;
   }
 
-  MemoryFolder folder_;
+  MemoryDisk folder_;
   FixedClock clock_;
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
   PDBFileSystemPC system_{
@@ -89,7 +88,7 @@ TEST_F(FileSystem, NamesThatReachOutOfTheFolderOrAreDevices) {
     EXPECT_EQ(log_->lines.size(), lines + 5);
   }
   EXPECT_EQ(system_.DatabaseCount(), 0);
-  EXPECT_EQ(folder_.operations(), 0);
+  EXPECT_EQ(folder_.calls.size(), 0U);
   for (const char16_t* name : {u"Memo", u".", u"..", u"a b ", u"COM0", u"COM10", u"CONSOLE",
                                u"x.con", u"caf\u00E9", u"\u0416"}) {
     EXPECT_TRUE(PDBFileSystemPC::IsDatabaseName(name)) << ToUtf8(name);
@@ -157,9 +156,9 @@ TEST_F(FileSystem, AFailedMoveLeavesAllAsItWas) {
   Save(u"A");
   const auto database = Open(u"A");
   Put(*database, 0, {1, 0, 0, Ascii("unsaved")});
-  folder_.FailNth(FileOperation::kRename, 1);
+  folder_.FailNth("Replace", 1);
   EXPECT_FALSE(system_.MoveDatabase(u"A", u"B"));
-  EXPECT_THAT(log_->lines.back(), HasSubstr("injected"));
+  EXPECT_THAT(log_->lines.back(), HasSubstr("error 31"));
   EXPECT_EQ(Open(u"A"), database);
   EXPECT_EQ(ReadAll(*database).size(), 1u);
   database->CloseDatabase();
@@ -182,7 +181,7 @@ TEST_F(FileSystem, Deleting) {
   Create(u"C");
   EXPECT_TRUE(system_.DeleteDatabase(u"C"));
   Save(u"D");
-  folder_.FailNth(FileOperation::kDelete, 1);
+  folder_.FailNth("Delete", 1);
   EXPECT_FALSE(system_.DeleteDatabase(u"D"));
   EXPECT_TRUE(Has(u"D"));
 
@@ -190,7 +189,7 @@ TEST_F(FileSystem, Deleting) {
   const auto kept = Open(u"E");
   const int32_t count = kept->RecordCount();
   Put(*kept, 0, {0, 0, 0, Ascii("unsaved")});
-  folder_.FailNth(FileOperation::kDelete, 1);
+  folder_.FailNth("Delete", 1);
   EXPECT_FALSE(system_.DeleteDatabase(u"E"));
   EXPECT_EQ(kept->RecordCount(), count + 1) << "a failed deletion loses nothing";
   kept->CloseDatabase();
@@ -201,7 +200,7 @@ TEST_F(FileSystem, EachFailureIsToldOnceAndNotTriedAgain) {
   const auto a = Create(u"A");
   const auto b = Create(u"B");
   const auto c = Create(u"C");
-  folder_.FailNth(FileOperation::kWrite, 1);
+  folder_.FailNth("Write", 1);
   EXPECT_EQ(ErrorOf([&] { a->CloseDatabase(); }), 57);
   folder_.open = {Path(u"A") + u".new", Path(u"B") + u".new"};
   Failures failures;
@@ -209,13 +208,30 @@ TEST_F(FileSystem, EachFailureIsToldOnceAndNotTriedAgain) {
   EXPECT_TRUE(Has(u"C"));
   ASSERT_EQ(failures.size(), 2u);
   EXPECT_EQ(failures[0].kind, FailureKind::kUnsaved);
-  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("the disk is full"))
+  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("error 31"))
       << "what the caller of CloseDatabase was told";
-  EXPECT_THAT(ToUtf8(failures[1].text), HasSubstr("another program"));
-  folder_.ResetOperations();
+  EXPECT_THAT(ToUtf8(failures[1].text), HasSubstr("error 32"));
+  folder_.calls.clear();
   EXPECT_FALSE(system_.End(failures));
   EXPECT_EQ(failures.size(), 2u);
-  EXPECT_EQ(folder_.operations(), 0);
+  EXPECT_EQ(folder_.calls.size(), 0U);
+}
+
+TEST_F(FileSystem, ACancelledSaveGivesWayToAnotherFailure) {
+  folder_.fault_error = file_error::kCancelled;
+  for (const auto& database : {Create(u"A"), Create(u"B")}) {
+    folder_.FailNth("Write", 1);
+    EXPECT_EQ(ErrorOf([&] { database->CloseDatabase(); }), 57);
+    EXPECT_EQ(database->SaveFailure()->kind, FailureKind::kCancelled);
+  }
+  folder_.open = {Path(u"A") + u".new"};
+  folder_.FailNth("Write", 1);  // that of B
+  Failures failures;
+  EXPECT_FALSE(system_.CloseDatabases(failures));
+  ASSERT_EQ(failures.size(), 2u);
+  EXPECT_EQ(failures[0].kind, FailureKind::kUnsaved);
+  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("error 32"));
+  EXPECT_EQ(failures[1].kind, FailureKind::kCancelled);
 }
 
 TEST_F(FileSystem, WhatIsBeingOpenedOrSavedIsLeftAlone) {
@@ -234,12 +250,12 @@ TEST_F(FileSystem, WhatIsBeingOpenedOrSavedIsLeftAlone) {
 TEST_F(FileSystem, EndingSavesEveryDatabaseAndLogsFailures) {
   const auto a = Create(u"A");
   const auto b = Create(u"B");
-  folder_.FailNth(FileOperation::kWrite, 1);
+  folder_.FailNth("Write", 1);
   system_.Close();
   EXPECT_FALSE(Has(u"A"));
   EXPECT_TRUE(Has(u"B"));
   ASSERT_EQ(log_->lines.size(), 1u);
-  EXPECT_THAT(log_->lines[0], HasSubstr("the disk is full"));
+  EXPECT_THAT(log_->lines[0], HasSubstr("error 31"));
 
   std::shared_ptr<PDBDatabase> database;
   EXPECT_FALSE(system_.OpenDatabase(u"B", database));

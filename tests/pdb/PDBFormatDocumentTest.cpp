@@ -21,7 +21,7 @@ TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
   database->SetPDBDatabaseName(u"Notes");
   database->SetCreatorId(u"memo");
   ASSERT_TRUE(database->CreateDatabase());
-  database->WriteAppInfoBlock(StreamOf(Ascii("Shops")));
+  database->WriteAppInfoBlock(Ascii("Shops"));
   Put(*database, 0, {0, 1, eDirty, Ascii(std::string("Milk") + '\0')});
   Put(*database, 0, {0, 2, eDelete | eArchive, Ascii(std::string("Bread") + '\0')});
   database->CloseDatabase();

@@ -26,12 +26,12 @@ class MemoryHandheld final : public Handheld {
   struct Database {
     std::u16string creator = u"test", type = u"DATA";
     Date created = 45000, modified = 45000;
-    std::vector<HandheldRecord> records;  // indexes are given when they are read
+    std::vector<pylon::Record> records;  // indexes are given when they are read
     Bytes app_info, sort_info;
-    uint32_t last_id = 0;
+    int32_t last_id = 0;
     bool read_only = false;
-    bool locked = false;      // can't be opened
-    std::set<uint32_t> busy;  // records that an application has in hand
+    bool locked = false;     // can't be opened
+    std::set<int32_t> busy;  // records that an application has in hand
     bool open = false;
   };
 
@@ -123,40 +123,40 @@ class MemoryHandheld final : public Handheld {
       handheld_.Call("RecordCount");
       return static_cast<int32_t>(records().size());
     }
-    std::optional<HandheldRecord> ReadByIndex(int32_t index) override {
+    std::optional<pylon::Record> ReadByIndex(int32_t index) override {
       handheld_.Call("ReadByIndex");
-      if (index < 0 || index >= static_cast<int32_t>(records().size())) return std::nullopt;
-      return At(static_cast<size_t>(index));
+      if (index < 1 || index > static_cast<int32_t>(records().size())) return std::nullopt;
+      return At(static_cast<size_t>(index) - 1);
     }
-    std::optional<HandheldRecord> ReadById(uint32_t id) override {
+    std::optional<pylon::Record> ReadById(int32_t id) override {
       handheld_.Call("ReadById");
       const auto found = Find(id);
       if (found == records().end()) return std::nullopt;
       return At(static_cast<size_t>(found - records().begin()));
     }
-    std::optional<HandheldRecord> ReadNextModified(int32_t index) override {
+    std::optional<pylon::Record> ReadNextModified(int32_t index) override {
       handheld_.Call("ReadNextModified");
-      for (auto i = static_cast<size_t>(index); i < records().size(); ++i) {
+      for (auto i = static_cast<size_t>(index) - 1; i < records().size(); ++i) {
         if (records()[i].attributes & eDirty) return At(i);
       }
       return std::nullopt;
     }
-    uint32_t Write(uint32_t id, uint8_t category, uint8_t attributes, ByteSpan data) override {
+    int32_t Write(int32_t id, int16_t category, int32_t attributes, ByteSpan data) override {
       handheld_.Call("Write");
       RequireWritable(id);
       auto record = Find(id);
       if (id == 0) {
-        record = records().insert(records().end(), HandheldRecord{});
+        record = records().insert(records().end(), pylon::Record{});
         record->id = ++database_.last_id;
       } else if (record == records().end()) {
         handheld_.Raise(51, u"there is no such record");
       }
       record->category = category;
       record->attributes = attributes;
-      record->data.assign(data.begin(), data.end());
+      record->data = Bytes(data.begin(), data.end());
       return record->id;
     }
-    bool Remove(uint32_t id) override {
+    bool Remove(int32_t id) override {
       handheld_.Call("Remove");
       RequireWritable(id);
       const auto found = Find(id);
@@ -172,8 +172,8 @@ class MemoryHandheld final : public Handheld {
     void ResetModifiedFlags() override {
       handheld_.Call("ResetModifiedFlags");
       RequireWritable(0);
-      for (HandheldRecord& record : records()) {
-        record.attributes = static_cast<uint8_t>(record.attributes & ~eDirty);
+      for (pylon::Record& record : records()) {
+        record.attributes &= ~eDirty;
       }
     }
 
@@ -197,17 +197,17 @@ class MemoryHandheld final : public Handheld {
     }
 
    private:
-    std::vector<HandheldRecord>& records() { return database_.records; }
-    std::vector<HandheldRecord>::iterator Find(uint32_t id) {
-      return std::ranges::find(records(), id, &HandheldRecord::id);
+    std::vector<pylon::Record>& records() { return database_.records; }
+    std::vector<pylon::Record>::iterator Find(int32_t id) {
+      return std::ranges::find(records(), id, &pylon::Record::id);
     }
-    HandheldRecord At(size_t index) {
-      HandheldRecord record = records()[index];
+    pylon::Record At(size_t index) {
+      pylon::Record record = records()[index];
       if (database_.busy.contains(record.id)) handheld_.Raise(70, u"the record is busy");
-      record.index = static_cast<int32_t>(index);
+      record.index = static_cast<int32_t>(index) + 1;
       return record;
     }
-    void RequireWritable(uint32_t id) {
+    void RequireWritable(int32_t id) {
       if (database_.read_only) handheld_.Raise(70, u"the database is read-only");
       if (database_.busy.contains(id)) handheld_.Raise(70, u"the record is busy");
     }

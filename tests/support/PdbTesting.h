@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <ostream>
 #include <string>
 #include <string_view>
@@ -10,8 +11,9 @@
 #include "base/Date.h"
 #include "base/LogSink.h"
 #include "base/Text.h"
+#include "pdb/PDBByteStream.h"
 #include "pdb/PDBDatabasePC.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 
 namespace pylon::testing {
 
@@ -48,10 +50,8 @@ inline PDBByteStream StreamOf(ByteSpan bytes) {
   stream.Fill(bytes);
   return stream;
 }
-inline Bytes BlockOf(const PDBByteStream& stream) {
-  const ByteSpan bytes = stream.BlockBytes();
-  return {bytes.begin(), bytes.end()};
-}
+inline Bytes BlockOf(ByteSpan bytes) { return {bytes.begin(), bytes.end()}; }
+inline Bytes BlockOf(const PDBByteStream& stream) { return BlockOf(stream.BlockBytes()); }
 
 class FixedClock final : public Clock {
  public:
@@ -79,40 +79,43 @@ struct Record {
   }
 };
 
-// What the reading members hand out.
+// The record that was read last, with its data in a stream as clients get it.
 struct Reader {
-  bool Next(PDBDatabase& database) {
-    return database.ReadNext(index, id, category, attributes, stream);
-  }
-  bool NextModified(PDBDatabase& database) {
-    return database.ReadNextModified(index, id, category, attributes, stream);
-  }
-  bool ByIndex(PDBDatabase& database, int32_t at) {
-    return database.ReadNextByIndex(at, id, category, attributes, stream);
-  }
-  bool ById(PDBDatabase& database, int32_t unique_id) {
-    return database.ReadNextById(index, unique_id, category, attributes, stream);
-  }
+  bool Next(PDBDatabase& database) { return Take(database.Next()); }
+  bool NextModified(PDBDatabase& database) { return Take(database.NextModified()); }
+  bool ByIndex(PDBDatabase& database, int32_t at) { return Take(database.ByIndex(at)); }
+  bool ById(PDBDatabase& database, int32_t unique_id) { return Take(database.ById(unique_id)); }
 
   int32_t index = 0, id = 0, attributes = 0;
   int16_t category = 0;
   PDBByteStream stream;
+
+ private:
+  bool Take(const std::optional<pylon::Record>& record) {
+    if (!record) return false;
+    index = record->index;
+    id = record->id;
+    category = record->category;
+    attributes = record->attributes;
+    stream.Fill(record->data);
+    return true;
+  }
 };
 
 inline std::vector<Record> ReadAll(PDBDatabase& database) {
   std::vector<Record> records;
   database.SetIterationIndex(1);
-  for (Reader r; r.Next(database);) {
-    records.push_back({r.id, r.category, r.attributes, BlockOf(r.stream)});
+  while (records.size() <= 65'535) {  // should it find no end
+    const std::optional<pylon::Record> r = database.Next();
+    if (!r) break;
+    records.push_back({r->id, r->category, r->attributes, BlockOf(r->data)});
   }
   return records;
 }
 
 // Writes the record and returns the id that it has then.
 inline int32_t Put(PDBDatabase& database, int32_t index, const Record& r) {
-  int32_t id = r.id;
-  database.Update(index, id, r.category, r.attributes, StreamOf(r.data));
-  return id;
+  return database.Update(index, r.id, r.category, r.attributes, r.data);
 }
 
 // A PDB file put together field by field, apart from the code under test.
@@ -203,7 +206,7 @@ class DatabaseFile {
   Bytes& bytes() { return folder.files[kPath]; }
   bool exists() const { return folder.files.contains(kPath); }
 
-  MemoryFolder folder;
+  MemoryDisk folder;
   FixedClock clock;
   std::shared_ptr<CollectingLog> log = std::make_shared<CollectingLog>();
 };
