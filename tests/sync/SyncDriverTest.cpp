@@ -14,7 +14,7 @@
 #include "pdb/PDBDatabase.h"
 #include "sync/HandheldTarget.h"
 #include "tests/support/Errors.h"
-#include "tests/support/MemoryFile.h"
+#include "tests/support/MemoryDisk.h"
 #include "tests/support/MemoryHandheld.h"
 #include "tests/support/PdbTesting.h"
 
@@ -27,7 +27,7 @@ using testing::ErrorOf;
 using testing::FixedClock;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-using testing::MemoryFolder;
+using testing::MemoryDisk;
 using testing::MemoryHandheld;
 using Strings = std::vector<std::string>;
 
@@ -173,7 +173,7 @@ class SyncDriverTest : public ::testing::Test {
   }
 
   FixedClock clock_;
-  MemoryFolder disk_;
+  MemoryDisk disk_;
   MemoryStore::Values settings_;
   NoView view_;
   std::shared_ptr<LogLines> log_ = std::make_shared<LogLines>();
