@@ -318,6 +318,10 @@ TEST(PDBAppforgeRecord, AnErrorEndsTheEncodingWhereItIs) {
   EXPECT_EQ(ToHex(stream.ByteArray()->bytes), "00 02 03 04 05 06");
   EXPECT_TRUE(record.HasValue(1));
   EXPECT_FALSE(record.HasValue(3));
+
+  record = RecordOf({eStringField});
+  record.SetStringValue(1, {u'a', 0, u'b'});
+  EXPECT_EQ(ErrorOf([&] { Encoded(record); }), 5) << "it would end at the NUL";
 }
 
 TEST(PDBAppforgeRecord, TextsOfOneByteACharacterLeaveZeros) {

@@ -103,6 +103,7 @@ TEST(ValueText, Dates) {
     EXPECT_EQ(ToUtf8(TextOf(DateStamp{c.date})), ToUtf8(c.text));
     EXPECT_EQ(ParseDateStamp(c.text).value, c.date) << ToUtf8(c.text);
   }
+  EXPECT_FALSE(std::signbit(ParseDateStamp(u"-0").value));
   for (const Date date : {-657435.0, 2958466.0, std::nan(""), -1e300, HUGE_VAL}) {
     EXPECT_EQ(ErrorOf([&] { TextOf(DateStamp{date}); }), 6) << date;
   }

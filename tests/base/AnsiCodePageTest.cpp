@@ -28,10 +28,11 @@ TEST(AnsiCodePage, OfBytesThatShareACharacterTheLowestEncodesIt) {
   AnsiCodePage::Table table = {};
   for (size_t i = 0; i < table.size(); ++i) table[i] = static_cast<char16_t>(i);
   table['A'] = u'B';  // an ASCII character that this page lacks
-  table[0xC0] = u'B';
+  table[0xC0] = table[0xC1] = u'\u0416';
   const AnsiCodePage page(table);
   EXPECT_EQ(page.TryEncode(u'B'), 'B');
   EXPECT_FALSE(page.TryEncode(u'A'));
+  EXPECT_EQ(page.TryEncode(u'\u0416'), 0xC0);
 }
 
 }  // namespace

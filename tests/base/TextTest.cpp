@@ -36,6 +36,7 @@ TEST(Text, WhatIsNoTextBecomesTheReplacementCharacter) {
   } cases[] = {
       {"cut", "a\xE2\x82", u"a\uFFFD\uFFFD"},
       {"overlong", "\xC0\x80", u"\uFFFD\uFFFD"},
+      {"overlong in three bytes", "\xE0\x80\x80", u"\uFFFD\uFFFD\uFFFD"},
       {"surrogate", "\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD"},
       {"beyond Unicode", "\xF5\x80\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD"},
       {"tail alone", "\x80z", u"\uFFFDz"},

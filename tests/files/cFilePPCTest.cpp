@@ -169,6 +169,11 @@ TEST_F(cFilePPCTest, AReplacedFileKeepsWhenItWasCreatedAndTheCopyGoesWithTheRepl
   EXPECT_EQ(device_.files.size(), 1u);
   EXPECT_EQ(file_.FileName(), u"x");
   EXPECT_EQ(Kept(), "");
+  // The date goes along when the file is renamed.
+  ASSERT_TRUE(file_.RenameFile(u"y"));
+  ASSERT_TRUE(Rewrite(u"\\d\\y.new", "newer"));
+  ASSERT_TRUE(file_.ReplaceFile(u"y"));
+  EXPECT_EQ(device_.files[u"\\d\\y"].created.year, 1999);
 }
 
 TEST_F(cFilePPCTest, WhatDoesNotReachTheDeviceIsKeptOnThePc) {
@@ -304,6 +309,8 @@ TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
 TEST_F(cFilePPCTest, CancelEndsACopyUpThatItMeetsAndNoLaterSave) {
   const std::string text(2'000, 'n');
   progress_->on_advance = [&] { progress_->stopped = true; };
+  EXPECT_TRUE(Rewrite(kNew, "short")) << "all of it was sent by then";
+  progress_->stopped = false;
   EXPECT_FALSE(Rewrite(kNew, text));
   EXPECT_EQ(Kept(), text);
   EXPECT_FALSE(file_.OpenFile(kNew, u"W", {})) << "the end of the run tries again";
