@@ -33,9 +33,9 @@ int32_t CopyChunk(int32_t file_size) noexcept;
 // ReplaceFile has put the device's file in its place, or until the next operation shows that it
 // won't.
 //
-// Copies report to `progress` and process messages after each step. Cancel ends a copy down
-// whenever it is pending, a copy up only when it comes during it: what a component saves after
-// Cancel is saved. Members that are called during a copy fail.
+// Copies report to `progress`, which pumps messages after each step; members that are called during
+// a copy fail. Cancel ends a copy down whenever it is pending, a copy up only when it comes during
+// it: what a component saves after Cancel is saved.
 class cFilePPC final : public IPCFile {
  public:
   // Owns both file objects, on the PC and on the device. `log` may be null; the clock outlives the

@@ -96,7 +96,7 @@ com::Variant LateBoundObject::Invoke(size_t member, WORD flags,
   }
   com::Variant value;
   Exception exception;
-  // Across the call this object may go: a member of it that pumps lets others in.
+  // The call pumps messages, during which this object may go.
   const com::Ptr<IDispatch> object = object_;
   const HRESULT result =
       object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &parameters,

@@ -122,7 +122,7 @@ class PDBDatabasePalm final : public PDBDatabase {
  private:
   using Link = std::shared_ptr<HandheldDatabase>;  // holds the handheld too
 
-  // By value: a call over the link may let other work in, which may close the database.
+  // By value: a call over the link pumps messages, during which the database may be closed.
   Link RequireOpen() const;
   bool Refuse(std::u16string_view reason) const;
   AutomationError Error(int32_t number, std::u16string_view what) const;

@@ -47,7 +47,7 @@ class NamedDatabases {
   // it once. A database that is still open after that is not tried again.
   bool CloseAll(LogSink& log, Failures& failures) const noexcept {
     try {
-      // A copy: closing a device's file may let other work in, which may change the list.
+      // A copy: closing a device's file pumps messages, during which the list may change.
       return NamedDatabases(*this).End(log, failures);
     } catch (const std::bad_alloc&) {
       log.UpdateLog(kNoMemory);

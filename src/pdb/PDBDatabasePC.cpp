@@ -16,7 +16,7 @@ bool IsModified(const RecordEntry& entry) { return entry.attributes & (eDirty | 
 
 }  // namespace
 
-// The state while the file is worked on, which may let other work in.
+// The state during an operation of the file, which may pump messages.
 class PDBDatabasePC::Busy {
  public:
   Busy(State& state, State meanwhile) : state_(state), before_(std::exchange(state, meanwhile)) {}

@@ -97,7 +97,7 @@ class PDBDatabasePC final : public PDBDatabase {
   std::shared_ptr<CSyncIndex> SyncIndex() override;
 
   bool IsOpen() const override { return state_ == State::kOpen; }  // and not busy
-  // A file that is not local may let other work in while it is opened or saved.
+  // A device's file pumps messages while it is opened or saved.
   bool IsBusy() const { return state_ == State::kOpening || state_ == State::kSaving; }
   bool FileExists() const { return file_.Exists(); }
   // Gives the file another name in its folder; an open database goes on under it, unsaved changes

@@ -26,8 +26,9 @@ namespace pylon {
 // file's own followed by ".new") and puts it in the place of the old one: at no moment is there
 // half a file.
 //
-// A file that is not local may let other work in while it is opened, saved or deleted; the owner
-// sees to it that nothing else is called meanwhile. Owns its file object; borrows the code page.
+// A device's file pumps messages while it is opened, saved or deleted (see "Re-entry" in
+// docs/developing.md); the owner makes sure that nothing else is called until then. Owns its file
+// object; borrows the code page.
 class PdbFile {
  public:
   PdbFile(std::unique_ptr<IPCFile> file, const AnsiCodePage& code_page);
