@@ -18,8 +18,6 @@
 namespace pylon {
 namespace {
 
-constexpr char16_t kGeneralSection[] = u"General";
-constexpr char16_t kProgramSection[] = u"Pylon";
 constexpr std::array kUtf8Mark = {std::byte{0xEF}, std::byte{0xBB}, std::byte{0xBF}};
 constexpr char16_t kNotAsked[] = u"not asked, because the reading was cancelled";
 constexpr char16_t kNotCreated[] = u"No Longer Compatible";
@@ -58,7 +56,7 @@ int16_t cConduitList::Find(std::u16string Entry::*field, std::u16string_view tex
 
 std::u16string cConduitList::PCPath(int16_t index) {
   const std::u16string& app_path = At(index).app_path;
-  return app_path.empty() ? Setting(index, u"PCPath") : app_path;
+  return app_path.empty() ? Setting(index, settings::kPcPath) : app_path;
 }
 
 std::u16string cConduitList::PCFolder(int16_t index) {
@@ -70,12 +68,12 @@ std::u16string cConduitList::PCFolder(int16_t index) {
 std::u16string cConduitList::GetSettings(std::u16string_view key,
                                          std::u16string_view default_value) {
   if (!IsIniKey(key)) return std::u16string(default_value);
-  return file_.ReadINI(kProgramSection, key, default_value);
+  return file_.ReadINI(settings::kProgramSection, key, default_value);
 }
 
 bool cConduitList::SaveSettings(std::u16string_view key, std::u16string_view value) {
-  RequireIniText(kProgramSection, key, value);
-  return file_.WriteIni(kProgramSection, key, value);
+  RequireIniText(settings::kProgramSection, key, value);
+  return file_.WriteIni(settings::kProgramSection, key, value);
 }
 
 void cConduitList::Reload(const std::function<bool()>& go_on) {
@@ -99,8 +97,8 @@ const cConduitList::Entry& cConduitList::At(int16_t index) const {
   return entries_[static_cast<size_t>(index) - 1];
 }
 
-std::u16string cConduitList::Setting(int16_t index, std::u16string_view key) {
-  return file_.ReadINI(At(index).app_id, key, {});
+std::u16string cConduitList::Setting(int16_t index, const SettingsKey& key) {
+  return file_.ReadINI(At(index).app_id, key.name, {});
 }
 
 std::vector<cConduitList::Entry> cConduitList::ReadSections() {
@@ -122,10 +120,7 @@ std::vector<cConduitList::Entry> cConduitList::ReadSections() {
     }
     if (!line.starts_with(u'[') || end == line.npos) continue;
     const std::u16string name = line.substr(1, end - 1);
-    if (EqualsIgnoringCase(name, kGeneralSection) || EqualsIgnoringCase(name, kProgramSection)) {
-      continue;
-    }
-    entries.emplace_back().app_id = name;
+    if (!settings::IsProgramSection(name)) entries.emplace_back().app_id = name;
   }
   TakeLoadError();
   file_.CloseFile();
@@ -141,7 +136,7 @@ void cConduitList::TakeLoadError() {
 }
 
 std::u16string cConduitList::ClassIdOf(const Entry& entry) {
-  return file_.ReadINI(entry.app_id, u"ClassID", {});
+  return file_.ReadINI(entry.app_id, settings::kClassId.name, {});
 }
 
 void cConduitList::Describe(Entry& entry) {

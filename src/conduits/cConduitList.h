@@ -8,6 +8,7 @@
 
 #include "base/AnsiCodePage.h"
 #include "conduits/ConduitComponent.h"
+#include "conduits/SettingsKeys.h"
 #include "files/cFileIO.h"
 
 namespace pylon {
@@ -45,17 +46,18 @@ class cConduitList {
   // Why the component could not be created or asked; empty when it could, or has no class.
   const std::u16string& Failure(int16_t index) const { return At(index).failure; }
   // These are read from the file now.
-  std::u16string PPCInstall(int16_t index) { return Setting(index, u"PPCInstall"); }
-  std::u16string PalmInstall(int16_t index) { return Setting(index, u"PalmInstall"); }
-  std::u16string CePath(int16_t index) { return Setting(index, u"CePath"); }
+  std::u16string PPCInstall(int16_t index) { return Setting(index, settings::kPpcInstall); }
+  std::u16string PalmInstall(int16_t index) { return Setting(index, settings::kPalmInstall); }
+  std::u16string CePath(int16_t index) { return Setting(index, settings::kCePath); }
   std::u16string PCPath(int16_t index);  // the component's application path comes first
   const std::u16string& Version(int16_t index) const { return At(index).version; }
   // The full path of the folder that a sync with PC files uses.
   std::u16string PCFolder(int16_t index);
-  bool ShowLogMsg(int16_t index) { return Setting(index, u"ShowLog") == u"1"; }
+  bool ShowLogMsg(int16_t index) { return Setting(index, settings::kShowLog) == u"1"; }
 
   // Of the program, in the section Pylon.
   std::u16string GetSettings(std::u16string_view key, std::u16string_view default_value);
+  std::u16string GetSettings(const SettingsKey& key) { return GetSettings(key.name, {}); }
   // False when it could not be written; error 5 for text that the file can't hold.
   bool SaveSettings(std::u16string_view key, std::u16string_view value);
 
@@ -83,7 +85,7 @@ class cConduitList {
   std::u16string ClassIdOf(const Entry& entry);
   void Describe(Entry& entry);
   const Entry& At(int16_t index) const;
-  std::u16string Setting(int16_t index, std::u16string_view key);
+  std::u16string Setting(int16_t index, const SettingsKey& key);
   int16_t Find(std::u16string Entry::*field, std::u16string_view value) const;
 
   std::u16string program_folder_;
