@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/Registry.h"
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "files/WindowsFile.h"
@@ -17,13 +18,9 @@ RegistryKey OpenForReading(HKEY parent, const wchar_t* path) noexcept {
   return key;
 }
 
-// The unnamed value of a subkey, its variables expanded; empty when there is none.
+// The unnamed value of a subkey; empty when there is none.
 std::u16string DefaultOf(HKEY parent, const std::wstring& path) {
-  wchar_t text[1024];
-  DWORD size = sizeof(text);
-  const LSTATUS status =
-      ::RegGetValueW(parent, path.c_str(), nullptr, RRF_RT_REG_SZ, nullptr, text, &size);
-  return status == ERROR_SUCCESS ? FromWide(text) : std::u16string();
+  return ReadRegistryText(parent, FromWide(path), nullptr);
 }
 
 template <class Visit>

@@ -10,49 +10,22 @@
 namespace pylon {
 namespace {
 
-constexpr char16_t kNoAppId[] =
-    u"No Application ID Supplied.\r\n"
-    u"Pylon -AppId {application id} -install\r\n"
-    u"Pylon -AppId {application id} -uninstall";
-constexpr char16_t kNoActiveSync[] = u"ActiveSync is not Installed.";
-constexpr char16_t kNotRegistered[] =
-    u"Unable to Install Conduit for ActiveSync.  Verify you write permissions to the registery for "
-    u"HKEY_LOCAL_MACHINE";
-constexpr char16_t kNotRemoved[] =
-    u"The conduit could not be removed from ActiveSync. That takes the right to write to "
-    u"HKEY_LOCAL_MACHINE: run Pylon as an administrator.";
-constexpr char16_t kNotForManager[] = u"Unable to install Pocket PC Application";
-constexpr char16_t kCannotConnect[] =
-    u"ActiveSync can't start this conduit by its application id, which holds a double quote or two "
-    u"blanks side by side, or has a word that begins with '-' or '/'. Change the name of its "
-    u"section in the settings file.";
-constexpr char16_t kForeignText[] =
-    u"ActiveSync can't start this conduit: its application id, or the name of the folder that "
-    u"Pylon lies in, has characters that the code page of this PC lacks.";
-constexpr char16_t kNoCreatorId[] =
-    u"HotSync can't call this conduit: its component names no creator id.";
+constexpr SyncSystem kSystems[] = {SyncSystem::kHotSync, SyncSystem::kActiveSync};
 
-constexpr char16_t kNotAsked[] =
-    u"HotSync can't call this conduit: its component can't be asked for its creator id: ";
-
-void Tell(std::u16string& message, std::u16string_view paragraph) {
-  if (paragraph.empty() || message.find(paragraph) != message.npos) return;
-  if (!message.empty()) message += u"\r\n\r\n";
-  message += paragraph;
+Notice MissingNotice(SyncSystem system) noexcept {
+  return system == SyncSystem::kHotSync ? Notice::kNoHotSync : Notice::kNoActiveSync;
 }
 
 }  // namespace
 
-int16_t ConduitInstaller::Find(std::u16string_view app_id, std::u16string& message) const {
-  if (app_id.empty()) {
-    Tell(message, kNoAppId);
-    return 0;
-  }
+int16_t ConduitInstaller::Find(std::u16string_view app_id) const {
+  if (app_id.empty()) throw StepFailure(Notice::kNoAppId);
   const int16_t index = conduits_.FindAppId(app_id);
   if (index == 0) {
-    Tell(message,
-         u"This Application '" + std::u16string(app_id) + u"' is not registered with Pyln.");
-    if (!conduits_.LoadError().empty()) Tell(message, conduits_.LoadError());
+    StepReport report = StepReport::Failed(Notice::kUnknownAppId, {std::u16string(app_id)});
+    const std::u16string& unread = conduits_.LoadError();
+    if (!unread.empty()) report.Add({Notice::kSettingsUnread, {unread}});
+    throw StepFailure(std::move(report));
   }
   return index;
 }
@@ -66,249 +39,215 @@ std::u16string ConduitInstaller::ApplicationFiles(SyncSystem system, int16_t ind
                                         : conduits_.PPCInstall(index);
 }
 
-// Whether handhelds can have the conduit. One whose component can't be asked may be for them.
+// Whether the conduit is for handhelds, or may be as its component can't be asked.
 bool ConduitInstaller::MayBeForPalm(int16_t index) const {
   return !conduits_.CreatorId(index).empty() || !conduits_.Failure(index).empty();
 }
 
 // The step with each system of the conduit that is there. Not done when there is none.
 template <class Step>
-bool ConduitInstaller::WithEach(int16_t index, std::u16string& message, Step step) {
+StepReport ConduitInstaller::WithEach(int16_t index, Step step) {
+  StepReport report;
   bool any = false;
-  bool done = true;
-  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
-    const bool hot_sync = system == SyncSystem::kHotSync;
-    if (hot_sync && !MayBeForPalm(index)) continue;
-    if (!IsPresent(system)) {
-      Tell(message, hot_sync ? cHotSync::kNotInstalled : kNoActiveSync);
-      continue;
+  for (const SyncSystem system : kSystems) {
+    if (system == SyncSystem::kHotSync && !MayBeForPalm(index)) continue;
+    if (IsPresent(system)) {
+      any = true;
+      report.Add(step(system));
+    } else {
+      report.Add({MissingNotice(system), {}});
     }
-    any = true;
-    done = step(system) && done;
   }
-  return any && done;
+  return any ? report : report.SetFailed();
 }
 
-bool ConduitInstaller::InstallConduit(std::u16string_view AppId, std::u16string& message) {
-  const int16_t index = Find(AppId, message);
-  if (index == 0) return false;
-  return WithEach(index, message,
-                  [&](SyncSystem system) { return InstallConduit(system, AppId, message); });
+StepReport ConduitInstaller::InstallConduit(std::u16string_view AppId) {
+  return ReportOf([&] {
+    return WithEach(Find(AppId), [&](SyncSystem system) { return InstallConduit(system, AppId); });
+  });
 }
 
-bool ConduitInstaller::InstallConduit(SyncSystem system, std::u16string_view AppId,
-                                      std::u16string& message) {
-  const int16_t index = Find(AppId, message);
-  if (index == 0) return false;
-  return system == SyncSystem::kHotSync ? InstallForHotSync(index, message)
-                                        : InstallForActiveSync(index, message);
+StepReport ConduitInstaller::InstallConduit(SyncSystem system, std::u16string_view AppId) {
+  return ReportOf([&] {
+    const int16_t index = Find(AppId);
+    return system == SyncSystem::kHotSync ? InstallForHotSync(index) : InstallForActiveSync(index);
+  });
 }
 
 // HotSync names the creator id alone, and the first conduit that has it runs.
-bool ConduitInstaller::IsShadowed(int16_t index, std::u16string& message) const {
+std::optional<Remark> ConduitInstaller::Shadow(int16_t index) const {
   const std::u16string& creator_id = conduits_.CreatorId(index);
   const int16_t first = conduits_.FindAppIdFromCreatorId(creator_id);
-  if (first == index) return false;
-  Tell(message, u"HotSync can't call this conduit: '" + conduits_.AppId(first) +
-                    u"' comes before it in the settings file and has the same creator id '" +
-                    creator_id + u"'.");
-  return true;
+  if (first == index) return std::nullopt;
+  return Remark{Notice::kShadowed, {conduits_.AppId(first), creator_id}};
 }
 
-bool ConduitInstaller::InstallForHotSync(int16_t index, std::u16string& message) {
+StepReport ConduitInstaller::InstallForHotSync(int16_t index) {
   const std::u16string& creator_id = conduits_.CreatorId(index);
   if (creator_id.empty()) {
     const std::u16string& failure = conduits_.Failure(index);
-    Tell(message, failure.empty() ? kNoCreatorId : kNotAsked + failure);
-  } else if (!IsPresent(SyncSystem::kHotSync)) {
-    Tell(message, cHotSync::kNotInstalled);
-  } else if (IsShadowed(index, message)) {
-    return false;
-  } else {
-    const std::u16string& app_id = conduits_.AppId(index);
-    const std::u16string folder = FolderName(app_id);
-    std::u16string why;
-    const bool done = hot_sync_.InstallConduit(
-        {creator_id, app_id, conduits_.ApplicationName(index), folder, folder + u".pdb"}, why);
-    Tell(message, why);
-    return done;
+    return failure.empty() ? StepReport::Failed(Notice::kNoCreatorId)
+                           : StepReport::Failed(Notice::kComponentNotAsked, {failure});
   }
-  return false;
-}
-
-bool ConduitInstaller::InstallForActiveSync(int16_t index, std::u16string& message) {
+  if (!IsPresent(SyncSystem::kHotSync)) return StepReport::Failed(Notice::kNoHotSync);
+  if (auto shadow = Shadow(index)) return StepReport().Add(*std::move(shadow)).SetFailed();
   const std::u16string& app_id = conduits_.AppId(index);
-  if (!active_sync_.IsInstalled()) {
-    Tell(message, kNoActiveSync);
-  } else if (!CanConnect(app_id)) {
-    Tell(message, kCannotConnect);
-  } else if (!RegistryObject::CanStore(active_sync_.ConduitCommand(app_id))) {
-    Tell(message, kForeignText);
-  } else if (!active_sync_.InstallConduit(app_id)) {
-    Tell(message, kNotRegistered);
-  } else {
-    return true;
-  }
-  return false;
+  const std::u16string folder = FolderName(app_id);
+  return hot_sync_.InstallConduit(
+      {creator_id, app_id, conduits_.ApplicationName(index), folder, folder + u".pdb"});
 }
 
-bool ConduitInstaller::UninstallConduit(std::u16string_view AppId, std::u16string& message) {
-  if (AppId.empty()) return Find(AppId, message) != 0;
-  std::u16string why;
-  const auto creators = HotSyncCreators(AppId, why);
-  const bool left_behind =
-      active_sync_.IsConduitInstalled(AppId) || !creators.value_or(Creators()).empty();
-  if (!left_behind && Find(AppId, message) == 0) {
-    Tell(message, why);
-    return false;
+StepReport ConduitInstaller::InstallForActiveSync(int16_t index) {
+  const std::u16string& app_id = conduits_.AppId(index);
+  if (!active_sync_.IsInstalled()) return StepReport::Failed(Notice::kNoActiveSync);
+  if (!CanConnect(app_id)) return StepReport::Failed(Notice::kCannotConnect);
+  if (!RegistryObject::CanStore(active_sync_.ConduitCommand(app_id))) {
+    return StepReport::Failed(Notice::kCannotStore);
   }
-  bool done = RemoveFromActiveSync(AppId, message);
-  if (creators) return RemoveFromHotSync(*creators, message) && done;
-  // Nothing of a conduit that handhelds can't have is with HotSync, even when that doesn't answer.
+  if (!active_sync_.InstallConduit(app_id)) return StepReport::Failed(Notice::kNotInActiveSync);
+  return StepReport();
+}
+
+StepReport ConduitInstaller::UninstallConduit(std::u16string_view AppId) {
+  if (AppId.empty()) return StepReport::Failed(Notice::kNoAppId);
+  Creators creators;
+  const StepReport asked = ReportOf([&] {
+    creators = HotSyncCreators(AppId);
+    return StepReport();
+  });
   const int16_t index = conduits_.FindAppId(AppId);
-  if (index != 0 && !MayBeForPalm(index)) return done;
-  Tell(message, why);
-  return false;
+  if (index == 0 && creators.empty() && !active_sync_.IsConduitInstalled(AppId)) {
+    return ReportOf([&] {
+             Find(AppId);
+             return StepReport();
+           })
+        .Add(asked);
+  }
+  StepReport report = RemoveFromActiveSync(AppId);
+  if (asked.done()) return report.Add(RemoveFromHotSync(creators));
+  // Nothing of a conduit that is not for handhelds is with HotSync, even when that doesn't answer.
+  if (index != 0 && !MayBeForPalm(index)) return report;
+  return report.Add(asked);
 }
 
-bool ConduitInstaller::UninstallConduit(SyncSystem system, std::u16string_view AppId,
-                                        std::u16string& message) {
-  if (AppId.empty()) return Find(AppId, message) != 0;
-  if (system == SyncSystem::kActiveSync) return RemoveFromActiveSync(AppId, message);
-  std::u16string why;
-  const auto creators = HotSyncCreators(AppId, why);
-  Tell(message, why);
-  return creators && RemoveFromHotSync(*creators, message);
+StepReport ConduitInstaller::UninstallConduit(SyncSystem system, std::u16string_view AppId) {
+  if (AppId.empty()) return StepReport::Failed(Notice::kNoAppId);
+  if (system == SyncSystem::kActiveSync) return RemoveFromActiveSync(AppId);
+  return ReportOf([&] { return RemoveFromHotSync(HotSyncCreators(AppId)); });
 }
 
-// The creator ids under which HotSync has the conduit; nothing when HotSync can't be asked. A
-// conduit is found by what was kept with it, so that one without its component, or with another
-// creator id now, is found too.
-std::optional<ConduitInstaller::Creators> ConduitInstaller::HotSyncCreators(
-    std::u16string_view app_id, std::u16string& message) {
+// The creator ids under which HotSync has the conduit. A conduit is found by what was kept with it,
+// so one without its component, or with another creator id now, is found too.
+ConduitInstaller::Creators ConduitInstaller::HotSyncCreators(std::u16string_view app_id) {
   Creators creators;
   if (!hot_sync_.IsInstalled()) return creators;
-  const auto registered = hot_sync_.FindConduits(app_id, message);
-  if (!registered) return std::nullopt;
-  for (const cHotSync::Registered& conduit : *registered) creators.push_back(conduit.creator_id);
+  for (const cHotSync::Registered& conduit : hot_sync_.FindConduits(app_id)) {
+    creators.push_back(conduit.creator_id);
+  }
   const int16_t index = conduits_.FindAppId(app_id);
-  if (index == 0 || !creators.empty() || conduits_.CreatorId(index).empty()) return creators;
+  if (index == 0 || !creators.empty()) return creators;
   // Registered by another program, which kept no application id with it, or before its section of
   // the settings file got another name: HotSync calls this conduit all the same.
   const std::u16string& creator_id = conduits_.CreatorId(index);
-  if (conduits_.FindAppIdFromCreatorId(creator_id) != index) return creators;
-  std::u16string not_one;
-  if (!hot_sync_.IsCreatorId(creator_id, not_one)) return creators;
-  const auto other = hot_sync_.FindConduit(creator_id, message);
-  if (!other && !message.empty()) return std::nullopt;
+  if (!hot_sync_.IsCreatorId(creator_id) || Shadow(index)) return creators;
+  const auto other = hot_sync_.FindConduit(creator_id);
   if (other && other->ours && conduits_.FindAppId(other->app_id) == 0) {
     creators.push_back(other->creator_id);
   }
   return creators;
 }
 
-bool ConduitInstaller::RemoveFromHotSync(const Creators& creators, std::u16string& message) {
-  bool done = true;
+StepReport ConduitInstaller::RemoveFromHotSync(const Creators& creators) {
+  StepReport report;
   for (const std::u16string& creator_id : creators) {
-    std::u16string why;
-    done = hot_sync_.UninstallConduit(creator_id, why) && done;
-    Tell(message, why);
+    report.Add(hot_sync_.UninstallConduit(creator_id));
   }
-  return done;
+  return report;
 }
 
-bool ConduitInstaller::RemoveFromActiveSync(std::u16string_view app_id, std::u16string& message) {
-  const bool done = active_sync_.UninstallConduit(app_id);
-  if (!done) Tell(message, kNotRemoved);
-  return done;
+StepReport ConduitInstaller::RemoveFromActiveSync(std::u16string_view app_id) {
+  return active_sync_.UninstallConduit(app_id) ? StepReport()
+                                               : StepReport::Failed(Notice::kNotOutOfActiveSync);
 }
 
-bool ConduitInstaller::InstallApplication(std::u16string_view AppId, std::u16string& message) {
-  const int16_t index = Find(AppId, message);
-  if (index == 0) return false;
-  bool brings = false;
-  bool any = false;
-  bool done = true;
-  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
-    const bool present = IsPresent(system);
-    const bool files = !ApplicationFiles(system, index).empty();
-    const bool starts_it = system == SyncSystem::kActiveSync || MayBeForPalm(index);
-    brings = brings || files;
-    any = any || (present && (files || starts_it));
-    if (files && !InstallApplication(system, AppId, {}, message) && present) done = false;
-  }
-  return done && (any || !brings);
+StepReport ConduitInstaller::InstallApplication(std::u16string_view AppId) {
+  return ReportOf([&] {
+    const int16_t index = Find(AppId);
+    StepReport report;
+    bool brings = false;  // an application
+    bool any = false;     // system that runs the conduit
+    for (const SyncSystem system : kSystems) {
+      const bool present = IsPresent(system);
+      const bool files = !ApplicationFiles(system, index).empty();
+      const bool starts_it = system == SyncSystem::kActiveSync || MayBeForPalm(index);
+      brings = brings || files;
+      any = any || (present && (files || starts_it));
+      if (files && present) report.Add(InstallApplication(system, AppId, {}));
+      if (files && !present) report.Add({MissingNotice(system), {}});
+    }
+    return any || !brings ? report : report.SetFailed();
+  });
 }
 
-bool ConduitInstaller::InstallApplication(SyncSystem system, std::u16string_view AppId,
-                                          std::u16string_view user, std::u16string& message) {
-  const int16_t index = Find(AppId, message);
-  if (index == 0) return false;
-  if (ApplicationFiles(system, index).empty()) return true;
-  if (!IsPresent(system)) {
-    Tell(message, system == SyncSystem::kHotSync ? cHotSync::kNotInstalled : kNoActiveSync);
-    return false;
-  }
-  return system == SyncSystem::kHotSync ? HandToHotSync(index, user, message)
-                                        : HandToManager(index, message);
+StepReport ConduitInstaller::InstallApplication(SyncSystem system, std::u16string_view AppId,
+                                                std::u16string_view user) {
+  return ReportOf([&] {
+    const int16_t index = Find(AppId);
+    const std::u16string files = ApplicationFiles(system, index);
+    if (files.empty()) return StepReport();
+    if (!IsPresent(system)) return StepReport::Failed(MissingNotice(system));
+    if (system == SyncSystem::kHotSync) {
+      return hot_sync_.InstallApplication(conduits_.AppId(index), files, user);
+    }
+    return HandToManager(index);
+  });
 }
 
-bool ConduitInstaller::HandToHotSync(int16_t index, std::u16string_view user,
-                                     std::u16string& message) {
-  std::u16string why;
-  const bool done =
-      hot_sync_.InstallApplication(conduits_.AppId(index), conduits_.PalmInstall(index), user, why);
-  Tell(message, why);
-  return done;
-}
-
-bool ConduitInstaller::HandToManager(int16_t index, std::u16string& message) {
+StepReport ConduitInstaller::HandToManager(int16_t index) {
   const bool done = active_sync_.InstallApplication(
       conduits_.AppId(index), conduits_.ApplicationName(index), conduits_.PPCInstall(index));
-  if (!done) Tell(message, kNotForManager);
-  return done;
+  return done ? StepReport() : StepReport::Failed(Notice::kNotGivenToManager);
 }
 
-InstallState ConduitInstaller::State(SyncSystem system, std::u16string_view AppId,
-                                     std::u16string& message) {
-  if (!IsPresent(system)) return InstallState::kNoSystem;
+ConduitInstaller::StateAnswer ConduitInstaller::State(SyncSystem system,
+                                                      std::u16string_view AppId) {
+  if (!IsPresent(system)) return {InstallState::kNoSystem, {}};
   if (system == SyncSystem::kActiveSync) {
-    return active_sync_.IsConduitInstalled(AppId) ? InstallState::kInstalled
-                                                  : InstallState::kNotInstalled;
+    return {active_sync_.IsConduitInstalled(AppId) ? InstallState::kInstalled
+                                                   : InstallState::kNotInstalled,
+            {}};
   }
-  std::u16string why;
-  const auto creators = HotSyncCreators(AppId, why);
-  if (creators && !creators->empty()) return InstallState::kInstalled;
+  std::optional<Remark> why;
+  try {
+    if (!HotSyncCreators(AppId).empty()) return {InstallState::kInstalled, {}};
+  } catch (const StepFailure& failure) {
+    why = failure.report().remarks().front();
+  }
   const int16_t index = conduits_.FindAppId(AppId);
-  if (index == 0) return InstallState::kNotInstalled;
+  if (index == 0) return {InstallState::kNotInstalled, {}};
   const std::u16string& creator_id = conduits_.CreatorId(index);
   if (creator_id.empty()) {
-    if (MayBeForPalm(index)) Tell(message, kNotAsked + conduits_.Failure(index));
-    return InstallState::kNotSupported;
+    if (!MayBeForPalm(index)) return {InstallState::kNotSupported, {}};
+    return {InstallState::kNotSupported,
+            Remark{Notice::kComponentNotAsked, {conduits_.Failure(index)}}};
   }
-  if (creators && !hot_sync_.IsCreatorId(creator_id, why)) {
-    Tell(message, why);
-    return InstallState::kNotSupported;
+  auto shadow = Shadow(index);
+  if (shadow && (why || hot_sync_.IsCreatorId(creator_id))) {
+    return {InstallState::kTaken, std::move(shadow)};
   }
-  if (IsShadowed(index, message)) return InstallState::kTaken;
-  const auto holder = creators ? hot_sync_.FindConduit(creator_id, why) : std::nullopt;
-  const bool taken = holder && !holder->ours;
-  if (taken) why = cHotSync::TakenText(*holder);
-  Tell(message, why);
-  if (taken) return InstallState::kTaken;
-  return why.empty() ? InstallState::kNotInstalled : InstallState::kUnknown;
+  if (why) return {InstallState::kUnknown, std::move(why)};
+  try {
+    const auto holder = hot_sync_.FindConduit(creator_id);
+    if (!holder || holder->ours) return {InstallState::kNotInstalled, {}};
+    return {InstallState::kTaken, Remark{Notice::kTaken, holder->Holder()}};
+  } catch (const StepFailure& failure) {
+    const Remark& remark = failure.report().remarks().front();
+    return {remark.notice == Notice::kBadCreatorId ? InstallState::kNotSupported
+                                                   : InstallState::kUnknown,
+            remark};
+  }
 }
 
-bool ConduitInstaller::HasApplication(SyncSystem system, std::u16string_view AppId) {
-  const int16_t index = conduits_.FindAppId(AppId);
-  return index != 0 && !ApplicationFiles(system, index).empty();
-}
-
-std::optional<std::vector<std::u16string>> ConduitInstaller::Users(std::u16string& message) {
-  std::u16string why;
-  auto users = hot_sync_.Users(why);
-  Tell(message, why);
-  return users;
-}
+std::vector<std::u16string> ConduitInstaller::Users() { return hot_sync_.Users(); }
 
 }  // namespace pylon

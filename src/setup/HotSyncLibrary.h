@@ -10,9 +10,8 @@ namespace pylon {
 // HotSync's libraries as far as Pylon calls them. Texts are in the system's ANSI code page,
 // functions __stdcall and exported undecorated.
 //
-// This is the one place that says what they are like. Names, prototypes and error numbers are those
-// of HotSync's published interface. ASSUMED, and not yet seen with a real HotSync, is what is
-// marked so here.
+// This is the one description of them. Names, prototypes and error numbers are those of HotSync's
+// published interface. What is marked ASSUMED has not been seen with a real HotSync.
 
 // "condmgr.dll", the register of conduits. A negative result is an error; ASSUMED: everything else
 // is success, as some functions answer a count. `size` is the size of the buffer in bytes and comes
@@ -82,11 +81,10 @@ class HotSyncModule {
  protected:
   HotSyncModule() = default;
   ~HotSyncModule() = default;
-  // False, and the cause as a sentence, when the folder has no such library or it has not the width
-  // of this program.
-  bool Open(const std::u16string& folder, const char16_t* name, std::u16string& cause);
-  // Null, and the cause, when the library lacks the function.
-  void* Function(const char* name, std::u16string& cause) const;
+  // Both raise a StepFailure: the folder has no such library, or one of the other width, or it
+  // lacks the function.
+  void Open(const std::u16string& folder, const char16_t* name);
+  void* Function(const char* name) const;
 
  private:
   std::u16string folder_;
@@ -95,12 +93,12 @@ class HotSyncModule {
 };
 
 #define PYLON_HOTSYNC_POINTER(result, name, parameters) result(WINAPI* name) parameters = nullptr;
-#define PYLON_HOTSYNC_LIBRARY(Class, kName, FUNCTIONS)                                       \
-  class Class final : public HotSyncModule {                                                 \
-   public:                                                                                   \
-    static std::unique_ptr<Class> Load(const std::u16string& folder, std::u16string& cause); \
-    FUNCTIONS(PYLON_HOTSYNC_POINTER)                                                         \
-    static constexpr char16_t kFileName[] = kName;                                           \
+#define PYLON_HOTSYNC_LIBRARY(Class, kName, FUNCTIONS)                \
+  class Class final : public HotSyncModule {                          \
+   public:                                                            \
+    static std::unique_ptr<Class> Load(const std::u16string& folder); \
+    FUNCTIONS(PYLON_HOTSYNC_POINTER)                                  \
+    static constexpr char16_t kFileName[] = kName;                    \
   };
 
 PYLON_HOTSYNC_LIBRARY(ConduitManagerLibrary, u"condmgr.dll", PYLON_CONDUIT_MANAGER_FUNCTIONS)

@@ -124,10 +124,8 @@ void SetupForm::OnReady() {
 void SetupForm::Command(int id, int code) {
   try {
     OnCommand(id, code);
-  } catch (const AutomationError& error) {
-    ShowError(error.description());
-  } catch (const std::exception& error) {
-    ShowError(FromUtf8(error.what()));
+  } catch (...) {
+    ShowError(CurrentError().description());
   }
 }
 

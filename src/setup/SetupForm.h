@@ -34,8 +34,10 @@ class SetupForm : public Form {
 
   ~SetupForm() override;
 
-  // The window's share of the message loop: true when the message is done with.
+  // The window's share of the message loop: true when it has handled the message.
   virtual bool TranslateDialogMessage(MSG& message);
+  // Now, or when the user comes back: a focus that is set would take them from another window.
+  void Focus(HWND control);
 
  protected:
   struct Shape {
@@ -62,8 +64,6 @@ class SetupForm : public Form {
   HWND AddButton(int id, int text, bool is_default = false);
   HWND AddGroup(int id, int text = 0);
   void Enable(int id, bool enable);  // the focus moves on from a control that is disabled
-  // Now, or when the user comes back: a focus that is set would take them from another window.
-  void Focus(HWND control);
   int ButtonHeight() const noexcept;
   // What the widest of these buttons needs for its text, and at least the usual width.
   int ButtonWidth(std::initializer_list<int> ids) const;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/Text.h"
+#include "conduits/SettingsKeys.h"
 #include "files/IniText.h"
 #include "setup/Strings.h"
 #include "setup/SyncCommand.h"
@@ -10,14 +11,13 @@
 namespace pylon {
 namespace {
 
-constexpr std::u16string_view kReserved[] = {u"General", u"Pylon"};
 constexpr size_t kLongestProposal = 40;
 
 bool IsTaken(std::u16string_view app_id, const std::vector<std::u16string>& taken) {
   const auto same = [app_id](std::u16string_view other) {
     return EqualsIgnoringCase(other, app_id);
   };
-  return std::ranges::any_of(kReserved, same) || std::ranges::any_of(taken, same);
+  return std::ranges::any_of(taken, same) || settings::IsProgramSection(app_id);
 }
 
 // Letters, digits and blanks as they are, so that it is a section, a folder and an argument at
@@ -48,7 +48,7 @@ bool CanRegister(SyncSystem system, const ConduitFacts& conduit) {
 
 bool CanInstall(SyncSystem system, const ConduitFacts& conduit) {
   const SystemFacts& facts = FactsOf(system, conduit);
-  return IsLoaded(conduit) && facts.present && !facts.installed && facts.problem.empty() &&
+  return IsLoaded(conduit) && facts.present && !facts.installed && !facts.problem &&
          CanRegister(system, conduit);
 }
 
@@ -87,7 +87,7 @@ Phrase StateOf(SyncSystem system, const ConduitFacts& conduit) {
   if (!CanRegister(system, conduit)) {
     return {palm ? IDS_NO_CREATOR : IDS_CANNOT_CONNECT, {}};
   }
-  if (!facts.problem.empty()) return {IDS_SYSTEM_REASON, facts.problem};
+  if (facts.problem) return {IDS_SYSTEM_REASON, TextOf(*facts.problem)};
   return {IDS_SYSTEM_NOT_INSTALLED, {}};
 }
 
@@ -145,11 +145,36 @@ bool HasShield(SetupAction action, const ConduitFacts& conduit) {
   }
 }
 
-Phrase SyncEnding(std::u16string_view name, uint32_t exit_code) {
-  const int id = exit_code == kExitDone        ? IDS_SYNC_DONE
-                 : exit_code == kExitCancelled ? IDS_SYNC_CANCELLED
-                                               : IDS_SYNC_FAILED;
-  return {id, std::u16string(name)};
+SyncEnd EndOfSync(uint32_t exit_code) noexcept {
+  return exit_code == kExitDone        ? SyncEnd::kDone
+         : exit_code == kExitCancelled ? SyncEnd::kCancelled
+                                       : SyncEnd::kFailed;
+}
+
+SyncEnd EndOfHotSync(uint32_t exit_code, bool cancelled) noexcept {
+  constexpr uint32_t kFailed = 1;
+  constexpr uint32_t kNotBegun = 2;
+  if (exit_code == kNotBegun) return SyncEnd::kNotBegun;
+  if (exit_code == kFailed && cancelled) return SyncEnd::kCancelled;
+  return exit_code == 0 ? SyncEnd::kDone : SyncEnd::kFailed;
+}
+
+Phrase SyncEnding(std::u16string_view name, SyncEnd end) {
+  switch (end) {
+    case SyncEnd::kDone:
+      return {IDS_SYNC_DONE, std::u16string(name)};
+    case SyncEnd::kFailed:
+      return {IDS_SYNC_FAILED, std::u16string(name)};
+    case SyncEnd::kCancelled:
+      return {IDS_SYNC_CANCELLED, std::u16string(name)};
+    case SyncEnd::kNotBegun:
+      return {IDS_STEP_FAILED, {}};
+    case SyncEnd::kLeft:
+      return {IDS_WORK_LEFT, {}};
+    case SyncEnd::kNotStarted:
+      break;
+  }
+  return {};
 }
 
 std::u16string ProposeAppId(std::u16string_view name, std::u16string_view class_id,

@@ -8,6 +8,7 @@
 
 #include "base/Date.h"
 #include "setup/Phrase.h"
+#include "setup/StepReport.h"
 #include "setup/SyncSystem.h"
 
 namespace pylon {
@@ -16,10 +17,10 @@ namespace pylon {
 
 // One of the two systems, and a conduit in it.
 struct SystemFacts {
-  bool present = false;          // on this PC
-  bool installed = false;        // the conduit is registered there
-  bool needs_elevation = false;  // a change takes the rights of an administrator, which we lack
-  std::u16string problem;        // why it can't be installed there, where only the system knows
+  bool present = false;           // on this PC
+  bool installed = false;         // the conduit is registered there
+  bool needs_elevation = false;   // a change takes the rights of an administrator, which we lack
+  std::optional<Remark> problem;  // why it can't be installed there, where only the system knows
 };
 
 struct ConduitFacts {
@@ -86,8 +87,21 @@ bool IsEnabled(SetupAction action, const SetupFacts& facts);
 // Whether it asks the user for the rights of an administrator first.
 bool HasShield(SetupAction action, const ConduitFacts& conduit);
 
-// How the last step ended, for the line at the bottom.
-Phrase SyncEnding(std::u16string_view name, uint32_t exit_code);
+// How a sync in another process ended.
+enum class SyncEnd {
+  kDone,
+  kFailed,
+  kCancelled,
+  kNotBegun,    // the simulated handheld could not begin a session
+  kNotStarted,  // there is no process
+  kLeft,        // it runs on, and nobody waits for it
+};
+// By the exit code of Pylon, or of the simulated handheld whose HotSync calls Pylon: its session
+// has no code for a conduit that was cancelled.
+SyncEnd EndOfSync(uint32_t exit_code) noexcept;
+SyncEnd EndOfHotSync(uint32_t exit_code, bool cancelled) noexcept;
+// For the line at the bottom.
+Phrase SyncEnding(std::u16string_view name, SyncEnd end);
 
 // A conduit that the user is about to add.
 struct NewConduit {

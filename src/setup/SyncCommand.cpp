@@ -30,6 +30,16 @@ std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool ins
          u" -system " + std::u16string(system);
 }
 
+std::u16string GuestModeArguments(bool on) {
+  return u"-" + std::u16string(kGuestModeSwitch) + (on ? u" on" : u" off");
+}
+
+std::optional<bool> GuestModeNamed(std::u16string_view value) {
+  if (EqualsIgnoringCase(value, u"on")) return true;
+  if (EqualsIgnoringCase(value, u"off")) return false;
+  return std::nullopt;
+}
+
 std::u16string ConnectArguments(std::u16string_view app_id) {
   return u"-Appid " + std::u16string(app_id) + u" -Database " + ToText(dftActiveSync);
 }

@@ -24,13 +24,19 @@ std::optional<std::u16string> SyncArguments(std::u16string_view app_id,
 // in quotes can't carry at its end.
 std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id);
 
-// The arguments that install or remove a conduit in one system only ("ActiveSync", "HotSync"), for
-// a step that runs with other rights than ours. Nothing as above.
+// The arguments of the step that installs or removes a conduit in one system only ("ActiveSync",
+// "HotSync"), with other rights than ours. Nothing as above.
 std::optional<std::u16string> StepArguments(std::u16string_view app_id, bool install,
                                             std::u16string_view system);
 
-// The arguments with which ActiveSync starts a sync of a conduit. The AppId stands there without
-// quotes, as ActiveSync's other entries have it, so not every AppId can be told from them again.
+// The arguments of the step that turns ActiveSync's guest mode on or off, and the value of its
+// switch.
+inline constexpr char16_t kGuestModeSwitch[] = u"guestmode";
+std::u16string GuestModeArguments(bool on);
+std::optional<bool> GuestModeNamed(std::u16string_view value);  // "on" or "off", in any case
+
+// The arguments with which ActiveSync starts a sync of a conduit. The AppId is not in
+// quotes there, as in ActiveSync's other entries, so not every AppId can be read from them again.
 std::u16string ConnectArguments(std::u16string_view app_id);
 
 // Whether they name that conduit: its words begin with neither '-' nor '/', have no double quote

@@ -1,5 +1,7 @@
 #include "setup/WindowsSetupServices.h"
 
+#include <utility>
+
 #include "base/Win32.h"
 #include "setup/ConduitInstaller.h"
 #include "setup/cActiveSync.h"
@@ -12,7 +14,7 @@ bool LacksElevation() noexcept {
   DWORD size = 0;
   if (!::OpenProcessToken(::GetCurrentProcess(), TOKEN_QUERY, token.Receive()) ||
       !::GetTokenInformation(token.get(), TokenElevation, &elevation, sizeof(elevation), &size)) {
-    return false;  // then the step itself says what is missing
+    return false;  // then the step itself reports what is missing
   }
   return elevation.TokenIsElevated == 0;
 }
@@ -30,7 +32,9 @@ SystemFacts WindowsSetupServices::Facts(SyncSystem system, std::u16string_view a
     // Also what an ActiveSync that is gone has left behind.
     facts.installed = active_sync_.IsConduitInstalled(app_id);
   } else {
-    facts.installed = installer_.State(system, app_id, facts.problem) == InstallState::kInstalled;
+    ConduitInstaller::StateAnswer answer = installer_.State(system, app_id);
+    facts.installed = answer.state == InstallState::kInstalled;
+    facts.problem = std::move(answer.why);
   }
   return facts;
 }
@@ -40,36 +44,37 @@ bool WindowsSetupServices::NeedsElevation(SyncSystem system) const {
   return system == SyncSystem::kActiveSync && LacksElevation();
 }
 
-bool WindowsSetupServices::Install(SyncSystem system, std::u16string_view app_id,
-                                   std::u16string& message) {
-  return installer_.InstallConduit(system, app_id, message);
-}
-
-bool WindowsSetupServices::Remove(SyncSystem system, std::u16string_view app_id,
-                                  std::u16string& message) {
-  return installer_.UninstallConduit(system, app_id, message);
-}
-
 std::vector<std::u16string> WindowsSetupServices::Users() const {
-  std::u16string untold;  // whoever installs is told
-  return installer_.Users(untold).value_or(std::vector<std::u16string>());
-}
-
-bool WindowsSetupServices::InstallApplication(std::u16string_view app_id, std::u16string_view user,
-                                              std::u16string& message) {
-  bool done = true;
-  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
-    if (!IsPresent(system)) continue;
-    done = installer_.InstallApplication(system, app_id, user, message) && done;
+  try {
+    return installer_.Users();
+  } catch (const StepFailure&) {
+    return {};  // the step that installs reports it
   }
-  return done;
 }
 
 bool WindowsSetupServices::GuestMode() const { return active_sync_.GuestMode(); }
 
-bool WindowsSetupServices::SetGuestMode(bool on) {
+StepReport WindowsSetupServices::Install(SyncSystem system, std::u16string_view app_id) {
+  return installer_.InstallConduit(system, app_id);
+}
+
+StepReport WindowsSetupServices::Remove(SyncSystem system, std::u16string_view app_id) {
+  return installer_.UninstallConduit(system, app_id);
+}
+
+StepReport WindowsSetupServices::InstallApplication(std::u16string_view app_id,
+                                                    std::u16string_view user) {
+  StepReport report;
+  for (const SyncSystem system : {SyncSystem::kHotSync, SyncSystem::kActiveSync}) {
+    if (IsPresent(system)) report.Add(installer_.InstallApplication(system, app_id, user));
+  }
+  return report;
+}
+
+StepReport WindowsSetupServices::SetGuestMode(bool on) {
   // What is set there reads back as the opposite.
-  return active_sync_.SetGuestMode(!on) && active_sync_.GuestMode() == on;
+  const bool done = active_sync_.SetGuestMode(!on) && active_sync_.GuestMode() == on;
+  return done ? StepReport() : StepReport::Failed(Notice::kGuestModeNotSet);
 }
 
 }  // namespace pylon

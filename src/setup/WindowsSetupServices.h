@@ -16,13 +16,12 @@ class WindowsSetupServices final : public SetupServices {
   bool IsPresent(SyncSystem system) const override;
   SystemFacts Facts(SyncSystem system, std::u16string_view app_id) const override;
   bool NeedsElevation(SyncSystem system) const override;
-  bool Install(SyncSystem system, std::u16string_view app_id, std::u16string& message) override;
-  bool Remove(SyncSystem system, std::u16string_view app_id, std::u16string& message) override;
   std::vector<std::u16string> Users() const override;
-  bool InstallApplication(std::u16string_view app_id, std::u16string_view user,
-                          std::u16string& message) override;
   bool GuestMode() const override;
-  bool SetGuestMode(bool on) override;
+  StepReport Install(SyncSystem system, std::u16string_view app_id) override;
+  StepReport Remove(SyncSystem system, std::u16string_view app_id) override;
+  StepReport InstallApplication(std::u16string_view app_id, std::u16string_view user) override;
+  StepReport SetGuestMode(bool on) override;
 
  private:
   cActiveSync& active_sync_;

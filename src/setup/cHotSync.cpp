@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <span>
 
+#include "base/Registry.h"
 #include "base/Text.h"
 #include "files/AnsiText.h"
 #include "files/FileNames.h"
@@ -11,35 +12,20 @@
 namespace pylon {
 namespace {
 
-constexpr wchar_t kCoreKey[] = L"Software\\U.S. Robotics\\Pilot Desktop\\Core";
+constexpr char16_t kCoreKey[] = u"Software\\U.S. Robotics\\Pilot Desktop\\Core";
 // Of the conduit manager's own values for a conduit: which of ours it is.
 constexpr char kAppIdValue[] = "PylonAppId";
 
 constexpr size_t kMaxText = 32'767;  // a buffer's size fits in 16 bits
 
 // Where HotSync names the folder of its libraries. "Path" is the folder of the users in later
-// versions, and the libraries lie with the programs then.
+// versions, whose libraries are with the programs.
 struct FolderValue {
   const wchar_t* name;
   bool is_file;  // in the folder
 };
 constexpr FolderValue kFolderValues[] = {
     {L"Path", false}, {L"DesktopPath", false}, {L"HotSyncPath", true}};
-
-// Not by RegistryObject, which creates the keys that it reads.
-std::u16string ReadText(HKEY root, const wchar_t* name) {
-  std::wstring text(MAX_PATH, L'\0');
-  for (;;) {
-    DWORD size = static_cast<DWORD>(text.size() * sizeof(wchar_t));
-    const LSTATUS status =
-        ::RegGetValueW(root, kCoreKey, name, RRF_RT_REG_SZ, nullptr, text.data(), &size);
-    if (status == ERROR_MORE_DATA) {
-      text.resize(2 * text.size());
-      continue;
-    }
-    return status == ERROR_SUCCESS ? FromWide(text.c_str()) : std::u16string();
-  }
-}
 
 std::u16string WithoutSeparator(std::u16string folder) {
   while (folder.ends_with(u'\\') || folder.ends_with(u'/')) folder.pop_back();
@@ -66,7 +52,7 @@ TextResult GetText(Get get) {
   }
 }
 
-// Empty for what the function's own answer has to say.
+// Empty when the function's number says it all.
 std::u16string_view Reason(int error) {
   switch (error) {
     case hotsync::kNoSuchConduit:
@@ -86,8 +72,11 @@ std::u16string_view Reason(int error) {
   }
 }
 
-std::u16string Quoted(std::u16string_view text) { return u"'" + std::u16string(text) + u"'"; }
+bool IsPrintable(std::u16string_view text) {
+  return std::ranges::none_of(text, [](char16_t c) { return c < u' ' || c == 0x7F; });
+}
 
+// As a sentence.
 std::u16string Failure(const char* function, int error) {
   const std::u16string answer = FromAscii(function) + u" answers " + ToText(error);
   const std::u16string_view reason = Reason(error);
@@ -115,11 +104,6 @@ std::vector<std::u16string> FileNames(std::u16string_view list) {
   return names;
 }
 
-void Add(std::u16string& message, std::u16string_view sentence) {
-  if (!message.empty()) message += u" ";
-  message += sentence;
-}
-
 }  // namespace
 
 cHotSync::cHotSync(const std::u16string& program_path, const AnsiCodePage& code_page)
@@ -127,10 +111,15 @@ cHotSync::cHotSync(const std::u16string& program_path, const AnsiCodePage& code_
 
 cHotSync::~cHotSync() = default;
 
+std::vector<std::u16string> cHotSync::Registered::Holder() const {
+  return {creator_id, title.empty() ? u"which has no name" : u"'" + title + u"'"};
+}
+
 std::u16string cHotSync::Folder() const {
   for (const HKEY root : {HKEY_CURRENT_USER, HKEY_LOCAL_MACHINE}) {
     for (const FolderValue& value : kFolderValues) {
-      std::u16string folder = ReadText(root, value.name);
+      // Not by RegistryObject, which creates the keys that it reads.
+      std::u16string folder = ReadRegistryText(root, kCoreKey, value.name);
       if (value.is_file) folder = SplitFullName(folder).folder;
       folder = WithoutSeparator(std::move(folder));
       // A relative one would lead somewhere else in each current folder.
@@ -142,30 +131,24 @@ std::u16string cHotSync::Folder() const {
 }
 
 template <class Library>
-const Library* cHotSync::Use(std::unique_ptr<Library>& library, std::u16string& message) const {
+const Library& cHotSync::Use(std::unique_ptr<Library>& library) const {
   const std::u16string folder = Folder();
-  if (folder.empty()) {
-    message = kNotInstalled;
-    return nullptr;
-  }
+  if (folder.empty()) throw StepFailure(Notice::kNoHotSync);
   if (!library || !win::EqualPaths(library->folder(), folder)) {
     library.reset();
-    library = Library::Load(folder, message);
+    library = Library::Load(folder);
   }
-  return library.get();
+  return *library;
 }
 
-const ConduitManagerLibrary* cHotSync::Manager(std::u16string& message) {
-  return Use(manager_, message);
+bool cHotSync::IsCreatorId(std::u16string_view creator_id) const {
+  return creator_id.size() == 4 && IsPrintable(creator_id) && code_page_.Holds(creator_id);
 }
 
-bool cHotSync::IsCreatorId(std::u16string_view creator_id, std::u16string& message) const {
-  const bool printable = std::none_of(creator_id.begin(), creator_id.end(),
-                                      [](char16_t c) { return c < u' ' || c == 0x7F; });
-  if (creator_id.size() == 4 && printable && code_page_.Holds(creator_id)) return true;
-  message = u"The conduit's creator id " + Quoted(printable ? creator_id : u"") +
-            u" is none: it must be four characters that handhelds know.";
-  return false;
+void cHotSync::RequireCreatorId(std::u16string_view creator_id) const {
+  if (IsCreatorId(creator_id)) return;
+  throw StepFailure(Notice::kBadCreatorId,
+                    {std::u16string(IsPrintable(creator_id) ? creator_id : u"")});
 }
 
 std::string cHotSync::CreatorBytes(std::u16string_view creator_id) const {
@@ -174,30 +157,28 @@ std::string cHotSync::CreatorBytes(std::u16string_view creator_id) const {
   return bytes;
 }
 
-std::optional<std::vector<std::string>> cHotSync::Creators(std::u16string& message) {
-  const ConduitManagerLibrary* const manager = Manager(message);
-  if (!manager) return std::nullopt;
-  const int count = manager->CmGetConduitCount();
+std::vector<std::string> cHotSync::Creators() {
+  const ConduitManagerLibrary& manager = Use(manager_);
+  const int count = manager.CmGetConduitCount();
   if (count < 0) {
-    message = u"HotSync's conduits can't be listed: " + Failure("CmGetConduitCount", count);
-    return std::nullopt;
+    throw StepFailure(Notice::kConduitsNotListed, {Failure("CmGetConduitCount", count)});
   }
   std::vector<std::string> creators;
   for (int i = 0; i < count; ++i) {
     const TextResult creator = GetText(
-        [&](char* buffer, int* size) { return manager->CmGetConduitCreatorID(i, buffer, size); });
+        [&](char* buffer, int* size) { return manager.CmGetConduitCreatorID(i, buffer, size); });
     if (creator.error != 0) {
-      message =
-          u"HotSync's conduits can't be listed: " + Failure("CmGetConduitCreatorID", creator.error);
-      return std::nullopt;
+      throw StepFailure(Notice::kConduitsNotListed,
+                        {Failure("CmGetConduitCreatorID", creator.error)});
     }
     creators.push_back(creator.text);
   }
   return creators;
 }
 
-std::optional<cHotSync::Registered> cHotSync::Describe(const std::string& creator,
-                                                       std::u16string& message) const {
+// Whose a creator id is decides what may be done to it, so a conduit that can't be read is a
+// failure.
+cHotSync::Registered cHotSync::Describe(const std::string& creator) const {
   int error = 0;
   const auto value = [&](const char* name) {
     const TextResult result = GetText([&](char* buffer, int* size) {
@@ -213,8 +194,7 @@ std::optional<cHotSync::Registered> cHotSync::Describe(const std::string& creato
   registered.ours = EqualsIgnoringCase(value(hotsync::kComClient), kComClass);
   if (registered.ours) registered.app_id = value(kAppIdValue);
   if (error != 0) {
-    message = u"HotSync's conduits can't be listed: " + Failure("CmGetCreatorValueString", error);
-    return std::nullopt;
+    throw StepFailure(Notice::kConduitsNotListed, {Failure("CmGetCreatorValueString", error)});
   }
   const auto take = [&](auto function) {
     if (!registered.title.empty()) return;
@@ -227,90 +207,62 @@ std::optional<cHotSync::Registered> cHotSync::Describe(const std::string& creato
   return registered;
 }
 
-std::optional<cHotSync::Registered> cHotSync::FindConduit(std::u16string_view creator_id,
-                                                          std::u16string& message) {
-  if (!IsCreatorId(creator_id, message)) return std::nullopt;
-  const auto creators = Creators(message);
-  if (!creators) return std::nullopt;
+std::optional<cHotSync::Registered> cHotSync::FindConduit(std::u16string_view creator_id) {
+  RequireCreatorId(creator_id);
+  const std::vector<std::string> creators = Creators();
   const std::string creator = CreatorBytes(creator_id);
-  if (std::find(creators->begin(), creators->end(), creator) == creators->end()) {
-    return std::nullopt;
-  }
-  return Describe(creator, message);
+  if (std::ranges::find(creators, creator) == creators.end()) return std::nullopt;
+  return Describe(creator);
 }
 
-std::optional<std::vector<cHotSync::Registered>> cHotSync::FindConduits(std::u16string_view app_id,
-                                                                        std::u16string& message) {
-  const auto creators = Creators(message);
-  if (!creators) return std::nullopt;
+std::vector<cHotSync::Registered> cHotSync::FindConduits(std::u16string_view app_id) {
   std::vector<Registered> found;
-  for (const std::string& creator : *creators) {
-    auto registered = Describe(creator, message);
-    if (!registered) return std::nullopt;
-    if (registered->ours && EqualsIgnoringCase(registered->app_id, app_id)) {
-      found.push_back(*std::move(registered));
+  for (const std::string& creator : Creators()) {
+    Registered registered = Describe(creator);
+    if (registered.ours && EqualsIgnoringCase(registered.app_id, app_id)) {
+      found.push_back(std::move(registered));
     }
   }
   return found;
 }
 
-std::u16string cHotSync::TakenText(const Registered& holder) {
-  return u"The creator id " + Quoted(holder.creator_id) +
-         u" belongs to another conduit of HotSync's, " +
-         (holder.title.empty() ? u"which has no name" : Quoted(holder.title)) +
-         u". Pylon's conduit can be installed when that one is removed.";
-}
-
-bool cHotSync::IsConduitInstalled(std::u16string_view creator_id) {
-  std::u16string message;
-  const auto registered = FindConduit(creator_id, message);
-  return registered && registered->ours;
-}
-
-bool cHotSync::InstallConduit(const Conduit& conduit, std::u16string& message) {
-  message.clear();
-  if (!IsCreatorId(conduit.creator_id, message)) return false;
-  for (const std::u16string& text : {conduit.app_id, conduit.directory, conduit.file}) {
-    const std::optional<std::string> ansi = win::ToAnsi(text);
-    if (ansi && ansi->size() >= MAX_PATH) {
-      message = u"HotSync can't take the name " + Quoted(text) + u", which is too long.";
-      return false;
+StepReport cHotSync::InstallConduit(const Conduit& conduit) {
+  return ReportOf([&] {
+    RequireCreatorId(conduit.creator_id);
+    for (const std::u16string& text : {conduit.app_id, conduit.directory, conduit.file}) {
+      const std::optional<std::string> ansi = win::ToAnsi(text);
+      if (ansi && ansi->size() >= MAX_PATH) throw StepFailure(Notice::kNameTooLong, {text});
+      if (!ansi || text.find(u'\0') != text.npos) throw StepFailure(Notice::kNameNotAnsi, {text});
     }
-    if (ansi && text.find(u'\0') == text.npos) continue;
-    message = u"HotSync can't take the name " + Quoted(text) +
-              u", which has characters that the code page of this PC lacks.";
-    return false;
-  }
-  const ConduitManagerLibrary* const manager = Manager(message);
-  if (!manager) return false;
+    Use(manager_);
+    return Register(conduit);
+  });
+}
 
+StepReport cHotSync::Register(const Conduit& conduit) {
   const std::string creator = CreatorBytes(conduit.creator_id);
   const char* failed = "CmInstallCreator";
-  int result = manager->CmInstallCreator(creator.c_str(), hotsync::kApplicationConduit);
+  int result = manager_->CmInstallCreator(creator.c_str(), hotsync::kApplicationConduit);
   const bool created = result >= 0;
   if (result == hotsync::kCreatorTaken) {
-    const auto holder = Describe(creator, message);
-    if (!holder) return false;
-    if (!holder->ours) {
-      message = TakenText(*holder) + u" It was left as it is.";
-      return false;
-    }
+    const Registered holder = Describe(creator);
+    if (!holder.ours) throw StepFailure(Notice::kTakenAndLeft, holder.Holder());
     result = 0;
   }
   if (result >= 0) result = SetValues(creator, conduit, failed);
+  StepReport report;
   if (result < 0) {
-    message = u"The conduit could not be registered with HotSync: " + Failure(failed, result);
-    if (!created) return false;
-    result = manager->CmRemoveConduitByCreatorID(creator.c_str());
+    report = StepReport::Failed(Notice::kNotInHotSync, {Failure(failed, result)});
+    if (!created) return report;
+    result = manager_->CmRemoveConduitByCreatorID(creator.c_str());
     if (result < 0) {
-      Add(message, u"What was registered could not be removed either: " +
-                       Failure("CmRemoveConduitByCreatorID", result));
+      report.Add({Notice::kNotTakenBack, {Failure("CmRemoveConduitByCreatorID", result)}});
     }
-    return false;
+    return report;
   }
-  RemoveOthers(conduit, message);
-  TellHotSync(message);
-  return true;
+  RemoveOthers(conduit, report);
+  RefreshHotSync(report);
+  return report;
 }
 
 int cHotSync::SetValues(const std::string& creator, const Conduit& conduit,
@@ -341,51 +293,51 @@ int cHotSync::SetValues(const std::string& creator, const Conduit& conduit,
 }
 
 // HotSync would call the component for a creator id that it no longer has.
-void cHotSync::RemoveOthers(const Conduit& conduit, std::u16string& message) {
-  const auto registered = FindConduits(conduit.app_id, message);
-  if (!registered) return;
-  for (const Registered& other : *registered) {
+void cHotSync::RemoveOthers(const Conduit& conduit, StepReport& report) {
+  std::vector<Registered> registered;
+  try {
+    registered = FindConduits(conduit.app_id);
+  } catch (const StepFailure& failure) {
+    for (const Remark& remark : failure.report().remarks()) report.Add(remark);
+  }
+  for (const Registered& other : registered) {
     if (other.creator_id == conduit.creator_id) continue;
     const int result = manager_->CmRemoveConduitByCreatorID(CreatorBytes(other.creator_id).c_str());
     if (result >= 0) continue;
-    Add(message, u"The conduit's earlier registration for the creator id " +
-                     Quoted(other.creator_id) + u" could not be removed: " +
-                     Failure("CmRemoveConduitByCreatorID", result));
+    report.Add({Notice::kFormerNotRemoved,
+                {other.creator_id, Failure("CmRemoveConduitByCreatorID", result)}});
   }
 }
 
-bool cHotSync::UninstallConduit(std::u16string_view creator_id, std::u16string& message) {
-  message.clear();
-  const auto registered = FindConduit(creator_id, message);
-  if (!registered) return message.empty();
-  if (!registered->ours) return true;
-  const int result = manager_->CmRemoveConduitByCreatorID(CreatorBytes(creator_id).c_str());
-  if (result < 0 && result != hotsync::kNoSuchConduit) {
-    message = u"The conduit could not be removed from HotSync: " +
-              Failure("CmRemoveConduitByCreatorID", result);
-    return false;
-  }
-  TellHotSync(message);
-  return true;
+StepReport cHotSync::UninstallConduit(std::u16string_view creator_id) {
+  return ReportOf([&] {
+    StepReport report;
+    const auto registered = FindConduit(creator_id);
+    if (!registered || !registered->ours) return report;
+    const int result = manager_->CmRemoveConduitByCreatorID(CreatorBytes(creator_id).c_str());
+    if (result < 0 && result != hotsync::kNoSuchConduit) {
+      throw StepFailure(Notice::kNotOutOfHotSync, {Failure("CmRemoveConduitByCreatorID", result)});
+    }
+    RefreshHotSync(report);
+    return report;
+  });
 }
 
-void cHotSync::TellHotSync(std::u16string& message) {
+void cHotSync::RefreshHotSync(StepReport& report) {
   std::u16string cause;
-  if (const HotSyncApiLibrary* const api = Use(api_, cause)) {
-    const LONG result = api->HsRefreshConduitInfo();
+  try {
+    const LONG result = Use(api_).HsRefreshConduitInfo();
     if (result == 0 || result == hotsync::kHotSyncNotFound) return;
     cause = u"HsRefreshConduitInfo answers " + ToText(result) + u".";
+  } catch (const StepFailure& failure) {
+    cause = TextOf(failure.report());
   }
-  Add(message,
-      u"HotSync could not be told of the change. If it is running, exit and start it again. " +
-          cause);
+  report.Add({Notice::kHotSyncNotTold, {cause}});
 }
 
-std::optional<std::vector<std::u16string>> cHotSync::Users(std::u16string& message) {
-  message.clear();
-  const InstallAideLibrary* const aide = Use(aide_, message);
-  if (!aide) return std::nullopt;
-  const int count = aide->PltGetUserCount();
+std::vector<std::u16string> cHotSync::Users() {
+  const InstallAideLibrary& aide = Use(aide_);
+  const int count = aide.PltGetUserCount();
   std::vector<std::u16string> users;
   if (count == hotsync::kNoUsers || count == hotsync::kNoUserFile) return users;
   const char* failed = "PltGetUserCount";
@@ -395,75 +347,53 @@ std::optional<std::vector<std::u16string>> cHotSync::Users(std::u16string& messa
     // Longer than the function is told, which may take it for a number of 32 bits.
     short size[2] = {static_cast<short>(sizeof(name) - 1), 0};
     failed = "PltGetUser";
-    error = std::min(aide->PltGetUser(static_cast<unsigned>(i), name, size), 0);
+    error = std::min(aide.PltGetUser(static_cast<unsigned>(i), name, size), 0);
     users.push_back(win::FromAnsi(name));
   }
-  if (error == 0) return users;
-  message = u"HotSync's users can't be listed: " + Failure(failed, error);
-  return std::nullopt;
+  if (error != 0) throw StepFailure(Notice::kUsersNotListed, {Failure(failed, error)});
+  return users;
 }
 
-std::optional<std::u16string> cHotSync::ChooseUser(std::u16string_view user,
-                                                   std::u16string& message) {
-  const auto users = Users(message);
-  if (!users) return std::nullopt;
-  if (users->empty()) {
-    message =
-        u"HotSync has no user yet, so the application can't be installed. Synchronize the "
-        u"handheld with this PC once, then install again.";
-    return std::nullopt;
-  }
+std::u16string cHotSync::ChooseUser(std::u16string_view user) {
+  const std::vector<std::u16string> users = Users();
+  if (users.empty()) throw StepFailure(Notice::kNoUsers);
   std::u16string names;
-  for (const std::u16string& name : *users) {
+  for (const std::u16string& name : users) {
     if (name == user) return name;
-    names += (names.empty() ? u"" : u", ") + Quoted(name);
+    names += (names.empty() ? u"'" : u", '") + name + u"'";
   }
-  if (user.empty() && users->size() == 1) return users->front();
-  message = user.empty()
-                ? u"The application was put on no handheld, as HotSync has several users: " +
-                      names + u". Open Pylon's setup window to choose one of them."
-                : u"HotSync has no user " + Quoted(user) + u". Its users are " + names + u".";
-  return std::nullopt;
+  if (user.empty() && users.size() == 1) return users.front();
+  if (user.empty()) throw StepFailure(Notice::kSeveralUsers, {names});
+  throw StepFailure(Notice::kNoSuchUser, {std::u16string(user), names});
 }
 
-bool cHotSync::InstallApplication(std::u16string_view app_id, std::u16string_view files,
-                                  std::u16string_view user, std::u16string& message) {
-  message.clear();
-  std::vector<std::string> paths;
-  const std::vector<std::u16string> names = FileNames(files);
-  for (const std::u16string& name : names) {
-    const std::u16string full = win::FullPath(
-        IsRelative(name) ? program_folder_ + u"\\" + std::u16string(app_id) + u"\\" + name : name);
-    const std::optional<std::string> ansi = win::ToAnsi(full);
-    if (ansi && ansi->size() >= MAX_PATH) {
-      message = u"HotSync can't take the file \"" + full + u"\", whose path is too long.";
-    } else if (!win::IsFile(full)) {
-      message =
-          u"The file \"" + full + u"\", which is to be installed on the handheld, is missing.";
-    } else if (!ansi) {
-      message = u"HotSync can't take the file \"" + full +
-                u"\", whose name has characters that the code page of this PC lacks.";
-    } else {
-      paths.push_back(*ansi);
-      continue;
+// The full path of a file to install, as HotSync takes it.
+std::string cHotSync::PathOf(std::u16string_view app_id, const std::u16string& name) const {
+  const std::u16string full = win::FullPath(
+      IsRelative(name) ? program_folder_ + u"\\" + std::u16string(app_id) + u"\\" + name : name);
+  const std::optional<std::string> ansi = win::ToAnsi(full);
+  if (ansi && ansi->size() >= MAX_PATH) throw StepFailure(Notice::kPathTooLong, {full});
+  if (!win::IsFile(full)) throw StepFailure(Notice::kFileMissing, {full});
+  if (!ansi) throw StepFailure(Notice::kPathNotAnsi, {full});
+  return *ansi;
+}
+
+StepReport cHotSync::InstallApplication(std::u16string_view app_id, std::u16string_view files,
+                                        std::u16string_view user) {
+  return ReportOf([&] {
+    std::vector<std::string> paths;
+    for (const std::u16string& name : FileNames(files)) paths.push_back(PathOf(app_id, name));
+    if (paths.empty()) throw StepFailure(Notice::kNoFiles);
+    const std::u16string chosen = ChooseUser(user);
+    const std::string user_name = win::ToAnsi(chosen).value_or("");
+    for (const std::string& path : paths) {
+      const int result = aide_->PltInstallFile(user_name.c_str(), path.c_str());
+      if (result >= 0) continue;
+      throw StepFailure(Notice::kFileRefused,
+                        {win::FromAnsi(path), chosen, Failure("PltInstallFile", result)});
     }
-    return false;
-  }
-  if (paths.empty()) {
-    message = u"The settings name no file to install on the handheld.";
-    return false;
-  }
-  const auto chosen = ChooseUser(user, message);
-  if (!chosen) return false;
-  const std::string user_name = win::ToAnsi(*chosen).value_or("");
-  for (const std::string& path : paths) {
-    const int result = aide_->PltInstallFile(user_name.c_str(), path.c_str());
-    if (result >= 0) continue;
-    message = u"HotSync does not take the file \"" + win::FromAnsi(path) + u"\" for the user " +
-              Quoted(*chosen) + u": " + Failure("PltInstallFile", result);
-    return false;
-  }
-  return true;
+    return StepReport();
+  });
 }
 
 }  // namespace pylon

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <vector>
 
+#include "base/Registry.h"
 #include "base/Text.h"
 #include "files/WindowsFile.h"
 #include "setup/StartProcess.h"
@@ -24,12 +24,6 @@ constexpr SIZE kSize = {420, 196};
 constexpr int kMargin = 16;
 constexpr int kGap = 8;
 constexpr int kIconSize = 32;
-
-std::u16string Expanded(const std::u16string& text) {
-  wchar_t expanded[2048];
-  const DWORD size = ::ExpandEnvironmentStringsW(Wide(text), expanded, 2048);
-  return size > 0 && size <= 2048 ? FromWide(expanded) : text;
-}
 
 }  // namespace
 
@@ -105,29 +99,15 @@ std::u16string frmAbout::SysInfoPath() {
 
 std::u16string frmAbout::GetKeyValue(HKEY root, const std::u16string& key_name,
                                      const std::u16string& value_name) {
-  RegistryKey key;
-  if (::RegOpenKeyExW(root, Wide(key_name), 0, KEY_QUERY_VALUE, key.Receive()) != ERROR_SUCCESS) {
-    return {};
-  }
-  DWORD type = 0;
-  DWORD size = 0;
-  if (::RegQueryValueExW(key.get(), Wide(value_name), nullptr, &type, nullptr, &size) !=
-      ERROR_SUCCESS) {
-    return {};
-  }
-  // One NUL more than what is stored, which may lack its own.
-  std::vector<wchar_t> text(size / sizeof(wchar_t) + 2);
-  if (::RegQueryValueExW(key.get(), Wide(value_name), nullptr, &type,
-                         reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS) {
-    return {};
-  }
-  if (type == REG_DWORD && size == sizeof(DWORD)) {
+  DWORD number = 0;
+  DWORD size = sizeof(number);
+  if (::RegGetValueW(root, Wide(key_name), Wide(value_name), RRF_RT_REG_DWORD, nullptr, &number,
+                     &size) == ERROR_SUCCESS) {
     char digits[16];
-    std::snprintf(digits, sizeof(digits), "&h%lX", *reinterpret_cast<const DWORD*>(text.data()));
+    std::snprintf(digits, sizeof(digits), "&h%lX", number);
     return FromAscii(digits);
   }
-  if (type == REG_SZ) return FromWide(text.data());
-  return type == REG_EXPAND_SZ ? Expanded(FromWide(text.data())) : std::u16string();
+  return ReadRegistryText(root, key_name, Wide(value_name));
 }
 
 }  // namespace pylon

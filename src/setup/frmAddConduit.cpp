@@ -7,6 +7,7 @@
 #include "base/AutomationError.h"
 #include "base/Com.h"
 #include "base/Text.h"
+#include "conduits/SettingsKeys.h"
 #include "files/IniText.h"
 #include "setup/ComponentRegistration.h"
 #include "setup/SetupModel.h"
@@ -64,6 +65,12 @@ std::optional<std::u16string> PickPath(HWND owner, Pick what) {
 
 }  // namespace
 
+frmAddConduit::frmAddConduit(ComponentFactory& components, std::vector<std::u16string> taken,
+                             std::function<bool(MSG&)> translate)
+    : components_(components),
+      taken_(std::move(taken)),
+      work_({*this, kCancel, [this](bool busy) { ShowBusy(busy); }, std::move(translate)}) {}
+
 void frmAddConduit::Show(HWND owner) {
   Open({L"Pylon.frmAddConduit", kSize, {}, 0, kAdd}, LoadText(IDS_ADD_CAPTION), owner);
   ShowOnTop();
@@ -109,8 +116,10 @@ Layout frmAddConduit::Arrangement() const {
 }
 
 void frmAddConduit::OnCommand(int id, int code) {
-  if (id == kCancel && busy_) stop_ = true;
-  if (busy_) return;
+  if (work_.is_running()) {
+    if (id == kCancel) work_.Cancel();
+    return;
+  }
   switch (id) {
     case kAdd:
       OnAdd();
@@ -149,16 +158,15 @@ void frmAddConduit::TakeFile(const std::u16string& file) {
     ShowError(LoadText(IDS_ADD_NO_FILE, file));
     return;
   }
-  SetBusy(true);
   SetText(kFound, LoadText(IDS_REGISTERING, file.substr(file.rfind(u'\\') + 1)));
-  const WaitYield yield = [this] { return yield_() && handle() && !stop_; };
-  const WaitResult result =
-      LacksElevation()
-          ? ShellVerbAndWait(handle(), command->program, command->arguments, u"runas", 0, yield)
-          : ProgramAndWait(command->program, u"\"" + command->program + u"\" " + command->arguments,
-                           yield);
-  if (!handle()) return;
-  SetBusy(false);
+  WaitResult result;
+  const bool open = work_.Run([&] {
+    const std::u16string line = u"\"" + command->program + u"\" " + command->arguments;
+    result = LacksElevation()
+                 ? work_.RunElevated(command->program, command->arguments)
+                 : ProgramAndWait(command->program, line, [this] { return work_.Yield(); });
+  });
+  if (!open) return;
   SetText(kFound, {});
   if (result.end == WaitEnd::kNotStarted) {
     if (result.code != ERROR_CANCELLED) {
@@ -186,17 +194,15 @@ void frmAddConduit::TakeFile(const std::u16string& file) {
     ::SendMessageW(combo, CB_ADDSTRING, 0, reinterpret_cast<LPARAM>(Wide(name)));
   }
   listed_ = true;
-  // One that is no conduit may stand beside one that is.
-  int first = 0;
-  SetBusy(true);  // they may pump messages
-  for (size_t i = 0; i < names.size() && names.size() > 1; ++i) {
-    if (components_.Create(names[i]).component) {
-      first = static_cast<int>(i);
-      break;
-    }
-  }
-  if (!handle()) return;
-  SetBusy(false);
+  // The first that is a conduit. They may pump messages.
+  size_t first = 0;
+  const bool still_open = names.size() == 1 || work_.Run([&] {
+    const auto conduit = std::ranges::find_if(names, [this](const std::u16string& name) {
+      return components_.Create(name).component != nullptr;
+    });
+    if (conduit != names.end()) first = static_cast<size_t>(conduit - names.begin());
+  });
+  if (!still_open) return;
   ::SendMessageW(combo, CB_SETCURSEL, static_cast<WPARAM>(first), 0);
   const std::u16string why = AskComponent(true);
   if (!why.empty()) SetText(kFound, LoadText(IDS_ADD_NOT_FOUND, why));
@@ -227,25 +233,24 @@ std::u16string frmAddConduit::AskComponent(bool propose) {
   std::u16string name;
   std::u16string version;
   std::u16string author;
-  SetBusy(true);
   std::u16string why;
-  try {
-    const ComponentFactory::Result created = components_.Create(class_id);
-    if (created.failure == ComponentFactory::Failure::kNoInterface) {
-      why = LoadText(IDS_ADD_NO_CONDUIT);
-    } else if (!created.component) {
-      why = created.reason;
-    } else {
-      name = created.component->GetConduitInfo(ctApplicationName);
-      version = created.component->GetConduitInfo(ctVersion);
-      author = created.component->GetConduitInfo(ctAuthor);
+  const bool open = work_.Run([&] {
+    try {
+      const ComponentFactory::Result created = components_.Create(class_id);
+      if (created.failure == ComponentFactory::Failure::kNoInterface) {
+        why = LoadText(IDS_ADD_NO_CONDUIT);
+      } else if (!created.component) {
+        why = created.reason;
+      } else {
+        name = created.component->GetConduitInfo(ctApplicationName);
+        version = created.component->GetConduitInfo(ctVersion);
+        author = created.component->GetConduitInfo(ctAuthor);
+      }
+    } catch (const AutomationError& error) {
+      why = error.description();
     }
-  } catch (const AutomationError& error) {
-    why = error.description();
-  }
-  yield_();  // to a Cancel that waited while the component took no messages
-  if (!handle()) return {};
-  SetBusy(false);
+  });
+  if (!open) return {};
   if (!why.empty()) return why;
   std::u16string found = name + u" " + version;
   if (!author.empty()) found += LoadText(IDS_CONDUIT_BY, author);
@@ -266,8 +271,9 @@ void frmAddConduit::OnAdd() {
     why = AskComponent(true);
     asked = true;
   }
-  if (!handle() || (asked && stop_)) return;
-  Result result = {std::u16string(Trim(TextOf(kAppId))), {{u"ClassID", class_id}}};
+  if (!handle() || (asked && work_.cancels() > 0)) return;
+  Result result = {std::u16string(Trim(TextOf(kAppId))),
+                   {{std::u16string(settings::kClassId.name), class_id}}};
   if (const Phrase objection = Objection({class_id, result.app_id}, taken_)) {
     ShowError(asked && !why.empty() ? LoadText(IDS_ADD_NOT_FOUND, why) : LoadText(objection));
     ::SetFocus(Control(class_id.empty() ? kClass : kAppId));
@@ -278,9 +284,9 @@ void frmAddConduit::OnAdd() {
     ShowError(LoadText(IDS_ADD_BAD_FOLDER));
     return;
   }
-  if (!folder.empty()) result.entries.emplace_back(u"PCPath", folder);
+  if (!folder.empty()) result.entries.emplace_back(settings::kPcPath.name, folder);
   if (!asked) why = AskComponent(false);
-  if (!handle() || stop_) return;
+  if (!handle() || work_.cancels() > 0) return;
   if (!why.empty() &&
       Ask(LoadText(IDS_ADD_ANYWAY, why), MB_YESNO | MB_ICONWARNING | MB_DEFBUTTON2) != IDYES) {
     return;
@@ -298,21 +304,13 @@ void frmAddConduit::OnAdd() {
   Close();
 }
 
-void frmAddConduit::SetBusy(bool busy) {
-  busy_ = busy;
-  if (busy) {
-    stop_ = false;
-    focus_before_ = ::GetFocus();
-    // A combo box that is disabled leaves nobody the focus, and without one no key reaches Cancel.
-    if (::IsChild(handle(), focus_before_)) ::SetFocus(Control(kCancel));
-  }
+void frmAddConduit::ShowBusy(bool busy) {
   for (const int id : {kClass, kFile, kCheck, kAppId, kFolder, kBrowse, kAdd}) Enable(id, !busy);
   if (busy) {
     wait_.emplace();
-    return;
+  } else {
+    wait_.reset();
   }
-  wait_.reset();
-  if (focus_before_ && ::IsChild(handle(), focus_before_)) Focus(focus_before_);
 }
 
 }  // namespace pylon

@@ -6,17 +6,16 @@
 #include <vector>
 
 #include "conduits/ConduitComponent.h"
+#include "setup/LongWork.h"
 #include "setup/SettingsText.h"
 #include "setup/SetupForm.h"
-#include "setup/modShellandWait.h"
 
 namespace pylon {
 
 // Asks for a new conduit: a registered class, or a component file which it registers; its name and
 // a proposal for the application id come from the component itself.
 //
-// Borrows the factory, which creates components to ask them. The yield of its waits is the
-// caller's.
+// Borrows the factory, which creates components to ask them.
 class frmAddConduit final : public SetupForm {
  public:
   enum ControlId {
@@ -39,11 +38,13 @@ class frmAddConduit final : public SetupForm {
     std::u16string app_id;
     SettingsEntries entries;
   };
-  // With the window still open. Empty: done with, the window closes; else why it was not added.
+  // Called with the window still open, which closes when the answer is empty; else it is the reason
+  // why the conduit was not added.
   std::function<std::u16string(const Result&)> on_add;
 
-  frmAddConduit(ComponentFactory& components, std::vector<std::u16string> taken, WaitYield yield)
-      : components_(components), taken_(std::move(taken)), yield_(std::move(yield)) {}
+  // `taken` are the application ids that there are; `translate` is the program's message loop.
+  frmAddConduit(ComponentFactory& components, std::vector<std::u16string> taken,
+                std::function<bool(MSG&)> translate);
   ~frmAddConduit() override { Destroy(); }
 
   void Show(HWND owner);
@@ -58,20 +59,17 @@ class frmAddConduit final : public SetupForm {
   void ChooseFile();
   void ChooseFolder();
   void ListClasses();
-  // Asks the component of the class for its name; why it can't be asked, empty when it can.
+  // Asks the component of the class for its name; the reason when it can't be asked, else empty.
   std::u16string AskComponent(bool propose);
   void OnAdd();
-  void SetBusy(bool busy);
+  void ShowBusy(bool busy);
 
   ComponentFactory& components_;
   std::vector<std::u16string> taken_;
-  WaitYield yield_;
+  LongWork work_;
+  std::optional<WaitCursor> wait_;  // while there is work
   std::u16string proposal_;         // what the window itself put into the application id
-  HWND focus_before_ = nullptr;     // it became busy
-  std::optional<WaitCursor> wait_;  // while it is busy
   bool listed_ = false;
-  bool busy_ = false;
-  bool stop_ = false;  // Cancel was pressed while it is or was busy
 };
 
 }  // namespace pylon

@@ -3,8 +3,6 @@
 #include <shellapi.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <iterator>
 #include <utility>
 
 #include "base/AutomationError.h"
@@ -12,27 +10,21 @@
 #include "base/Types.h"
 #include "conduits/CConduitInfo.h"
 #include "conduits/IniStoreFile.h"
+#include "conduits/SettingsKeys.h"
 #include "conduits/cConduitList.h"
 #include "files/FileNames.h"
 #include "files/WindowsFile.h"
+#include "setup/KeptLayout.h"
 #include "setup/SettingsFile.h"
 #include "setup/SetupServices.h"
 #include "setup/SyncCommand.h"
+#include "setup/SyncProcess.h"
 #include "setup/Texts.h"
-#include "sync/frmStatus.h"
+#include "setup/modShellandWait.h"
 #include "toolkit/ConduitIcon.h"
 
 namespace pylon {
 namespace {
-
-struct Column {
-  int title;
-  int width;  // units
-};
-constexpr Column kColumns[] = {{IDS_COLUMN_APPLICATION, 150}, {IDS_COLUMN_VERSION, 56},
-                               {IDS_COLUMN_AUTHOR, 110},      {IDS_COLUMN_APPID, 96},
-                               {IDS_COLUMN_LAST_SYNC, 124},   {IDS_COLUMN_STATE, 100}};
-constexpr int kLastColumn = static_cast<int>(std::size(kColumns)) - 1;
 
 // Units.
 constexpr SIZE kSize = {800, 600};
@@ -41,18 +33,12 @@ constexpr int kMargin = 12;
 constexpr int kGap = 8;
 constexpr int kInner = 12;  // within a group box
 constexpr int kHintMargin = 16;
-constexpr int kIconSize = 16;
 constexpr int kLargeIconSize = 32;
 constexpr int kProgressWidth = 140;
 constexpr int kComboWidth = 170;
 constexpr int kLabelWidth = 90;
 constexpr int kListHeight = 160;
 
-constexpr wchar_t kLayoutKey[] = L"Software\\Pylon\\Setup";
-constexpr wchar_t kLayoutValue[] = L"Layout";
-
-constexpr char16_t kSimulatedPocketPc[] = u"SimulatedPocketPC";
-constexpr char16_t kSimulatedPalm[] = u"SimulatedPalm";
 constexpr UINT kReloadMessage = WM_APP;
 constexpr int kMarqueeMs = 40;
 
@@ -70,32 +56,6 @@ std::optional<size_t> ChooseFromMenu(HWND button, const std::vector<std::u16stri
                                        box.left, box.bottom, 0, ::GetParent(button), nullptr);
   if (chosen == 0) return std::nullopt;
   return static_cast<size_t>(chosen) - 1;
-}
-
-// The simulator's exit codes.
-constexpr DWORD kHotSyncFailed = 1;
-constexpr DWORD kHotSyncNotBegun = 2;
-
-std::vector<HWND> StatusWindows() {
-  std::vector<HWND> windows;
-  HWND found = nullptr;
-  while ((found = ::FindWindowExW(nullptr, found, frmStatus::kClassName, nullptr)) != nullptr) {
-    windows.push_back(found);
-  }
-  return windows;
-}
-
-// The status window of a sync that another process runs; null while it has none. Without a process
-// it is the one that was not there before: HotSync has the sync done in a process that COM starts.
-HWND StatusWindowOf(std::optional<DWORD> process, const std::vector<HWND>& before) {
-  for (const HWND window : StatusWindows()) {
-    DWORD owner = 0;
-    ::GetWindowThreadProcessId(window, &owner);
-    if (process ? owner == *process : std::ranges::find(before, window) == before.end()) {
-      return window;
-    }
-  }
-  return nullptr;
 }
 
 constexpr struct {
@@ -129,7 +89,10 @@ std::optional<SetupAction> ActionOf(int control) noexcept {
 
 }  // namespace
 
-frmSetup::frmSetup(With with) : with_(std::move(with)) {}
+frmSetup::frmSetup(With with)
+    : with_(std::move(with)),
+      work_({*this, kCancel, [this](bool busy) { ShowBusy(busy); },
+             [this](MSG& message) { return TranslateDialogMessage(message); }}) {}
 
 frmSetup::~frmSetup() { Destroy(); }
 
@@ -148,31 +111,18 @@ bool frmSetup::TranslateDialogMessage(MSG& message) {
     if (other && other->TranslateDialogMessage(message)) return true;
   }
   // Esc is the Close button's, which the system leaves alone while it is disabled.
-  if (busy_ && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE &&
+  if (work_.is_running() && message.message == WM_KEYDOWN && message.wParam == VK_ESCAPE &&
       (message.hwnd == handle() || ::IsChild(handle(), message.hwnd))) {
-    ++cancelled_;
+    work_.Cancel();
     return true;
   }
   return SetupForm::TranslateDialogMessage(message);
 }
 
-// ---- controls: created in the order of the Tab key ----
-
+// In the order of the Tab key.
 void frmSetup::AddControls() {
-  icons_ = nullptr;
-  const HWND list =
-      Add(WC_LISTVIEWW, 0, LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP, kList,
-          WS_EX_CLIENTEDGE);
-  ListView_SetExtendedListViewStyle(
-      list, LVS_EX_FULLROWSELECT | LVS_EX_DOUBLEBUFFER | LVS_EX_LABELTIP | LVS_EX_INFOTIP);
-  for (const Column& column : kColumns) {
-    const std::u16string title = LoadText(column.title);
-    LVCOLUMNW header = {};
-    header.mask = LVCF_TEXT;
-    header.pszText = const_cast<wchar_t*>(Wide(title));
-    ::SendMessageW(list, LVM_INSERTCOLUMNW, static_cast<WPARAM>(&column - kColumns),
-                   reinterpret_cast<LPARAM>(&header));
-  }
+  rows_.Attach(Add(WC_LISTVIEWW, 0, LVS_REPORT | LVS_SINGLESEL | LVS_SHOWSELALWAYS | WS_TABSTOP,
+                   kList, WS_EX_CLIENTEDGE));
   // In the list's place, and an edit control so that its lines can be copied.
   Add(L"EDIT", 0, ES_MULTILINE | ES_READONLY | WS_TABSTOP, kHint, WS_EX_CLIENTEDGE);
   AddButton(kAdd, IDS_BUTTON_ADD);
@@ -222,18 +172,14 @@ void frmSetup::OnReady() {
   SetupForm::OnReady();
   RestoreLayout();
   file_time_ = win::WriteTime(with_.conduits.FileName());
-  FillList({});
+  Fill({});
   if (!with_.conduits.IsRead()) ::PostMessageW(handle(), kReloadMessage, 0, 0);
 }
 
 void frmSetup::OnDpi() {
-  for (const Column& column : kColumns) {
-    ListView_SetColumnWidth(Control(kList), static_cast<int>(&column - kColumns),
-                            Scaled(column.width));
-  }
+  rows_.SetDpi(dpi());
   RestoreLayout();
-  TakeIcons();
-  TakeLargeIcon();
+  ShowLargeIcon();
 }
 
 Layout frmSetup::Arrangement() const {
@@ -291,27 +237,13 @@ Layout frmSetup::Arrangement() const {
 
 void frmSetup::Arrange() {
   SetupForm::Arrange();
-  FillWidth();
+  rows_.FitLastColumn();
   RECT text = {};
   ::GetClientRect(Control(kHint), &text);
   ::InflateRect(&text, -Scaled(kHintMargin), -Scaled(kHintMargin));
   ::SendMessageW(Control(kHint), EM_SETRECT, 0, reinterpret_cast<LPARAM>(&text));
 }
 
-// The last column takes what the others leave, unless the user wants more for it.
-void frmSetup::FillWidth() {
-  const HWND list = Control(kList);
-  int used = 0;
-  for (int column = 0; column < kLastColumn; ++column) {
-    used += ListView_GetColumnWidth(list, column);
-  }
-  RECT client = {};
-  ::GetClientRect(list, &client);
-  const int least = Scaled(std::max(kColumns[kLastColumn].width, last_width_));
-  ListView_SetColumnWidth(list, kLastColumn, std::max<int>(least, client.right - used));
-}
-
-// Column widths and the size of the client area, in units.
 void frmSetup::KeepLayout() const {
   const auto units = [this](int pixels) { return ::MulDiv(pixels, 96, dpi()); };
   // As it is restored from an icon or from the whole screen.
@@ -320,43 +252,19 @@ void frmSetup::KeepLayout() const {
   if (!::GetWindowPlacement(handle(), &placement)) return;
   const RECT& normal = placement.rcNormalPosition;
   const SIZE frame = OuterSize({0, 0});
-  std::u16string text = ToText(units(normal.right - normal.left - frame.cx)) + u" " +
-                        ToText(units(normal.bottom - normal.top - frame.cy));
-  for (int column = 0; column < kLastColumn; ++column) {
-    text += u" " + ToText(units(ListView_GetColumnWidth(Control(kList), column)));
-  }
-  text += u" " + ToText(last_width_);
-  // A layout that can't be kept is no loss that a user should be told of.
-  (void)::RegSetKeyValueW(HKEY_CURRENT_USER, kLayoutKey, kLayoutValue, REG_SZ, Wide(text),
-                          static_cast<DWORD>((text.size() + 1) * sizeof(char16_t)));
+  KeptLayout{units(normal.right - normal.left - frame.cx),
+             units(normal.bottom - normal.top - frame.cy), rows_.Widths()}
+      .Save();
 }
 
 void frmSetup::RestoreLayout() {
-  wchar_t text[256] = L"";
-  DWORD size = sizeof(text);
-  if (::RegGetValueW(HKEY_CURRENT_USER, kLayoutKey, kLayoutValue, RRF_RT_REG_SZ, nullptr, text,
-                     &size) != ERROR_SUCCESS) {
-    return;
-  }
-  int numbers[2 + std::size(kColumns)] = {};
-  const wchar_t* rest = text;
-  for (int& number : numbers) {
-    wchar_t* end = nullptr;
-    number = static_cast<int>(std::wcstol(rest, &end, 10));
-    if (end == rest || number < 0 || number > 4000) return;
-    rest = end;
-  }
-  for (int column = 0; column < kLastColumn; ++column) {
-    ListView_SetColumnWidth(Control(kList), column,
-                            std::max(Scaled(numbers[2 + column]), Scaled(16)));
-  }
-  last_width_ = numbers[2 + kLastColumn];
+  const auto kept = KeptLayout::Load(ConduitRows::column_count());
+  if (!kept) return;
+  rows_.SetWidths(kept->columns);
   if (::IsWindowVisible(handle())) return;  // at another DPI the system has suggested a size
-  SetClientSize({std::max<int>(numbers[0], kLeast.cx), std::max<int>(numbers[1], kLeast.cy)});
+  SetClientSize({std::max<int>(kept->width, kLeast.cx), std::max<int>(kept->height, kLeast.cy)});
   CentreOnWorkArea();
 }
-
-// ---- messages ----
 
 LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
   switch (message) {
@@ -367,7 +275,7 @@ LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
       OnReload();
       return 0;
     case WM_CLOSE:
-      if (busy_) close_after_ = true;
+      if (work_.is_running()) close_after_ = true;
       break;
     case WM_CTLCOLORSTATIC:
       if (reinterpret_cast<HWND>(lparam) != Control(kHint)) break;
@@ -388,8 +296,8 @@ LRESULT frmSetup::OnMessage(UINT message, WPARAM wparam, LPARAM lparam) {
 
 void frmSetup::OnCommand(int id, int) {
   // Esc, the frame and Cancel end the work under way first.
-  if (busy_) {
-    if (id == kCancel || id == kClose) ++cancelled_;
+  if (work_.is_running()) {
+    if (id == kCancel || id == kClose) work_.Cancel();
     return;
   }
   // A key may ask for what its disabled button doesn't offer.
@@ -415,7 +323,7 @@ void frmSetup::OnCommand(int id, int) {
     case SetupAction::kOpenLog:
       return OnLog();
     case SetupAction::kOpenDatabases:
-      return OnOpen(with_.conduits.PCFolder(Selected()));
+      return OnOpen(with_.conduits.PCFolder(rows_.Selected()));
     case SetupAction::kAdd:
       return OnAdd();
     case SetupAction::kRemove:
@@ -438,17 +346,15 @@ void frmSetup::OnCommand(int id, int) {
 
 LRESULT frmSetup::OnNotify(NMHDR& header) {
   if (header.code == HDN_ENDTRACKW || header.code == HDN_ENDTRACKA) {
-    const auto& drag = reinterpret_cast<const NMHEADERW&>(header);
-    if (drag.iItem == kLastColumn && drag.pitem && (drag.pitem->mask & HDI_WIDTH)) {
-      last_width_ = ::MulDiv(drag.pitem->cxy, 96, dpi());
-    }
+    rows_.OnColumnDragged(reinterpret_cast<const NMHEADERW&>(header));
     return 0;
   }
   if (header.idFrom != kList) return 0;
   switch (header.code) {
     case LVN_ITEMCHANGED:
-      if (!filling_ && (reinterpret_cast<const NMLISTVIEW&>(header).uChanged & LVIF_STATE)) {
-        TakeSelection();
+      if (!rows_.is_filling() &&
+          (reinterpret_cast<const NMLISTVIEW&>(header).uChanged & LVIF_STATE)) {
+        ShowSelected();
       }
       return 0;
     case LVN_KEYDOWN:
@@ -458,24 +364,15 @@ LRESULT frmSetup::OnNotify(NMHDR& header) {
       OnCommand(kSync, 0);
       return 0;
     case NM_CUSTOMDRAW:
-      return Paint(reinterpret_cast<NMLVCUSTOMDRAW&>(header));
+      return rows_.Paint(reinterpret_cast<NMLVCUSTOMDRAW&>(header));
     default:
       return 0;
   }
 }
 
-LRESULT frmSetup::Paint(NMLVCUSTOMDRAW& draw) const {
-  if (draw.nmcd.dwDrawStage == CDDS_PREPAINT) return CDRF_NOTIFYITEMDRAW;
-  const auto row = static_cast<size_t>(draw.nmcd.dwItemSpec);
-  if (draw.nmcd.dwDrawStage == CDDS_ITEMPREPAINT && row < greyed_.size() && greyed_[row]) {
-    draw.clrText = ::GetSysColor(COLOR_GRAYTEXT);
-  }
-  return CDRF_DODEFAULT;
-}
-
 void frmSetup::OnActivate() {
   // Not from here: describing the conduits again takes time and may pump messages.
-  if (!busy_ && win::WriteTime(with_.conduits.FileName()) != file_time_) {
+  if (!work_.is_running() && win::WriteTime(with_.conduits.FileName()) != file_time_) {
     ::PostMessageW(handle(), kReloadMessage, 0, 0);
   }
 }
@@ -485,44 +382,21 @@ void frmSetup::OnClose() {
   Close();
 }
 
-// ---- work ----
-
-template <class Work>
-void frmSetup::Run(const Phrase& what, Work&& work) {
-  if (busy_) return;
-  busy_ = true;
+void frmSetup::Run(const Phrase& what, const std::function<Phrase()>& work) {
+  if (work_.is_running()) return;
   close_after_ = false;
-  cancelled_ = 0;
   SetText(kStatus, LoadText(what));
-  ::ShowWindow(Control(kProgress), SW_SHOWNA);
-  ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, TRUE, kMarqueeMs);
-  const HWND focus = ::GetFocus();
-  EnableActions();
-  // A control that is disabled keeps the focus or loses it, as the system likes.
-  const HWND left = ::GetFocus();
-  if (focus && (!left || (left == focus && !::IsWindowEnabled(focus)))) {
-    ::SetFocus(Control(kCancel));
-  }
-  ::UpdateWindow(handle());
   Phrase outcome;
   std::u16string trouble;
-  try {
-    outcome = work();
-  } catch (const AutomationError& error) {
-    trouble = error.description();
-  } catch (const std::exception& error) {
-    trouble = FromUtf8(error.what());
-  }
-  // A key that waited while the work took no messages was meant for it: Esc would close the window.
-  Yield();
-  busy_ = false;
-  cancelled_ = 0;  // others wait with Yield too
-  if (!handle()) return;
-  ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, FALSE, 0);
-  ::ShowWindow(Control(kProgress), SW_HIDE);
+  const bool open = work_.Run([&] {
+    try {
+      outcome = work();
+    } catch (...) {
+      trouble = CurrentError().description();
+    }
+  });
+  if (!open) return;
   SetText(kStatus, LoadText(outcome ? outcome : Phrase{IDS_READY, {}}));
-  TakeSelection();
-  if (::IsWindowEnabled(focus) && ::IsChild(handle(), focus)) Focus(focus);
   if (!trouble.empty()) ShowError(trouble);
   if (!handle()) return;
   if (close_after_) {
@@ -532,14 +406,18 @@ void frmSetup::Run(const Phrase& what, Work&& work) {
   }
 }
 
-bool frmSetup::Yield() {
-  return PumpMessages([this](MSG& message) { return TranslateDialogMessage(message); }) &&
-         handle() && cancelled_ == 0;
+void frmSetup::ShowBusy(bool busy) {
+  ::ShowWindow(Control(kProgress), busy ? SW_SHOWNA : SW_HIDE);
+  ::SendMessageW(Control(kProgress), PBM_SETMARQUEE, busy, kMarqueeMs);
+  if (busy) {
+    EnableActions();
+  } else {
+    ShowSelected();
+  }
 }
 
-Phrase frmSetup::RunElevated(const std::u16string& file, const std::u16string& arguments) {
-  const WaitResult result =
-      ShellVerbAndWait(handle(), file, arguments, u"runas", 0, [this] { return Yield(); });
+Phrase frmSetup::RunElevated(const std::u16string& arguments) {
+  const WaitResult result = work_.RunElevated(with_.program_path, arguments);
   switch (result.end) {
     case WaitEnd::kNotStarted:
       if (result.code == ERROR_CANCELLED) return {IDS_STEP_REFUSED, {}};
@@ -553,17 +431,16 @@ Phrase frmSetup::RunElevated(const std::u16string& file, const std::u16string& a
 }
 
 void frmSetup::OnReload() {
-  if (busy_) return;
   Run({IDS_READING, {}}, [this]() -> Phrase {
     file_time_ = win::WriteTime(with_.conduits.FileName());
     bool all = true;
     {
       const WaitCursor wait;
-      with_.conduits.Reload([&] { return all = Yield(); });
+      with_.conduits.Reload([&] { return all = work_.Yield(); });
     }
     if (!handle()) return {};
     const std::u16string added = std::exchange(added_, {});
-    FillList(added);
+    Fill(added);
     if (!all) return {IDS_READING_CANCELLED, {}};
     return added.empty() ? Phrase() : Phrase{IDS_ADDED, added};
   });
@@ -583,46 +460,23 @@ void frmSetup::OnSync() {
     return;
   }
   const std::u16string name = NameOfSelected();
-  Run({IDS_SYNCING, name}, [&]() -> Phrase {
-    const std::vector<HWND> before = StatusWindows();
-    std::optional<DWORD> process;
-    bool asked = false;
-    const auto yield = [&] {
-      const bool go_on = Yield();
-      if (go_on || !handle()) return go_on;
-      // The first Cancel is the sync's own; the second means us.
-      if (cancelled_ > 1) return false;
-      SetText(kStatus, LoadText(IDS_CANCELLING));
-      // Before the sync has its window, and after, there is nobody to tell.
-      if (const HWND status = asked ? nullptr : StatusWindowOf(process, before)) {
-        asked = true;
-        ::PostMessageW(status, WM_COMMAND, IDCANCEL, 0);
-      }
-      return true;
-    };
-    const WaitResult result =
-        ProgramAndWait(program, u"\"" + program + u"\" " + *arguments, yield, [&](DWORD id) {
-          if (!hot_sync) process = id;
-        });
-    if (result.end == WaitEnd::kEnded) {
-      if (handle() && Selected()) TakeRow(Selected());
-      if (!hot_sync) return SyncEnding(name, result.code);
-      if (result.code == kHotSyncNotBegun) {
-        ShowError(LoadText(IDS_HOTSYNC_NOT_BEGUN));
-        return {IDS_STEP_FAILED, {}};
-      }
-      // A session has no code of its own for a conduit that was cancelled.
-      if (asked && result.code == kHotSyncFailed) return {IDS_SYNC_CANCELLED, name};
-      return SyncEnding(name, result.code);
+  SyncProcess sync(hot_sync ? SyncProcess::Starts::kHotSyncSession : SyncProcess::Starts::kPylon,
+                   program, *arguments);
+  Run({IDS_SYNCING, name}, [&] {
+    const SyncProcess::Result result =
+        sync.Run(work_, [this] { SetText(kStatus, LoadText(IDS_CANCELLING)); });
+    if (!handle()) return Phrase();
+    if (const int16_t index = rows_.Selected()) rows_.SetRow(index, RowOf(FactsOf(index, false)));
+    if (result.end == SyncEnd::kNotBegun) ShowError(LoadText(IDS_HOTSYNC_NOT_BEGUN));
+    if (result.end == SyncEnd::kNotStarted) {
+      ShowError(LoadText(IDS_SYNC_NOT_STARTED, SystemReason(result.error)));
     }
-    if (result.end != WaitEnd::kNotStarted) return {IDS_WORK_LEFT, {}};
-    ShowError(LoadText(IDS_SYNC_NOT_STARTED, SystemReason(result.code)));
-    return {};
+    return SyncEnding(name, result.end);
   });
 }
 
 std::u16string frmSetup::SimulatedPalm() {
-  const std::u16string program = with_.conduits.GetSettings(kSimulatedPalm, {});
+  const std::u16string program = with_.conduits.GetSettings(settings::kSimulatedPalm);
   return program.empty() || !IsRelative(program) ? program
                                                  : JoinFullName(with_.program_folder, program);
 }
@@ -635,15 +489,17 @@ void frmSetup::OnInstall(SyncSystem system, bool install) {
       ShowError(LoadText(IDS_CANNOT_START));
       return;
     }
-    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(with_.program_path, *arguments); });
+    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(*arguments); });
     return;
   }
-  std::u16string message;
-  const bool done = install ? with_.services.Install(system, app_id, message)
-                            : with_.services.Remove(system, app_id, message);
-  SetText(kStatus, LoadText(done ? IDS_STEP_DONE : IDS_STEP_FAILED));
-  TakeSelection();
-  if (!message.empty()) Ask(message, MB_OK | MB_ICONINFORMATION);
+  ShowReport(install ? with_.services.Install(system, app_id)
+                     : with_.services.Remove(system, app_id));
+}
+
+void frmSetup::ShowReport(const StepReport& report) {
+  SetText(kStatus, LoadText(report.done() ? IDS_STEP_DONE : IDS_STEP_FAILED));
+  ShowSelected();
+  if (!report.remarks().empty()) Ask(pylon::TextOf(report), MB_OK | MB_ICONINFORMATION);
 }
 
 void frmSetup::OnInstallApplication() {
@@ -657,11 +513,7 @@ void frmSetup::OnInstallApplication() {
       user = users[*chosen];
     }
   }
-  std::u16string message;
-  const bool done = with_.services.InstallApplication(app_id, user, message);
-  SetText(kStatus, LoadText(done ? IDS_STEP_DONE : IDS_STEP_FAILED));
-  TakeSelection();
-  if (!message.empty()) Ask(message, MB_OK | MB_ICONINFORMATION);
+  ShowReport(with_.services.InstallApplication(app_id, user));
 }
 
 void frmSetup::OnConfigure() {
@@ -715,8 +567,9 @@ void frmSetup::OnAdd() {
   for (int16_t index = 1; index <= with_.conduits.Count(); ++index) {
     taken.push_back(with_.conduits.AppId(index));
   }
-  add_ = std::make_unique<frmAddConduit>(with_.components, std::move(taken),
-                                         [this] { return Yield(); });
+  add_ = std::make_unique<frmAddConduit>(with_.components, std::move(taken), [this](MSG& message) {
+    return TranslateDialogMessage(message);
+  });
   add_->on_add = [this](const frmAddConduit::Result& added) -> std::u16string {
     const SettingsFile file(with_.conduits.FileName(), with_.code_page);
     if (const Phrase refusal = file.AddSection(added.app_id, added.entries)) {
@@ -750,7 +603,7 @@ void frmSetup::OnEdit() {
   bool reload = false;
   Run({IDS_EDITING, {}}, [&]() -> Phrase {
     const WaitResult result = ShellandWait(u"notepad.exe " + with_.conduits.FileName(), 0, u"open",
-                                           [this] { return Yield(); });
+                                           [this] { return work_.Yield(); });
     reload = true;
     if (result.end != WaitEnd::kNotStarted) return {};
     ShowError(LoadText(IDS_NOTEPAD_NOT_STARTED, SystemReason(result.code)));
@@ -762,23 +615,11 @@ void frmSetup::OnEdit() {
 void frmSetup::OnGuestMode() {
   const bool on = !with_.services.GuestMode();
   if (with_.services.NeedsElevation(SyncSystem::kActiveSync)) {
-    // The system's own tool, so that the user is asked for nothing but this one value.
-    const std::u16string arguments =
-        u"add \"HKLM\\Software\\Microsoft\\Windows CE Services\" /v GuestOnly /t REG_DWORD /f /d " +
-        ToText(on ? 1 : 0);
-    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(u"reg.exe", arguments); });
-  } else if (with_.services.SetGuestMode(on)) {
-    SetText(kStatus, LoadText(IDS_STEP_DONE));
+    Run({IDS_ELEVATING, {}}, [&] { return RunElevated(GuestModeArguments(on)); });
   } else {
-    ShowError(LoadText(IDS_GUEST_NOT_SET));
+    ShowReport(with_.services.SetGuestMode(on));
   }
-  if (handle()) TakePc();
-}
-
-// ---- what is shown ----
-
-int16_t frmSetup::Selected() const noexcept {
-  return static_cast<int16_t>(ListView_GetNextItem(Control(kList), -1, LVNI_SELECTED) + 1);
+  if (handle()) ShowPc();
 }
 
 std::u16string frmSetup::NameOfSelected() {
@@ -807,41 +648,37 @@ ConduitFacts frmSetup::FactsOf(int16_t index, bool all) {
   return facts;
 }
 
-void frmSetup::FillList(const std::u16string& select) {
-  filling_ = true;
-  const HWND list = Control(kList);
-  // Where the chosen one is gone, its place.
-  const int16_t before = Selected();
+std::vector<ConduitRows::Conduit> frmSetup::Rows() {
+  std::vector<ConduitRows::Conduit> rows;
+  for (int16_t index = 1; index <= with_.conduits.Count(); ++index) {
+    rows.push_back({RowOf(FactsOf(index, false)), with_.conduits.Icon(index)});
+  }
+  return rows;
+}
+
+void frmSetup::Fill(const std::u16string& select) {
+  const int16_t before = rows_.Selected();
+  const int16_t count = with_.conduits.Count();
   const bool keep = select.empty() && selected_;
   const std::u16string chosen_app = keep ? selected_->app_id : select;
-  ::SendMessageW(list, WM_SETREDRAW, FALSE, 0);
-  ListView_DeleteAllItems(list);
-  const int16_t count = with_.conduits.Count();
-  greyed_.assign(static_cast<size_t>(count), false);
   int16_t chosen = 0;
   for (int16_t index = 1; index <= count; ++index) {
-    AddRow(index);
     const bool same = (keep || !select.empty()) && with_.conduits.AppId(index) == chosen_app;
     if (same && (chosen == 0 || index == before)) chosen = index;
   }
+  // Where the chosen one is gone, its place.
   if (chosen == 0) chosen = std::clamp<int16_t>(before, 1, std::max<int16_t>(count, 1));
-  TakeIcons();
-  ListView_SetItemState(list, chosen - 1, LVIS_SELECTED | LVIS_FOCUSED,
-                        LVIS_SELECTED | LVIS_FOCUSED);
-  ::SendMessageW(list, WM_SETREDRAW, TRUE, 0);
-  FillWidth();  // a scroll bar may have come or gone
-  ListView_EnsureVisible(list, chosen - 1, FALSE);
+  rows_.Fill(Rows(), chosen);
+
   const std::u16string& unread = with_.conduits.LoadError();
   SetText(kHint, unread.empty() ? LoadText(IDS_NO_CONDUITS) : LoadText(IDS_UNREADABLE, unread));
   const bool hint = count == 0 && with_.conduits.IsRead();
-  ::ShowWindow(list, hint ? SW_HIDE : SW_SHOWNA);
+  ::ShowWindow(Control(kList), hint ? SW_HIDE : SW_SHOWNA);
   ::ShowWindow(Control(kHint), hint ? SW_SHOWNA : SW_HIDE);
-  filling_ = false;
-
   FillSyncWith();
-  TakePc();
-  TakeSelection();
-  ::RedrawWindow(handle(), nullptr, nullptr, RDW_INVALIDATE | RDW_ERASE | RDW_ALLCHILDREN);
+  ShowPc();
+  ShowSelected();
+  Redraw();
 }
 
 // What a sync can be with; keeps the choice.
@@ -850,7 +687,7 @@ void frmSetup::FillSyncWith() {
   const auto at = static_cast<size_t>(::SendMessageW(with, CB_GETCURSEL, 0, 0));
   const SyncWith with_before = at < sync_with_.size() ? sync_with_[at] : SyncWith::kPcFiles;
   sync_with_ = {SyncWith::kPcFiles};
-  if (!with_.conduits.GetSettings(kSimulatedPocketPc, {}).empty()) {
+  if (!with_.conduits.GetSettings(settings::kSimulatedPocketPc).empty()) {
     sync_with_.push_back(SyncWith::kSimulatedPocketPc);
   }
   if (!SimulatedPalm().empty()) sync_with_.push_back(SyncWith::kSimulatedPalm);
@@ -866,55 +703,15 @@ void frmSetup::FillSyncWith() {
                  same == sync_with_.end() ? 0 : static_cast<WPARAM>(same - sync_with_.begin()), 0);
 }
 
-void frmSetup::AddRow(int16_t index) {
-  LVITEMW item = {};
-  item.iItem = index - 1;
-  item.mask = LVIF_IMAGE;
-  item.iImage = index - 1;
-  ::SendMessageW(Control(kList), LVM_INSERTITEMW, 0, reinterpret_cast<LPARAM>(&item));
-  TakeRow(index);
-}
-
-void frmSetup::TakeRow(int16_t index) {
-  const ConduitRow row = RowOf(FactsOf(index, false));
-  greyed_[static_cast<size_t>(index) - 1] = row.greyed;
-  const std::u16string cells[] = {row.application, row.version,   row.author,
-                                  row.app_id,      row.last_sync, LoadText(row.state)};
-  static_assert(std::size(cells) == std::size(kColumns));
-  for (size_t column = 0; column < std::size(cells); ++column) {
-    const std::u16string text = OneLine(cells[column]);
-    LVITEMW item = {};
-    item.iSubItem = static_cast<int>(column);
-    item.pszText = const_cast<wchar_t*>(Wide(text));
-    ::SendMessageW(Control(kList), LVM_SETITEMTEXTW, static_cast<WPARAM>(index - 1),
-                   reinterpret_cast<LPARAM>(&item));
-  }
-}
-
-void frmSetup::TakeIcons() {
-  const int size = Scaled(kIconSize);
-  const int16_t count = with_.conduits.Count();
-  const HIMAGELIST icons = ::ImageList_Create(size, size, ILC_COLOR32 | ILC_MASK, count, 16);
-  const Icon neutral = ProgramIcon(size);
-  for (int16_t index = 1; icons && index <= count; ++index) {
-    const std::u16string& text = with_.conduits.Icon(index);
-    const Icon own = text.empty() ? Icon() : ConduitIcon(text, size);
-    ImageList_AddIcon(icons, own ? own.get() : neutral.get());
-  }
-  ListView_SetImageList(Control(kList), icons, LVSIL_SMALL);
-  if (icons_) ::ImageList_Destroy(icons_);
-  icons_ = icons;
-}
-
-void frmSetup::TakeLargeIcon() {
-  const int16_t index = selected_ ? Selected() : int16_t{0};
+void frmSetup::ShowLargeIcon() {
+  const int16_t index = selected_ ? rows_.Selected() : int16_t{0};
   Icon icon = index ? ConduitIcon(with_.conduits.Icon(index), Scaled(kLargeIconSize)) : Icon();
   ::SendMessageW(Control(kIcon), STM_SETICON, reinterpret_cast<WPARAM>(icon.get()), 0);
   conduit_icon_ = std::move(icon);
 }
 
-void frmSetup::TakeSelection() {
-  const int16_t index = Selected();
+void frmSetup::ShowSelected() {
+  const int16_t index = rows_.Selected();
   selected_.reset();
   if (index >= 1 && index <= with_.conduits.Count()) selected_ = FactsOf(index, true);
   if (!selected_) {
@@ -936,11 +733,11 @@ void frmSetup::TakeSelection() {
       ::SendMessageW(Control(id), BCM_SETSHIELD, 0, HasShield(*ActionOf(id), *selected_));
     }
   }
-  TakeLargeIcon();
+  ShowLargeIcon();
   EnableActions();
 }
 
-void frmSetup::TakePc() {
+void frmSetup::ShowPc() {
   const bool hot_sync = with_.services.IsPresent(SyncSystem::kHotSync);
   const bool active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
   const bool guest = active_sync && with_.services.GuestMode();
@@ -957,10 +754,10 @@ void frmSetup::TakePc() {
 void frmSetup::EnableActions() {
   SetupFacts facts;
   facts.selected = selected_ ? &*selected_ : nullptr;
-  facts.busy = busy_;
+  facts.busy = work_.is_running();
   facts.has_active_sync = with_.services.IsPresent(SyncSystem::kActiveSync);
   for (const auto& [control, action] : kActions) Enable(control, IsEnabled(action, facts));
-  ::EnableWindow(Control(kList), !busy_);
+  ::EnableWindow(Control(kList), !facts.busy);
   Enable(kSyncWith, sync_with_.size() > 1 && IsEnabled(SetupAction::kSync, facts));
 }
 

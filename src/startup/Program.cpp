@@ -13,6 +13,7 @@
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "base/Win32.h"
+#include "conduits/SettingsKeys.h"
 #include "conduits/cConduitList.h"
 #include "files/FileNames.h"
 #include "files/ProgramFiles.h"
@@ -35,7 +36,6 @@ using Task = ProgramArguments::Task;
 
 constexpr wchar_t kTitle[] = L"Pylon Manager";
 // A key of the program's section of Pylon.ini: the rapi.dll of a simulated device.
-constexpr char16_t kSimulator[] = u"SimulatedPocketPC";
 
 // COM for this thread, as its single-threaded apartment.
 class Apartment {
@@ -197,8 +197,8 @@ int Program::Manage(const ProgramArguments& arguments) {
   cHotSync hot_sync(path_, code_page_);
   ConduitInstaller installer(conduits, active_sync, hot_sync);
   WindowsSetupServices services(active_sync, installer);
-  frmSetup setup({conduits, components, installer, services, code_page_, path_, folder_});
   if (shows_window) {
+    frmSetup setup({conduits, components, services, code_page_, path_, folder_});
     setup.on_close = [] { ::PostQuitMessage(kExitDone); };
     setup.Show();
     MSG next;
@@ -209,21 +209,22 @@ int Program::Manage(const ProgramArguments& arguments) {
     }
     return kExitDone;
   }
-  std::u16string message;
-  bool done = true;
+  StepReport report;
   // With a system named: a step that the setup window has started with other rights.
   const std::optional<SyncSystem> only = SystemNamed(arguments.system);
-  if (only) {
-    done = installs ? services.Install(*only, app_id, message)
-                    : services.Remove(*only, app_id, message);
+  if (arguments.task == Task::kGuestMode) {
+    const std::optional<bool> on = GuestModeNamed(arguments.guest_mode);
+    if (!on) throw InvalidArgument();
+    report = services.SetGuestMode(*on);
+  } else if (only) {
+    report = installs ? services.Install(*only, app_id) : services.Remove(*only, app_id);
   } else if (installs) {
-    done = setup.InstallConduit(app_id, message);
-    done = setup.InstallApplication(app_id, message) && done;
+    report = installer.InstallConduit(app_id).Add(installer.InstallApplication(app_id));
   } else {
-    done = setup.UninstallConduit(app_id, message);
+    report = installer.UninstallConduit(app_id);
   }
-  if (!message.empty()) ShowMessage(message, MB_ICONINFORMATION);
-  return done ? kExitDone : kExitFailed;
+  if (!report.remarks().empty()) ShowMessage(TextOf(report), MB_ICONINFORMATION);
+  return report.done() ? kExitDone : kExitFailed;
 }
 
 int Program::Sync(const ProgramArguments& arguments) {
@@ -263,7 +264,7 @@ void Program::ChooseTarget(int16_t database_type, const std::u16string& save_fol
           Pc(), static_cast<eDatabaseForType>(database_type), LoggedOnUser(), save_folder);
       break;
     case dftActiveSync: {
-      std::u16string simulator = conduits.GetSettings(kSimulator, {});
+      std::u16string simulator = conduits.GetSettings(settings::kSimulatedPocketPc);
       if (!simulator.empty() && IsRelative(simulator)) {
         simulator = JoinFullName(folder_, simulator);
       }

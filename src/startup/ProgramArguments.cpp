@@ -7,6 +7,7 @@
 #include "base/AutomationError.h"
 #include "base/Text.h"
 #include "base/Types.h"
+#include "setup/SyncCommand.h"
 #include "startup/cCommandLine.h"
 
 namespace pylon {
@@ -19,9 +20,10 @@ Task TaskOf(const cCommandLine& switches) {
     const char16_t* name;
     Task task;
   } kTasks[] = {
-      {u"regserver", Task::kRegister},  {u"unregserver", Task::kUnregister},
-      {u"embedding", Task::kServe},     {u"install", Task::kInstall},
-      {u"uninstall", Task::kUninstall}, {u"database", Task::kSync},
+      {u"regserver", Task::kRegister},      {u"unregserver", Task::kUnregister},
+      {u"embedding", Task::kServe},         {u"install", Task::kInstall},
+      {u"uninstall", Task::kUninstall},     {u"database", Task::kSync},
+      {kGuestModeSwitch, Task::kGuestMode},
   };
   for (const auto& [name, task] : kTasks) {
     if (switches.HasSwitch(name)) return task;
@@ -61,12 +63,16 @@ ProgramArguments ReadArguments(std::u16string_view command_line) {
        {u"regserver", u"unregserver", u"embedding", u"install", u"uninstall"}) {
     switches.AddSwitch(name, false);
   }
-  for (const char16_t* name : {u"appid", u"database", u"save", u"system"}) {
+  for (const char16_t* name : {u"appid", u"database", u"save", u"system", kGuestModeSwitch}) {
     switches.AddSwitch(name, true);
   }
   switches.SetCommandLine(ArgumentText(command_line));
-  return {TaskOf(switches), AppIdIn(switches), switches.SwitchValue(u"database"),
-          switches.SwitchValue(u"save"), switches.SwitchValue(u"system")};
+  return {TaskOf(switches),
+          AppIdIn(switches),
+          switches.SwitchValue(u"database"),
+          switches.SwitchValue(u"save"),
+          switches.SwitchValue(u"system"),
+          switches.SwitchValue(kGuestModeSwitch)};
 }
 
 std::u16string UsageText() {

@@ -15,7 +15,8 @@ struct ProgramArguments {
     kInstall,
     kUninstall,
     kSync,
-    kManage,  // in the setup window
+    kGuestMode,  // of ActiveSync, to be changed
+    kManage,     // in the setup window
   };
 
   Task task = Task::kManage;  // the first that is asked for, in that order
@@ -23,6 +24,7 @@ struct ProgramArguments {
   std::u16string database;     // see DatabaseType
   std::u16string save_folder;  // as given, may be relative
   std::u16string system;       // installing for one sync system only; empty: for all
+  std::u16string guest_mode;   // see GuestModeNamed
 
   // A whole number of 16 bits; an empty one is dftWindows. Raises error 13 for other text and error
   // 6 for a larger number.

@@ -123,10 +123,8 @@ LRESULT CALLBACK Window::Proc(HWND handle, UINT message, WPARAM wparam, LPARAM l
   }
   try {
     return self->OnMessage(message, wparam, lparam);
-  } catch (const std::exception& error) {
-    ReportToDebugger(error.what());
   } catch (...) {
-    ReportToDebugger("of an unknown kind");
+    ReportToDebugger(CurrentError().what());
   }
   return message == WM_CREATE ? -1 : 0;
 }

@@ -14,6 +14,7 @@
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/setup/SimulatedHotSync.h"
+#include "tests/setup/StepText.h"
 
 namespace pylon {
 namespace {
@@ -51,21 +52,20 @@ constexpr char kSettings[] =
     "[Gone]\r\nClassID=Lib.Gone\r\n";
 
 constexpr char kNoActiveSync[] = "ActiveSync is not Installed.";
+constexpr SyncSystem kHot = SyncSystem::kHotSync;
+constexpr SyncSystem kActive = SyncSystem::kActiveSync;
 constexpr char kNoHotSync[] = "HotSync is not Installed.";
 
 struct ConduitInstallerTest : ::testing::Test {
-  using Operation = bool (ConduitInstaller::*)(std::u16string_view, std::u16string&);
+  using Operation = StepReport (ConduitInstaller::*)(std::u16string_view);
 
   void SetUp() override {
     SKIP_WITH_ACTIVESYNC(registry);
     SKIP_WITH_HOTSYNC(palm);
   }
 
-  // Whether it was done, and the message: "done", "failed: why".
   std::string Do(Operation operation, std::u16string_view app_id) {
-    std::u16string message;
-    const std::string outcome = (installer.*operation)(app_id, message) ? "done" : "failed";
-    return message.empty() ? outcome : outcome + ": " + ToUtf8(message);
+    return testing::Said((installer.*operation)(app_id));
   }
   std::string Install(std::u16string_view app_id) {
     return Do(&ConduitInstaller::InstallConduit, app_id);
@@ -81,9 +81,9 @@ struct ConduitInstallerTest : ::testing::Test {
   std::string State(SyncSystem system, std::u16string_view app_id) {
     constexpr const char* kNames[] = {"no system", "not supported", "not installed",
                                       "installed", "taken",         "unknown"};
-    std::u16string message;
-    const std::string name = kNames[static_cast<int>(installer.State(system, app_id, message))];
-    return message.empty() ? name : name + ": " + ToUtf8(message);
+    const auto [state, why] = installer.State(system, app_id);
+    const std::string name = kNames[static_cast<int>(state)];
+    return why ? name + ": " + ToUtf8(TextOf(*why)) : name;
   }
   std::string HotSyncState(std::u16string_view app_id = u"Palm") {
     return State(SyncSystem::kHotSync, app_id);
@@ -143,9 +143,8 @@ TEST_F(ConduitInstallerTest, ARefusedConduitIsTold) {
   registry.Install(u"C:\\CEAPPMGR.EXE");
   EXPECT_TRUE(Install(u"Two -words").starts_with("failed: ActiveSync can't start this conduit by"));
   cActiveSync far_away(u"C:\\\u4e2d\u6587\\Pylon.exe", AnsiCodePage::Windows1252());
-  std::u16string message;
-  EXPECT_FALSE(ConduitInstaller(conduits, far_away, hot_sync).InstallConduit(u"Plain", message));
-  EXPECT_NE(message.find(u"code page"), message.npos) << ToUtf8(message);
+  const StepReport report = ConduitInstaller(conduits, far_away, hot_sync).InstallConduit(u"Plain");
+  EXPECT_EQ(report.remarks(), (std::vector<Remark>{{Notice::kCannotStore, {}}}));
   EXPECT_EQ(Registry::Conduit(L"Plain"), Registry::kMissing);
   registry.RefuseConduits();
   EXPECT_EQ(Install(u"Plain"),
@@ -194,19 +193,16 @@ TEST_F(ConduitInstallerTest, HotSyncAloneIsEnough) {
 TEST_F(ConduitInstallerTest, EachSystemCanBeChosen) {
   palm.Install();
   registry.Install(u"C:\\CEAPPMGR.EXE");
-  std::u16string message;
-  EXPECT_TRUE(installer.InstallConduit(SyncSystem::kHotSync, u"Palm", message));
-  EXPECT_EQ(State(SyncSystem::kActiveSync, u"Palm"), "not installed");
-  EXPECT_TRUE(installer.InstallConduit(SyncSystem::kActiveSync, u"Palm", message));
-  EXPECT_EQ(HotSyncState() + ", " + State(SyncSystem::kActiveSync, u"Palm"),
-            "installed, installed");
-  EXPECT_TRUE(installer.UninstallConduit(SyncSystem::kHotSync, u"Palm", message));
-  EXPECT_EQ(HotSyncState() + ", " + State(SyncSystem::kActiveSync, u"Palm"),
-            "not installed, installed");
-  EXPECT_TRUE(installer.UninstallConduit(SyncSystem::kActiveSync, u"Palm", message));
-  EXPECT_FALSE(installer.InstallConduit(SyncSystem::kHotSync, u"Plain", message));
-  EXPECT_NE(message.find(u"no creator id"), message.npos) << ToUtf8(message);
-  EXPECT_EQ(installer.Users(message).value().size(), 0U);
+  const auto states = [this] { return HotSyncState() + ", " + State(kActive, u"Palm"); };
+  EXPECT_TRUE(installer.InstallConduit(kHot, u"Palm").done());
+  EXPECT_EQ(states(), "installed, not installed");
+  EXPECT_TRUE(installer.InstallConduit(kActive, u"Palm").done());
+  EXPECT_TRUE(installer.UninstallConduit(kHot, u"Palm").done());
+  EXPECT_EQ(states(), "not installed, installed");
+  EXPECT_TRUE(installer.UninstallConduit(kActive, u"Palm").done());
+  EXPECT_EQ(testing::Said(installer.InstallConduit(kHot, u"Plain")),
+            "failed: HotSync can't call this conduit: its component names no creator id.");
+  EXPECT_EQ(installer.Users().size(), 0U);
 }
 
 TEST_F(ConduitInstallerTest, AFailureOfOneSystemIsToldAndTheOtherGoesOn) {

@@ -142,7 +142,7 @@ TEST(SetupModel, TheLinesOfTheSystems) {
        IDS_NO_CREATOR, IDS_CANNOT_CONNECT},
       {"the system says why not",
        [](ConduitFacts& c) {
-         c.hot_sync = {true, false, false, u"another conduit has it"};
+         c.hot_sync = {true, false, false, Remark{Notice::kTaken, {u"memo", u"'Mail'"}}};
          c.active_sync.present = true;
          EXPECT_FALSE(IsEnabled(kInstallHotSync, {&c, false, true}));
          EXPECT_TRUE(IsEnabled(kInstallActiveSync, {&c, false, true}));
@@ -241,12 +241,37 @@ TEST(SetupModel, WhatCantBeAddedIsRefused) {
   }
 }
 
-TEST(SetupModel, HowASyncEndedIsTold) {
-  EXPECT_EQ(SyncEnding(u"X", 0), (Phrase{IDS_SYNC_DONE, u"X"}));
-  EXPECT_EQ(SyncEnding(u"X", 2).id, IDS_SYNC_CANCELLED);
-  for (const uint32_t failed : {1U, 0xC0000005U}) {
-    EXPECT_EQ(SyncEnding(u"X", failed).id, IDS_SYNC_FAILED);
+TEST(SetupModel, HowASyncEnded) {
+  EXPECT_EQ(SyncEnding(u"X", SyncEnd::kDone), (Phrase{IDS_SYNC_DONE, u"X"}));
+  const struct {
+    uint32_t code;
+    bool cancelled;
+    SyncEnd sync, hot_sync;
+  } cases[] = {{0, false, SyncEnd::kDone, SyncEnd::kDone},
+               {1, false, SyncEnd::kFailed, SyncEnd::kFailed},
+               {1, true, SyncEnd::kFailed, SyncEnd::kCancelled},
+               {2, false, SyncEnd::kCancelled, SyncEnd::kNotBegun},
+               {2, true, SyncEnd::kCancelled, SyncEnd::kNotBegun},
+               {0xC0000005U, false, SyncEnd::kFailed, SyncEnd::kFailed}};
+  for (const auto& c : cases) {
+    EXPECT_EQ(EndOfSync(c.code), c.sync) << c.code;
+    EXPECT_EQ(EndOfHotSync(c.code, c.cancelled), c.hot_sync) << c.code;
   }
+}
+
+TEST(StepReport, SaysNothingTwiceAndGoesOnInTheSameParagraph) {
+  StepReport report;
+  EXPECT_EQ(TextOf(report), u"");
+  report.Add({Notice::kNoHotSync, {}}).Add({Notice::kNoHotSync, {}});
+  EXPECT_TRUE(report.done());
+  report.Add(StepReport::Failed(Notice::kTaken, {u"memo", u"'Mail %1'"}));
+  report.Add({Notice::kHotSyncNotTold, {u"Why."}});
+  EXPECT_FALSE(report.done());
+  EXPECT_EQ(TextOf(report),
+            u"HotSync is not Installed.\r\n\r\nThe creator id 'memo' belongs to another conduit of "
+            u"HotSync's, 'Mail %1'. Pylon's conduit can be installed when that one is removed. "
+            u"HotSync could not be told of the change. If it is running, exit and start it again. "
+            u"Why.");
 }
 
 TEST(SetupServices, SystemsAreNamedInAnyCase) {

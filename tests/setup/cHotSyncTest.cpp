@@ -3,14 +3,14 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <functional>
-
 #include "tests/setup/SimulatedHotSync.h"
+#include "tests/setup/StepText.h"
 
 namespace pylon {
 namespace {
 
 using ::testing::HasSubstr;
+using testing::Said;
 using testing::SimulatedHotSync;
 using ::testing::StartsWith;
 
@@ -18,43 +18,27 @@ constexpr DWORD kMemo = 0x6d656d6f;
 constexpr char kOurs[] = "6d656d6f|COMConduit.dll|Pylon.cPalmSync|Memos & more|Memos|Memos.pdb|2\n";
 
 struct HotSyncTest : ::testing::Test {
-  using Operation = std::function<bool(cHotSync&, std::u16string&)>;
-
   void SetUp() override {
     SKIP_WITH_HOTSYNC(pc);
     pc.Install();
   }
 
-  // A new object, as each start of the program has one. "done", "failed: why".
-  std::string Do(const Operation& operation) {
-    std::u16string message;
-    cHotSync hot_sync(program.File(u"Pylon.exe"), AnsiCodePage::Windows1252());
-    const std::string outcome = operation(hot_sync, message) ? "done" : "failed";
-    return message.empty() ? outcome : outcome + ": " + ToUtf8(message);
-  }
+  // A new object, as each start of the program has one.
+  cHotSync HotSync() { return cHotSync(program.File(u"Pylon.exe"), AnsiCodePage::Windows1252()); }
   std::string Install(std::u16string creator = u"memo", std::u16string app_id = u"Memos") {
-    return Do([&](cHotSync& hot_sync, std::u16string& message) {
-      return hot_sync.InstallConduit({creator, app_id, u"Memos & more", app_id, app_id + u".pdb"},
-                                     message);
-    });
+    return Said(
+        HotSync().InstallConduit({creator, app_id, u"Memos & more", app_id, app_id + u".pdb"}));
   }
   std::string Uninstall(std::u16string_view creator = u"memo") {
-    return Do([&](cHotSync& hot_sync, std::u16string& message) {
-      return hot_sync.UninstallConduit(creator, message);
-    });
+    return Said(HotSync().UninstallConduit(creator));
   }
   std::string InstallFiles(std::u16string_view files, std::u16string_view user = u"") {
-    return Do([&](cHotSync& hot_sync, std::u16string& message) {
-      return hot_sync.InstallApplication(u"Memos", files, user, message);
-    });
+    return Said(HotSync().InstallApplication(u"Memos", files, user));
   }
-  bool IsInstalled() {
-    return Do([](cHotSync& hot_sync, std::u16string&) { return hot_sync.IsInstalled(); }) == "done";
-  }
+  bool IsInstalled() { return HotSync().IsInstalled(); }
   bool IsConduitInstalled() {
-    return Do([](cHotSync& hot_sync, std::u16string&) {
-             return hot_sync.IsConduitInstalled(u"memo");
-           }) == "done";
+    const auto conduit = HotSync().FindConduit(u"memo");
+    return conduit && conduit->ours;
   }
 
   SimulatedHotSync pc;

@@ -31,7 +31,7 @@ struct AddWindow : ::testing::Test {
   std::u16string Text(int id) const { return TextIn(handle(), id); }
 
   FakeFactory factory;
-  frmAddConduit window{factory, {u"Memos"}, DispatchWaiting};
+  frmAddConduit window{factory, {u"Memos"}, {}};
   std::optional<frmAddConduit::Result> added;
   std::u16string refusal;
   int closed = 0;

@@ -16,7 +16,9 @@
 #include "conduits/IniStoreFile.h"
 #include "conduits/cConduitList.h"
 #include "files/ProgramFiles.h"
+#include "setup/ConduitInstaller.h"
 #include "setup/SetupServices.h"
+#include "setup/SyncCommand.h"
 #include "setup/WindowsSetupServices.h"
 #include "setup/cActiveSync.h"
 #include "setup/cHotSync.h"
@@ -64,20 +66,19 @@ struct Services final : SetupServices {
   bool NeedsElevation(SyncSystem system) const override {
     return plain_user && system == SyncSystem::kActiveSync;
   }
-  bool Install(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
+  StepReport Install(SyncSystem system, std::u16string_view app_id) override {
     if (broken) throw AutomationError(51, {}, u"the registry is gone");
-    return real_.Install(system, app_id, message);
+    return real_.Install(system, app_id);
   }
-  bool Remove(SyncSystem system, std::u16string_view app_id, std::u16string& message) override {
-    return real_.Remove(system, app_id, message);
+  StepReport Remove(SyncSystem system, std::u16string_view app_id) override {
+    return real_.Remove(system, app_id);
   }
   std::vector<std::u16string> Users() const override { return real_.Users(); }
-  bool InstallApplication(std::u16string_view app_id, std::u16string_view user,
-                          std::u16string& message) override {
-    return real_.InstallApplication(app_id, user, message);
+  StepReport InstallApplication(std::u16string_view app_id, std::u16string_view user) override {
+    return real_.InstallApplication(app_id, user);
   }
   bool GuestMode() const override { return real_.GuestMode(); }
-  bool SetGuestMode(bool on) override { return real_.SetGuestMode(on); }
+  StepReport SetGuestMode(bool on) override { return real_.SetGuestMode(on); }
 
   bool plain_user = false;
   bool broken = false;
@@ -117,9 +118,8 @@ struct SetupWindow : ::testing::Test {
     real_services = std::make_unique<WindowsSetupServices>(active_sync, *installer);
     services = std::make_unique<Services>(*real_services);
     services->plain_user = plain_user;
-    window =
-        std::make_unique<frmSetup>(frmSetup::With{*list, factory, *installer, *services, code_page,
-                                                  ProgramPath(), FromWide(folder.wstring())});
+    window = std::make_unique<frmSetup>(frmSetup::With{*list, factory, *services, code_page,
+                                                       ProgramPath(), FromWide(folder.wstring())});
     window->on_close = [this] { ++closed; };
     window->Show();
   }
@@ -468,15 +468,22 @@ TEST_F(SetupWindow, WhatNeedsAnAdministratorRunsAsAStepOfItsOwn) {
   registry.Install(u"C:\\CEAPPMGR.EXE");
   plain_user = true;
   Open(kTwo);
-  const CommandReport report((folder / "report.txt").u16string());
-  Click(handle(), frmSetup::kInstallActiveSync);
-  const std::string command = report.Wait();
-  EXPECT_TRUE(command.ends_with("-AppId \"Memos\" -install -system ActiveSync")) << command;
+  const std::pair<int, const char*> steps[] = {
+      {frmSetup::kInstallActiveSync, "-AppId \"Memos\" -install -system ActiveSync"},
+      {frmSetup::kGuestMode, "-guestmode on"}};
+  for (const auto& [button, arguments] : steps) {
+    const CommandReport report((folder / ("report " + std::to_string(button))).u16string());
+    Click(handle(), button);
+    const std::string command = report.Wait();
+    EXPECT_TRUE(command.ends_with(std::string("\" ") + arguments)) << command;
+    EXPECT_EQ(Text(frmSetup::kStatus), u"Done.");
+  }
   EXPECT_EQ(Registry::Conduit(L"Memos"), Registry::kMissing) << "not by this process";
-  EXPECT_EQ(Text(frmSetup::kStatus), u"Done.");
+  EXPECT_FALSE(active_sync.GuestMode());
 }
 
-TEST_F(SetupWindow, SuchAStepTellsByItsExitCode) {
+// By Pylon.exe itself, which answers with its exit code.
+TEST_F(SetupWindow, SuchAStepIsDoneByTheProgram) {
   Registry registry;
   SKIP_WITH_ACTIVESYNC(registry);
   registry.Install(u"C:\\CEAPPMGR.EXE");
@@ -484,7 +491,7 @@ TEST_F(SetupWindow, SuchAStepTellsByItsExitCode) {
   std::filesystem::copy_file("Pylon.exe", folder / "Pylon.exe");
   const std::u16string program = (folder / "Pylon.exe").u16string();
   const BoxAnswer answer;
-  const auto run = [&](const char16_t* arguments) {
+  const auto run = [&](const std::u16string& arguments) {
     const WaitResult result =
         ProgramAndWait(program, u"\"" + program + u"\" " + arguments, DispatchWaiting);
     return result.end == WaitEnd::kEnded ? result.code : 99;
@@ -493,7 +500,11 @@ TEST_F(SetupWindow, SuchAStepTellsByItsExitCode) {
   EXPECT_NE(Registry::Conduit(L"My App"), Registry::kMissing);
   EXPECT_EQ(run(u"-AppId \"My App\" -uninstall -system ActiveSync"), 0U);
   EXPECT_EQ(Registry::Conduit(L"My App"), Registry::kMissing);
-  EXPECT_EQ(answer.text(), u"") << "nothing to tell";
+  for (const bool on : {true, false}) {
+    EXPECT_EQ(run(GuestModeArguments(on)), 0U);
+    EXPECT_EQ(active_sync.GuestMode(), on);
+  }
+  EXPECT_EQ(answer.text(), u"") << "nothing to say";
   EXPECT_EQ(run(u"-AppId Nobody -install -system ActiveSync"), 1U);
   EXPECT_TRUE(answer.Has(u"'Nobody' is not registered with Pyln.")) << ToUtf8(answer.text());
 }

@@ -26,6 +26,8 @@ TEST(ProgramArguments, TheFirstTaskThatIsAskedForWins) {
       {u"-Embedding /UnregServer", Task::kUnregister},
       {u"-Embedding -unregserver -RegServer", Task::kRegister},
       {u"Database", Task::kManage},
+      {u"-GuestMode on", Task::kGuestMode},
+      {u"-guestmode off -install", Task::kInstall},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(ReadArguments(u"Pylon.exe " + std::u16string(c.arguments)).task, c.task)
