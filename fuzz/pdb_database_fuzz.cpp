@@ -4,8 +4,9 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
+#include <optional>
 #include <span>
+#include <stdexcept>
 #include <vector>
 
 #include "base/AutomationError.h"
@@ -22,7 +23,7 @@ using testing::ReadAll;
 using testing::Record;
 
 void Check(bool holds) {
-  if (!holds) std::abort();
+  if (!holds) throw std::logic_error("the database is not what it should be");
 }
 
 struct Content {
@@ -64,10 +65,15 @@ void Change(PDBDatabase& database, Content& content, Choices& choices) {
     record.category = static_cast<int16_t>(choices.Draw(8));
     record.attributes = static_cast<int32_t>(choices.Draw(16)) << 4;
     switch (choices.Draw(5)) {
-      case 0:
-        record.id = Put(database, 0, record);
+      case 0: {
+        const auto asked = static_cast<int32_t>(choices.Draw(2) ? 0 : choices.Draw(kMaxUniqueId));
+        if (asked == 0 || !database.ById(asked)) record.id = asked;
+        const int32_t given = Put(database, 0, record);
+        Check(given == record.id || record.id == 0);
+        record.id = given;
         records.push_back(record);
         break;
+      }
       case 1:
         if (records.empty()) break;
         record.id = Put(database, index, record);
@@ -86,10 +92,21 @@ void Change(PDBDatabase& database, Content& content, Choices& choices) {
         std::erase_if(records, [](const Record& r) { return (r.attributes & eDelete) != 0; });
         break;
       case 4:
-        content.app_info = record.data;
-        database.WriteAppInfoBlock(record.data);
+        (choices.Draw(2) ? content.app_info : content.sort_info) = record.data;
+        database.WriteAppInfoBlock(content.app_info);
+        database.WriteSortInfoBlock(content.sort_info);
         break;
     }
+  }
+}
+
+// An id finds the first of the records that share it.
+void FindAll(PDBDatabase& database, const std::vector<Record>& records) {
+  for (const Record& record : records) {
+    if (record.id == 0) continue;
+    const std::optional<pylon::Record> found = database.ById(record.id);
+    const auto first = std::ranges::find(records, record.id, &Record::id);
+    Check(found && found->index == first - records.begin() + 1);
   }
 }
 
@@ -174,6 +191,7 @@ void Run(ByteSpan input) {
     Change(*database, content, choices);
     database->SetPDBDatabaseName(u"Changed");  // so that there is something to save
     const Content changed = ReadContent(*database);
+    FindAll(*database, changed.records);
     database->CloseDatabase();
     Check(database->OpenDatabase());
     Compare(content, ReadContent(*database), database_for);

@@ -184,6 +184,8 @@ TEST_F(SyncIndex, SetsADamagedFileAside) {
   const Bytes good = Image({FromHex("01 00 00 00 02 41 42")}).Build();
   FileImage other = Image({});
   other.creator = "memo";
+  Bytes too_long = FromHex("01 00 00 00 FF 00 80");
+  too_long.resize(7 + 0x8000, std::byte{'x'});
   const Case kCases[] = {
       {"empty", {}},
       {"cut in the header", {good.begin(), good.begin() + 50}},
@@ -193,6 +195,7 @@ TEST_F(SyncIndex, SetsADamagedFileAside) {
       {"no key", Image({FromHex("01 00 00 00")}).Build()},
       {"an empty key", Image({FromHex("01 00 00 00 00")}).Build()},
       {"a negative length", Image({FromHex("01 00 00 00 FF FF FF 41")}).Build()},
+      {"a key that is too long", Image({too_long}).Build()},
       {"a good entry before", Image({FromHex("01 00 00 00 01 41"), {}}).Build()},
       {"something else", other.Build()},
   };
