@@ -9,62 +9,90 @@ namespace pylon {
 namespace {
 
 // In the order of Notice. "%1" to "%3" stand for the details.
-constexpr std::u16string_view kTexts[] = {
-    u"No Application ID Supplied.\r\n"
-    u"Pylon -AppId {application id} -install\r\n"
-    u"Pylon -AppId {application id} -uninstall",
-    u"This Application '%1' is not registered with Pyln.",
-    u"%1",
-    u"ActiveSync is not Installed.",
-    u"Unable to Install Conduit for ActiveSync.  Verify you write permissions to the registery for "
-    u"HKEY_LOCAL_MACHINE",
-    u"The conduit could not be removed from ActiveSync. That takes the right to write to "
-    u"HKEY_LOCAL_MACHINE: run Pylon as an administrator.",
-    u"Unable to install Pocket PC Application",
-    u"Guest mode could not be changed. That takes the right to write to HKEY_LOCAL_MACHINE.",
-    u"ActiveSync can't start this conduit by its application id, which holds a double quote or two "
-    u"blanks side by side, or has a word that begins with '-' or '/'. Change the name of its "
-    u"section in the settings file.",
-    u"ActiveSync can't start this conduit: its application id, or the name of the folder that "
-    u"Pylon lies in, has characters that the code page of this PC lacks.",
-    u"HotSync is not Installed.",
-    u"HotSync can't call this conduit: its component names no creator id.",
-    u"HotSync can't call this conduit: its component can't be asked for its creator id: %1",
-    u"HotSync can't call this conduit: '%1' comes before it in the settings file and has the same "
-    u"creator id '%2'.",
-    u"The conduit's creator id '%1' is none: it must be four characters that handhelds know.",
-    u"The creator id '%1' belongs to another conduit of HotSync's, %2. Pylon's conduit can be "
-    u"installed when that one is removed.",
-    u"The creator id '%1' belongs to another conduit of HotSync's, %2. Pylon's conduit can be "
-    u"installed when that one is removed. It was left as it is.",
-    sizeof(void*) == 8
-        ? u"HotSync's libraries in \"%1\" are not for 64-bit programs, as this Pylon is one. Use "
-          u"the 32-bit Pylon.exe to install and remove conduits for HotSync."
-        : u"HotSync's libraries in \"%1\" are not for 32-bit programs, as this Pylon is one.",
-    u"HotSync's library \"%1\" can't be loaded: %2 (%3).",
-    u"HotSync's library \"%1\" lacks the function %2.",
-    u"HotSync's conduits can't be listed: %1",
-    u"HotSync can't take the name '%1', which is too long.",
-    u"HotSync can't take the name '%1', which has characters that the code page of this PC lacks.",
-    u"The conduit could not be registered with HotSync: %1",
-    u"What was registered could not be removed either: %1",
-    u"The conduit's earlier registration for the creator id '%1' could not be removed: %2",
-    u"The conduit could not be removed from HotSync: %1",
-    u"HotSync could not be told of the change. If it is running, exit and start it again. %1",
-    u"HotSync's users can't be listed: %1",
-    u"HotSync has no user yet, so the application can't be installed. Synchronize the handheld "
-    u"with this PC once, then install again.",
-    u"The application was put on no handheld, as HotSync has several users: %1. Open Pylon's setup "
-    u"window to choose one of them.",
-    u"HotSync has no user '%1'. Its users are %2.",
-    u"HotSync can't take the file \"%1\", whose path is too long.",
-    u"The file \"%1\", which is to be installed on the handheld, is missing.",
-    u"HotSync can't take the file \"%1\", whose name has characters that the code page of this PC "
-    u"lacks.",
-    u"The settings name no file to install on the handheld.",
-    u"HotSync does not take the file \"%1\" for the user '%2': %3",
+constexpr struct {
+  Notice notice;
+  std::u16string_view text;
+} kTexts[] = {
+    {Notice::kNoAppId,
+     u"No Application ID Supplied.\r\n"
+     u"Pylon -AppId {application id} -install\r\n"
+     u"Pylon -AppId {application id} -uninstall"},
+    {Notice::kUnknownAppId, u"This Application '%1' is not registered with Pyln."},
+    {Notice::kSettingsUnread, u"%1"},
+    {Notice::kNoActiveSync, u"ActiveSync is not Installed."},
+    {Notice::kNotInActiveSync,
+     u"Unable to Install Conduit for ActiveSync.  Verify you write permissions to the registery "
+     u"for HKEY_LOCAL_MACHINE"},
+    {Notice::kNotOutOfActiveSync,
+     u"The conduit could not be removed from ActiveSync. That takes the right to write to "
+     u"HKEY_LOCAL_MACHINE: run Pylon as an administrator."},
+    {Notice::kNotGivenToManager, u"Unable to install Pocket PC Application"},
+    {Notice::kGuestModeNotSet,
+     u"Guest mode could not be changed. That takes the right to write to HKEY_LOCAL_MACHINE."},
+    {Notice::kCannotConnect,
+     u"ActiveSync can't start this conduit by its application id, which holds a double quote or "
+     u"two blanks side by side, or has a word that begins with '-' or '/'. Change the name of its "
+     u"section in the settings file."},
+    {Notice::kCannotStore,
+     u"ActiveSync can't start this conduit: its application id, or the name of the folder that "
+     u"Pylon lies in, has characters that the code page of this PC lacks."},
+    {Notice::kNoHotSync, u"HotSync is not Installed."},
+    {Notice::kNoCreatorId, u"HotSync can't call this conduit: its component names no creator id."},
+    {Notice::kComponentNotAsked,
+     u"HotSync can't call this conduit: its component can't be asked for its creator id: %1"},
+    {Notice::kShadowed,
+     u"HotSync can't call this conduit: '%1' comes before it in the settings file and has the same "
+     u"creator id '%2'."},
+    {Notice::kBadCreatorId,
+     u"The conduit's creator id '%1' is none: it must be four characters that handhelds know."},
+    {Notice::kTaken,
+     u"The creator id '%1' belongs to another conduit of HotSync's, %2. Pylon's conduit can be "
+     u"installed when that one is removed."},
+    {Notice::kTakenAndLeft,
+     u"The creator id '%1' belongs to another conduit of HotSync's, %2. Pylon's conduit can be "
+     u"installed when that one is removed. It was left as it is."},
+    {Notice::kLibrariesOfOtherWidth,
+     sizeof(void*) == 8
+         ? u"HotSync's libraries in \"%1\" are not for 64-bit programs, as this Pylon is one. Use "
+           u"the 32-bit Pylon.exe to install and remove conduits for HotSync."
+         : u"HotSync's libraries in \"%1\" are not for 32-bit programs, as this Pylon is one."},
+    {Notice::kLibraryNotLoaded, u"HotSync's library \"%1\" can't be loaded: %2 (%3)."},
+    {Notice::kFunctionMissing, u"HotSync's library \"%1\" lacks the function %2."},
+    {Notice::kConduitsNotListed, u"HotSync's conduits can't be listed: %1"},
+    {Notice::kNameTooLong, u"HotSync can't take the name '%1', which is too long."},
+    {Notice::kNameNotAnsi,
+     u"HotSync can't take the name '%1', which has characters that the code page of this PC "
+     u"lacks."},
+    {Notice::kNotInHotSync, u"The conduit could not be registered with HotSync: %1"},
+    {Notice::kNotTakenBack, u"What was registered could not be removed either: %1"},
+    {Notice::kFormerNotRemoved,
+     u"The conduit's earlier registration for the creator id '%1' could not be removed: %2"},
+    {Notice::kNotOutOfHotSync, u"The conduit could not be removed from HotSync: %1"},
+    {Notice::kHotSyncNotTold,
+     u"HotSync could not be told of the change. If it is running, exit and start it again. %1"},
+    {Notice::kUsersNotListed, u"HotSync's users can't be listed: %1"},
+    {Notice::kNoUsers,
+     u"HotSync has no user yet, so the application can't be installed. Synchronize the handheld "
+     u"with this PC once, then install again."},
+    {Notice::kSeveralUsers,
+     u"The application was put on no handheld, as HotSync has several users: %1. Open Pylon's "
+     u"setup window to choose one of them."},
+    {Notice::kNoSuchUser, u"HotSync has no user '%1'. Its users are %2."},
+    {Notice::kPathTooLong, u"HotSync can't take the file \"%1\", whose path is too long."},
+    {Notice::kFileMissing,
+     u"The file \"%1\", which is to be installed on the handheld, is missing."},
+    {Notice::kPathNotAnsi,
+     u"HotSync can't take the file \"%1\", whose name has characters that the code page of this PC "
+     u"lacks."},
+    {Notice::kNoFiles, u"The settings name no file to install on the handheld."},
+    {Notice::kFileRefused, u"HotSync does not take the file \"%1\" for the user '%2': %3"},
 };
-static_assert(std::size(kTexts) == static_cast<size_t>(Notice::kFileRefused) + 1);
+static_assert([] {
+  for (size_t i = 0; i < std::size(kTexts); ++i) {
+    if (static_cast<size_t>(kTexts[i].notice) != i) return false;
+  }
+  return std::size(kTexts) == static_cast<size_t>(Notice::kFileRefused) + 1;
+}());
 
 // About the change that the remark before reports.
 bool GoesOn(Notice notice) noexcept {
@@ -75,7 +103,7 @@ bool GoesOn(Notice notice) noexcept {
 }  // namespace
 
 std::u16string TextOf(const Remark& remark) {
-  const std::u16string_view text = kTexts[static_cast<size_t>(remark.notice)];
+  const std::u16string_view text = kTexts[static_cast<size_t>(remark.notice)].text;
   std::u16string filled;
   for (size_t i = 0; i < text.size(); ++i) {
     if (text[i] != u'%') {

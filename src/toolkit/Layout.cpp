@@ -139,7 +139,8 @@ void Layout::PlaceLine(const Box& box, const std::function<void(int, const Box&)
   for (const Layout& part : parts_) {
     int own = length(part);
     if (own == kRest) {
-      own = rest / sharers--;
+      own = rest / std::max(sharers, 1);
+      --sharers;
       rest -= own;
     }
     (row ? at.width : at.height) = own;
