@@ -8,6 +8,10 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 
 set(sample_dir "${CMAKE_CURRENT_LIST_DIR}")
 
+# The sources of a two-way sync, for a sample that has one.
+set(PYLON_SAMPLE_TWO_WAY HistoryIndex RecordDatabase Session Text TwoWay WindowsText)
+list(TRANSFORM PYLON_SAMPLE_TWO_WAY REPLACE "(.+)" "${sample_dir}/\\1.cpp")
+
 function(pylon_sample target name)
   add_library(${target} SHARED ${ARGN}
     "${sample_dir}/Component.cpp" "${sample_dir}/dll.cpp" "${sample_dir}/component.def")

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <array>
 
-#include "Text.h"
+#include "Files.h"
 
 namespace inventory {
 namespace {

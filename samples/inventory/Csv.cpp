@@ -1,6 +1,6 @@
 #include "Csv.h"
 
-#include "Text.h"
+#include "Files.h"
 
 namespace inventory {
 namespace {

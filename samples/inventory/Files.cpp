@@ -33,4 +33,21 @@ void WriteBytes(const fs::path& path, std::string_view bytes) {
   throw FileError{path.u16string() + u" can't be written; a program may have it open"};
 }
 
+TableText ReadText(std::string_view bytes, const sample::SystemText& system) {
+  const sample::FileText file = sample::ReadFileText(bytes, system);
+  if (!file.text) {
+    const bool wide = file.encoding == sample::FileText::Encoding::kUtf16;
+    throw TableError{wide ? u"it is no text: its UTF-16 is damaged"
+                          : u"it is no text: its UTF-8 is damaged"};
+  }
+  if (file.text->find(u'\0') != std::u16string::npos) {
+    throw TableError{u"it is no text: it has zero bytes"};
+  }
+  return {*file.text, file.marked};
+}
+
+std::string WriteText(const TableText& file) {
+  return std::string(file.marked ? sample::kUtf8Mark : "") + ToUtf8(file.text);
+}
+
 }  // namespace inventory

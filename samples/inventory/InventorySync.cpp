@@ -1,21 +1,16 @@
 #include "InventorySync.h"
 
 #include <algorithm>
-#include <cmath>
 #include <unordered_map>
 #include <unordered_set>
 #include <utility>
 
 #include "Columns.h"
-#include "Files.h"
 
 namespace inventory {
 namespace {
 
 namespace fs = std::filesystem;
-using Action = Step::Action;
-using com::Bstr;
-using com::Check;
 using com::Error;
 
 constexpr std::u16string_view kDatabase = u"Inventory";
@@ -24,8 +19,7 @@ constexpr std::u16string_view kSection = u"Inventory";
 constexpr std::u16string_view kConflicts = u"conflicts";
 constexpr std::u16string_view kArchive = u"archive";
 constexpr unsigned kInvalidFormat = 321;
-constexpr ULONGLONG kShowEvery = 50;  // milliseconds
-constexpr size_t kMaxShown = 40;      // characters of a cell in the log
+constexpr size_t kMaxShown = 40;  // characters of a cell in the log
 
 std::u16string Number(size_t value) { return Decimal(static_cast<long long>(value)); }
 
@@ -39,14 +33,8 @@ std::u16string Shown(std::u16string_view cell) {
 
 }  // namespace
 
-InventorySync::InventorySync(_oSyncInfo* sync)
-    : sync_(sync), stream_(com::Create<_PDBByteStream>(__uuidof(PDBByteStream))) {
-  Check(sync_->get_ConduitInfo(&conduit_));
-  Bstr folder;
-  Check(conduit_->get_AppFolder(&folder));
-  path_ = fs::path(folder.Text()) / Setting(u"File", u"Inventory.csv");
-  Check(::CoCreateInstance(__uuidof(PDBByteStream), nullptr, CLSCTX_ALL, __uuidof(_PDBByteStream),
-                           reinterpret_cast<void**>(stream_.InOut())));
+InventorySync::InventorySync(_oSyncInfo* sync) : session_(sync, kSection) {
+  path_ = session_.app_folder() / session_.Setting(u"File", u"Inventory.csv");
 }
 
 void InventorySync::Run() {
@@ -72,47 +60,48 @@ void InventorySync::Sync() {
   RefuseDoubles(records_, history_);
   steps_ = MakePlan(rows_, records_, history_);
   const auto lasting = std::ranges::count_if(steps_, [](const Step& step) {
-    return step.action != Action::kRemoveRecord && step.action != Action::kRemoveRow;
+    return step.action != Action::kRemoveRecord && step.action != Action::kRemoveItem;
   });
-  if (std::cmp_greater(lasting, History::kMaxRows)) {
+  if (std::cmp_greater(lasting, History::kMaxRecords)) {
     throw TableError{u"there are " + Decimal(lasting) + u" rows; the sync index has room for " +
-                     Number(History::kMaxRows)};
+                     Number(History::kMaxRecords)};
   }
-  StopIfCancelled();
-  writing_ = true;
+  session_.StopIfCancelled();
+  session_.KeepGoing();
   RequireUnchangedFile();
-  if (!is_open_) CreateDatabase();
+  if (!is_open_) {
+    database_.Create(session_, kDatabase, kCreator);
+    OpenIndex();
+  }
   KeepRows();
   WriteFile();
   WriteDatabase();
   LogSteps();
 }
 
-// ---- Reading
-
 void InventorySync::OpenDatabase() {
-  com::Ptr<PDBFileSystem> files;
-  Check(sync_->get_FileSystem(&files));
-  VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->OpenDatabase(Bstr(kDatabase), database_.InOut(), &done));
-  if (!done) return;
-  is_open_ = true;
-  Check(database_->ReadAppInfoBlock(stream_.InOut()));
-  has_table_ = table_.ReadDefinition(stream_);
-  long count = 0;
-  Check(database_->get_RecordCount(&count));
-  if (!has_table_ && count > 0) {
+  is_open_ = database_.Open(session_, kDatabase);
+  if (!is_open_) return;
+  has_table_ = table_.ReadDefinition(database_.ReadAppInfo());
+  if (!has_table_ && database_.Count() > 0) {
     throw TableError{u"the database Inventory has records, but no columns: it is no table"};
   }
-  Check(database_->get_SyncIndex(&index_));
-  is_known_ = Entry(std::u16string(kStampEntry)) == Stamp();
+  OpenIndex();
+  is_known_ = index_->IsKnown();
+}
+
+void InventorySync::OpenIndex() {
+  const auto to_key = [](std::u16string_view key, const sample::SystemText&) {
+    return std::u16string(key);
+  };
+  index_.emplace(*database_, path_.u16string(), system_, to_key);
 }
 
 void InventorySync::ReadFile() {
   const auto bytes = ReadBytes(path_);
   if (!bytes) return StartFile();
   file_bytes_ = *bytes;
-  file_ = ReadFileText(file_bytes_, code_page_);
+  file_ = ReadText(file_bytes_, system_);
   csv_ = ParseCsv(file_.text);
   const auto header =
       std::ranges::find_if(csv_, [](const CsvRow& row) { return !row.cells.empty(); });
@@ -144,11 +133,11 @@ void InventorySync::StartFile() {
   header.raw = FormatCsv(header.cells);
   ParseHeader(header);  // a table from elsewhere may have columns that no header can name
   csv_.push_back(std::move(header));
-  Log(path_.filename().u16string() + u" is new: the rows of the database go to it.");
+  session_.Log(path_.filename().u16string() + u" is new: the rows of the database go to it.");
 }
 
 void InventorySync::ReadRows() {
-  Phase(u"Reading the file", csv_.size());
+  session_.Phase(u"Reading the file", csv_.size());
   for (size_t at = header_ + 1; at < csv_.size(); ++at) {
     // Blank, or nothing but commas, as spreadsheets write it.
     if (std::ranges::all_of(csv_[at].cells, &std::u16string::empty)) continue;
@@ -156,7 +145,7 @@ void InventorySync::ReadRows() {
     row.at = at;
     row.line = csv_[at].line;
     ReadRow(row);
-    Progress();
+    session_.Progress();
   }
   RefuseDoubles(rows_);
 }
@@ -181,34 +170,22 @@ void InventorySync::ReadRow(TableRow& row) {
     refuse(csv.cells.size() + 1, u"is missing");
   } else if (csv.cells.size() > columns) {
     refuse(columns + 1, u"is one more than the header has");
-  } else if (const auto bad = table_.Encode(csv.cells, row.bytes)) {
+  } else if (const auto bad = table_.Encode(csv.cells, row.content)) {
     refuse(bad->column, bad->reason);
   } else {
-    table_.Decode(row.bytes, row.cells);
+    table_.Decode(row.content, row.cells);
   }
 }
 
 void InventorySync::ReadRecords() {
-  long count = 0;
-  if (is_open_) Check(database_->get_RecordCount(&count));
-  Phase(u"Reading the table", static_cast<size_t>(count));
+  const long count = is_open_ ? database_.Count() : 0;
+  session_.Phase(u"Reading the table", static_cast<size_t>(count));
   for (long index = 1; index <= count; ++index) {
     TableRecord& record = records_.emplace_back();
-    record.index = index;
-    short category = 0;
-    eRecordAttribute attributes{};
-    VARIANT_BOOL read = VARIANT_FALSE;
-    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, stream_.InOut(),
-                                     &read));
-    if (!read) throw Error(com::kDeviceError, u"Record " + Decimal(index) + u" can't be read.");
-    record.category = category;
-    record.attributes = attributes;
-    record.dirty = (attributes & eDirty) != 0;
-    record.deleted = (attributes & eDelete) != 0;
-    record.archived = record.deleted && (attributes & eArchive) != 0;
+    const std::string bytes = database_.Read(index, record);
     // Of a deleted record the handheld may have kept nothing.
-    if (!record.deleted || record.archived) ReadRecord(record, Table::BytesOf(stream_));
-    Progress();
+    if (!record.deleted || record.archived) ReadRecord(record, bytes);
+    session_.Progress();
   }
 }
 
@@ -218,7 +195,7 @@ void InventorySync::ReadRecord(TableRecord& record, const std::string& bytes) {
   Table::Problem key_problem;
   const auto key = problem ? std::nullopt : table_.Key(cells.front(), key_problem);
   if (!problem && !key) problem = key_problem;
-  if (!problem) problem = table_.Encode(cells, record.bytes);
+  if (!problem) problem = table_.Encode(cells, record.content);
   if (problem) {
     const std::u16string place = problem->column == 0 ? u"" : NameOfCell(problem->column) + u" ";
     record.problem = place + problem->reason;
@@ -230,16 +207,18 @@ void InventorySync::ReadRecord(TableRecord& record, const std::string& bytes) {
 
 void InventorySync::ReadIndex() {
   if (!is_known_) return;
-  history_ = ReadHistory(
-      rows_, records_, [&](const std::u16string& key) { return Entry(key); },
-      [&](char16_t c) { return table_.CodePageHolds(c); }, outdated_);
+  std::vector<std::u16string> keys;
+  const auto add = [&](const auto& side) {
+    if (!side.key.empty()) keys.push_back(side.key);
+  };
+  std::ranges::for_each(rows_, add);
+  std::ranges::for_each(records_, add);
+  history_ = index_->Read(keys, records_, 0);
   if (rows_.empty() && !history_.ids.empty()) {
-    Log(path_.filename().u16string() + u" has no rows: those of the database go to it.");
+    session_.Log(path_.filename().u16string() + u" has no rows: those of the database go to it.");
     history_ = {};
   }
 }
-
-// ---- Writing
 
 void InventorySync::RequireUnchangedFile() const {
   if (ReadBytes(path_).value_or("") != file_bytes_) {
@@ -264,10 +243,10 @@ void InventorySync::KeepRows() {
 void InventorySync::Keep(std::u16string_view word, const std::vector<std::u16string>& rows) const {
   if (rows.empty()) return;
   const fs::path path = Beside(word);
-  FileText kept{u"", file_.marked};
+  TableText kept{u"", file_.marked};
   std::unordered_set<std::u16string> known;
   try {
-    if (const auto bytes = ReadBytes(path)) kept = ReadFileText(*bytes, code_page_);
+    if (const auto bytes = ReadBytes(path)) kept = ReadText(*bytes, system_);
     for (CsvRow& row : ParseCsv(kept.text)) known.insert(std::move(row.raw));
   } catch (const TableError& error) {
     throw FileError{{u"rows must be added to " + path.u16string() + u", but " + error.reason}};
@@ -278,34 +257,34 @@ void InventorySync::Keep(std::u16string_view word, const std::vector<std::u16str
   };
   add(csv_[header_].raw);
   std::ranges::for_each(rows, add);
-  WriteBytes(path, WriteFileText(kept));
+  WriteBytes(path, WriteText(kept));
 }
 
 void InventorySync::WriteFile() {
   std::unordered_map<size_t, const Step*> changes;  // by the place of their rows
   std::vector<const Step*> added;
   for (const Step& step : steps_) {
-    const bool to_row = step.action == Action::kToRow || step.action == Action::kConflict;
+    const bool to_row = step.action == Action::kToItem || step.action == Action::kConflict;
     if (to_row && !step.row) {
       added.push_back(&step);
-    } else if (to_row || step.action == Action::kRemoveRow) {
+    } else if (to_row || step.action == Action::kRemoveItem) {
       changes.emplace(step.row->at, &step);
     }
   }
   if (changes.empty() && added.empty() && !file_bytes_.empty()) return;
 
-  FileText written{u"", file_.marked};
+  TableText written{u"", file_.marked};
   const auto add = [&](const std::u16string& row) { written.text += row + u"\r\n"; };
   for (size_t at = 0; at < csv_.size(); ++at) {
     const auto change = changes.find(at);
     if (change == changes.end()) {
       add(csv_[at].raw);
-    } else if (change->second->action != Action::kRemoveRow) {
+    } else if (change->second->action != Action::kRemoveItem) {
       add(Merged(*change->second->row, *change->second->record));
     }
   }
   for (const Step* step : added) add(FormatCsv(step->record->cells));
-  WriteBytes(path_, WriteFileText(written));
+  WriteBytes(path_, WriteText(written));
 }
 
 // The record's values in the row; those that are the same stay as they were typed.
@@ -318,73 +297,55 @@ std::u16string InventorySync::Merged(const TableRow& row, const TableRecord& rec
 }
 
 void InventorySync::WriteDatabase() {
-  Phase(u"Writing the table", steps_.size());
-  if (!has_table_) Check(database_->WriteAppInfoBlock(definition_.InOut()));
+  session_.Phase(u"Writing the table", steps_.size());
+  if (!has_table_) database_.WriteAppInfo(definition_);
 
   History history;
   const auto note = [&](const std::u16string& key, long id, std::uint32_t checksum) {
     if (id == 0) return;  // it is found by its key
     history.ids[key] = id;
-    history.checksums[id] = checksum;
+    history.records[id] = {checksum, 0};
+  };
+  const auto keep = [&](const std::u16string& key, long id) {
+    const auto known = history_.ids.find(key);
+    if (known == history_.ids.end() || known->second != id) return;
+    note(key, id, history_.records.at(id).checksum);
   };
   for (const Step& step : steps_) {
     switch (step.action) {
       case Action::kToRecord:
-        note(step.row->key, Store(step), ChecksumOf(step.row->bytes));
+        note(step.row->key, Store(step), ChecksumOf(step.row->content));
         break;
-      case Action::kSame:
-      case Action::kToRow:
+      case Action::kNothing:
+      case Action::kToItem:
       case Action::kConflict:
         if (step.record->deleted) break;
-        note(step.record->key, step.record->id, ChecksumOf(step.record->bytes));
+        note(step.record->key, step.record->id, ChecksumOf(step.record->content));
         break;
       case Action::kSkip:
         if (!step.record) break;
-        for (const Values* side :
-             {static_cast<const Values*>(step.record), static_cast<const Values*>(step.row)}) {
-          const auto known = side ? history_.ids.find(side->key) : history_.ids.end();
-          if (known == history_.ids.end() || known->second != step.record->id) continue;
-          note(known->first, known->second, history_.checksums.at(known->second));
-        }
+        keep(step.record->key, step.record->id);
+        if (step.row) keep(step.row->key, step.record->id);
         break;
       default:
         break;
     }
-    Progress();
+    session_.Progress();
   }
   // Last, as indexes change.
   for (const Step& step : steps_) {
-    if (step.action == Action::kRemoveRecord) Check(database_->Remove(step.record->id));
+    if (step.action == Action::kRemoveRecord) database_.Remove(step.record->id);
   }
   ClearMarks();
-  WriteIndex(history);
-  Check(database_->CloseDatabase());
-}
-
-void InventorySync::CreateDatabase() {
-  com::Ptr<PDBFileSystem> files;
-  Check(sync_->get_FileSystem(&files));
-  const Bstr name(kDatabase);
-  VARIANT variant;
-  variant.vt = VT_BSTR;
-  variant.bstrVal = name;
-  VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->CreateDatabase(variant, database_.InOut(), &done));
-  // It is not created when it is there: damaged, in use or out of reach.
-  if (!done) {
-    throw Error(com::kDeviceError, u"The database Inventory can't be opened. The log says why.");
-  }
-  Check(database_->put_CreatorId(Bstr(kCreator)));
-  Check(database_->get_SyncIndex(&index_));
+  index_->Write(history, 0);
+  database_.Close();
 }
 
 // Writes the row into its record, or a new one, and gives the record's id.
 long InventorySync::Store(const Step& step) {
   TableRecord record = step.record ? *step.record : TableRecord{};
-  Table::FillRecord(stream_, step.row->bytes);
-  auto category = static_cast<short>(record.category);
-  auto attributes = static_cast<eRecordAttribute>(record.attributes & ~eDirty);
-  Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
+  record.attributes &= ~eDirty;
+  database_.Write(record, step.row->content);
   return record.id;
 }
 
@@ -396,63 +357,12 @@ void InventorySync::ClearMarks() {
   };
   const bool all_settled = std::ranges::none_of(
       steps_, [&](const Step& step) { return step.action == Action::kSkip && marked(step); });
-  if (all_settled) {
-    Check(database_->RemoveWithDeleteFlag());
-    Check(database_->ResetModifyFlags());
-    return;
-  }
+  if (all_settled) return database_.ClearAllMarks();
   for (const Step& step : steps_) {
     const bool gone = step.action == Action::kRemoveRecord || step.action == Action::kSkip;
-    if (gone || !marked(step) || step.record->id == 0) continue;
-    if (step.record->deleted) {
-      Check(database_->Remove(step.record->id));
-    } else if (step.action != Action::kToRecord) {
-      TableRecord record = *step.record;
-      short category = 0;
-      eRecordAttribute attributes{};
-      VARIANT_BOOL read = VARIANT_FALSE;
-      Check(database_->ReadNextById(&record.index, record.id, &category, &attributes,
-                                    stream_.InOut(), &read));
-      if (!read) throw Error(com::kDeviceError, u"Record " + Decimal(record.id) + u" is gone.");
-      attributes = static_cast<eRecordAttribute>(attributes & ~eDirty);
-      Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
-    }
+    if (!gone && marked(step)) database_.ClearMarks(*step.record);
   }
 }
-
-// Everything anew, which drops the entries of rows that are gone; or nothing, when nothing changed.
-void InventorySync::WriteIndex(const History& history) {
-  if (history == history_ && !outdated_) return;
-  const auto add = [&](std::u16string_view entry, std::uint32_t number) {
-    Check(index_->Add(Bstr(entry), static_cast<long>(number)));
-  };
-  Check(index_->Clear());
-  add(kStampEntry, static_cast<std::uint32_t>(Stamp()));
-  for (const auto& [key, id] : history.ids) {
-    add(EntryOf(key, [&](char16_t c) { return table_.CodePageHolds(c); }),
-        static_cast<std::uint32_t>(id));
-  }
-  for (const auto& [id, checksum] : history.checksums) add(EntryOf(id), checksum);
-}
-
-// Tells one pair of file and database from another. A database on a handheld has no path.
-long InventorySync::Stamp() const {
-  DATE created = 0;
-  Bstr path;
-  Check(database_->CreateDateTime(&created));
-  (void)database_->get_PDBFilePath(&path);
-  std::u16string places = path.Text() + u" " + path_.u16string();
-  ::CharUpperBuffW(reinterpret_cast<wchar_t*>(places.data()), static_cast<DWORD>(places.size()));
-  return static_cast<long>(ChecksumOf(ToUtf8(Decimal(std::lround(created)) + u" " + places)));
-}
-
-long InventorySync::Entry(const std::u16string& key) const {
-  long number = 0;
-  Check(index_->get_UniqueId(Bstr(key), &number));
-  return number;
-}
-
-// ---- Pylon's window, log and settings
 
 void InventorySync::LogSteps() const {
   struct {
@@ -463,34 +373,34 @@ void InventorySync::LogSteps() const {
   for (const Step& step : steps_) {
     const std::u16string name = step.record ? NameOf(*step.record) : step.row->key;
     switch (step.action) {
-      case Action::kSame:
+      case Action::kNothing:
         break;
       case Action::kToRecord:
         ++(step.record ? table.updated : table.added);
-        Log((step.record ? u"Table, updated: " : u"Table, added: ") + step.row->key);
+        session_.Log((step.record ? u"Table, updated: " : u"Table, added: ") + step.row->key);
         break;
-      case Action::kToRow:
+      case Action::kToItem:
         ++(step.row ? file.updated : file.added);
-        Log((step.row ? u"File, updated: " : u"File, added: ") + name);
+        session_.Log((step.row ? u"File, updated: " : u"File, added: ") + name);
         break;
       case Action::kConflict:
         ++conflicts;
-        Log(u"Conflict: " + step.row->key + u" was changed on both sides; " +
-            path_.filename().u16string() +
-            u" has the handheld's row now, and the file's row is in " +
-            Beside(kConflicts).filename().u16string());
+        session_.Log(u"Conflict: " + step.row->key + u" was changed on both sides; " +
+                     path_.filename().u16string() +
+                     u" has the handheld's row now, and the file's row is in " +
+                     Beside(kConflicts).filename().u16string());
         break;
       case Action::kRemoveRecord:
         ++table.removed;
-        Log(u"Table, removed: " + name + u" (its row is gone)");
+        session_.Log(u"Table, removed: " + name + u" (its row is gone)");
         break;
-      case Action::kRemoveRow:
+      case Action::kRemoveItem:
         ++file.removed;
-        Log(u"File, removed: " + step.row->key + u" (its record was deleted)");
+        session_.Log(u"File, removed: " + step.row->key + u" (its record was deleted)");
         break;
       case Action::kSkip:
         ++skipped;
-        Log(u"Skipped: " + ReasonOf(step));
+        session_.Log(u"Skipped: " + ReasonOf(step));
         break;
     }
   }
@@ -498,8 +408,8 @@ void InventorySync::LogSteps() const {
     return Number(side.added) + u" added, " + Number(side.updated) + u" updated, " +
            Number(side.removed) + u" removed";
   };
-  Log(u"Table: " + counts(table) + u". File: " + counts(file) + u". " + Number(skipped) +
-      u" skipped, " + Number(conflicts) + u" in conflict.");
+  session_.Log(u"Table: " + counts(table) + u". File: " + counts(file) + u". " + Number(skipped) +
+               u" skipped, " + Number(conflicts) + u" in conflict.");
 }
 
 std::u16string InventorySync::ReasonOf(const Step& step) const {
@@ -530,37 +440,5 @@ fs::path InventorySync::Beside(std::u16string_view word) const {
   name += path_.extension();
   return path_.parent_path() / name;
 }
-
-std::u16string InventorySync::Setting(std::u16string_view key,
-                                      std::u16string_view default_value) const {
-  Bstr value;
-  Check(conduit_->GetSettings(Bstr(kSection), Bstr(key), Bstr(default_value), &value));
-  return value.Text();
-}
-
-void InventorySync::Phase(std::u16string_view text, size_t steps) {
-  if (!writing_) StopIfCancelled();  // a new main text clears the flag
-  Check(sync_->UpdateStatusMain(Bstr(text)));
-  Check(sync_->UpdateStatusMaxBar(static_cast<long>(steps) + 1));
-  steps_to_show_ = 0;
-}
-
-void InventorySync::Progress() {
-  ++steps_to_show_;
-  // More often than the eye follows, painting takes longer than the work.
-  const ULONGLONG now = ::GetTickCount64();
-  if (now - shown_at_ < kShowEvery) return;
-  shown_at_ = now;
-  Check(sync_->UpdateStatusIncrementBar(std::exchange(steps_to_show_, 0)));
-  if (!writing_) StopIfCancelled();
-}
-
-void InventorySync::StopIfCancelled() const {
-  VARIANT_BOOL cancelled = VARIANT_FALSE;
-  Check(sync_->get_CancelSync(&cancelled));
-  if (cancelled) throw Error(com::kUserInterrupt, u"The sync was cancelled.");
-}
-
-void InventorySync::Log(std::u16string_view text) const { Check(sync_->UpdateLog(Bstr(text))); }
 
 }  // namespace inventory

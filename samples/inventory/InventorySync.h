@@ -1,15 +1,19 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "Csv.h"
+#include "Files.h"
+#include "HistoryIndex.h"
 #include "Plan.h"
+#include "RecordDatabase.h"
+#include "Session.h"
 #include "Table.h"
-#include "Text.h"
-#include "WindowsCodePage.h"
+#include "WindowsText.h"
 
 namespace inventory {
 
@@ -43,12 +47,9 @@ class InventorySync {
   void WriteFile();
   std::u16string Merged(const TableRow& row, const TableRecord& record) const;
   void WriteDatabase();
-  void CreateDatabase();
   long Store(const Step& step);
   void ClearMarks();
-  void WriteIndex(const History& history);
-  long Stamp() const;
-  long Entry(const std::u16string& key) const;
+  void OpenIndex();
 
   void LogSteps() const;
   std::u16string ReasonOf(const Step& step) const;
@@ -56,39 +57,26 @@ class InventorySync {
   std::u16string NameOfCell(size_t column) const;
   std::filesystem::path Beside(std::u16string_view word) const;
 
-  std::u16string Setting(std::u16string_view key, std::u16string_view default_value) const;
-  void Phase(std::u16string_view text, size_t steps);
-  void Progress();
-  void StopIfCancelled() const;
-  void Log(std::u16string_view text) const;
-
-  WindowsCodePage code_page_;
+  sample::WindowsText system_;
   Table table_;
-  com::Ptr<_oSyncInfo> sync_;
-  com::Ptr<_CConduitInfo> conduit_;
-  com::Ptr<PDBDatabase> database_;
-  com::Ptr<_CSyncIndex> index_;
-  com::Ptr<_PDBByteStream> stream_;  // carries every record and block
-  bool is_open_ = false;             // the database; one that is missing is made when it is written
-  bool has_table_ = false;           // in the database
-  bool is_known_ = false;            // the index speaks of this file and this database
+  sample::Session session_;
+  sample::RecordDatabase database_;
+  std::optional<sample::HistoryIndex> index_;
+  bool is_open_ = false;    // the database; one that is missing is made when it is written
+  bool has_table_ = false;  // in the database
+  bool is_known_ = false;   // the index is about this file and this database
   com::Ptr<_PDBByteStream> definition_;  // for a database without a table
 
   std::filesystem::path path_;  // of the file
   std::string file_bytes_;      // as they were read; none of a new file
-  FileText file_;
+  TableText file_;
   std::vector<CsvRow> csv_;  // blank lines, too
   size_t header_ = 0;        // its place among them
 
   std::vector<TableRow> rows_;
   std::vector<TableRecord> records_;
-  History history_;        // of the last sync
-  bool outdated_ = false;  // the index holds entries that are not in it
+  History history_;  // of the last sync
   std::vector<Step> steps_;
-  bool writing_ = false;  // it can't be cancelled any more
-
-  ULONGLONG shown_at_ = 0;
-  long steps_to_show_ = 0;  // since then
 };
 
 }  // namespace inventory

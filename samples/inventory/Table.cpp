@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "Text.h"
+#include "Files.h"
 
 namespace inventory {
 namespace {
@@ -56,7 +56,7 @@ Table::Table()
       byte_of_(0x10000, -1) {
   Check(stream_->put_UTF8Strings(VARIANT_FALSE));
   for (int byte = 1; byte < 256; ++byte) {
-    FillRecord(stream_, std::string(1, static_cast<char>(byte)));
+    sample::FillRecord(stream_, std::string(1, static_cast<char>(byte)));
     Bstr text;
     long offset = 0;
     Check(stream_->ByteToString(&text, &offset));
@@ -98,7 +98,7 @@ void Table::Bind() {
   columns_ = ColumnsOf(*definition_.get());
   Check(record_->putref_AppforgeDefinition(definition_.get()));
   // A record without a stream would make one of its own, whose texts are UTF-8.
-  FillRecord(stream_, std::string(MinimumSize(), '\0'));
+  sample::FillRecord(stream_, std::string(MinimumSize(), '\0'));
   Check(record_->putref_ByteStream(stream_.get()));
 }
 
@@ -121,8 +121,6 @@ Columns Table::ColumnsOf(_PDBAppforgeDefinition& definition) const {
   }
   return columns;
 }
-
-// ---- From cells
 
 std::optional<std::u16string> Table::Key(const std::u16string& cell, Problem& problem) {
   const FieldType type = columns_.front().type;
@@ -178,9 +176,9 @@ std::u16string Table::Put(short field, FieldType type, const std::u16string& cel
   if (!reason.empty()) return reason;
   switch (type) {
     case FieldType::kString:
-      return PutText(field, UnitsToBytes(cell));
+      return PutText(field, sample::UnitsToBytes(cell));
     case FieldType::kSignature:
-      return PutText(field, UnitsToBytes(*ParseSignature(cell)));
+      return PutText(field, sample::UnitsToBytes(*ParseSignature(cell)));
     case FieldType::kBoolean:
       Check(record_->put_BooleanValue(field, *ParseBoolean(cell) ? VARIANT_TRUE : VARIANT_FALSE));
       return {};
@@ -244,8 +242,6 @@ std::u16string Table::CheckedNumber(short field, FieldType type) {
   }
 }
 
-// ---- From bytes
-
 std::optional<Table::Problem> Table::Decode(std::string_view bytes,
                                             std::vector<std::u16string>& cells) {
   cells.clear();
@@ -268,7 +264,7 @@ std::optional<Table::Problem> Table::Decode(std::string_view bytes,
 std::optional<std::u16string> Table::Get(short field, FieldType type) {
   if (type == FieldType::kSignature) {
     const auto bytes = GetText(field);
-    const auto units = bytes ? UnitsFromBytes(*bytes) : std::nullopt;
+    const auto units = bytes ? sample::UnitsFromBytes(*bytes) : std::nullopt;
     if (!units) return std::nullopt;
     return FormatSignature(*units);
   }
@@ -301,21 +297,6 @@ std::optional<std::string> Table::GetText(short field) {
     bytes += static_cast<char>(byte_of_[c]);
   }
   return bytes;
-}
-
-// ---- Streams
-
-void Table::FillRecord(const com::Ptr<_PDBByteStream>& stream, std::string_view bytes) {
-  const com::ByteArray array(std::string(bytes) + '\0');
-  Check(stream->put_ByteArray(array.get()));
-}
-
-std::string Table::BytesOf(const com::Ptr<_PDBByteStream>& stream) {
-  com::ByteArray bytes;
-  long length = 0;
-  Check(stream->get_ByteArray(&bytes));
-  Check(stream->get_length(&length));
-  return std::string(bytes.bytes().substr(0, static_cast<size_t>(length)));
 }
 
 }  // namespace inventory

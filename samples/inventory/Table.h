@@ -7,10 +7,7 @@
 #include <vector>
 
 #include "Columns.h"
-#include "com.h"
-
-// After the standard headers: it takes the macro EOF away.
-#include "Pylon.h"
+#include "RecordDatabase.h"
 
 namespace inventory {
 
@@ -46,14 +43,6 @@ class Table {
   // As many cells as there are columns. On a problem `bytes` means nothing.
   std::optional<Problem> Encode(const std::vector<std::u16string>& cells, std::string& bytes);
   std::optional<Problem> Decode(std::string_view bytes, std::vector<std::u16string>& cells);
-
-  // Gives a stream a record's bytes. They are followed by the spare byte that a stream has behind
-  // its record; a block has none.
-  static void FillRecord(const com::Ptr<_PDBByteStream>& stream, std::string_view bytes);
-  // Bytes that a stream holds as a record or a block after a database has filled it.
-  static std::string BytesOf(const com::Ptr<_PDBByteStream>& stream);
-
-  bool CodePageHolds(char16_t c) const { return byte_of_[c] >= 0; }
 
  private:
   void Bind();

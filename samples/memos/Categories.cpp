@@ -36,7 +36,7 @@ void Categories::SetName(int category, std::string_view name) {
 std::u16string Categories::Folder(int category) const {
   if (category == 0) return {};
   const std::u16string name = Name(category);
-  return NameFor(name.empty() ? u"Category " + *FromUtf8(std::to_string(category)) : name);
+  return NameFor(name.empty() ? u"Category " + Decimal(category) : name);
 }
 
 std::optional<int> Categories::Find(std::u16string_view folder) const {

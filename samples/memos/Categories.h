@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "Text.h"
+#include "MemoText.h"
 
 namespace memos {
 

@@ -99,10 +99,10 @@ void Folder::Read(MemoFile& file, const SystemText& system) const try {
     return;
   }
   const std::string bytes = ReadBytes(path);
-  FileText text = ReadFileText(bytes, system);
-  file.content = HashOf(bytes);
+  FileMemo text = ReadMemo(bytes, system);
+  file.hash = HashOf(bytes);
   file.title = system.FoldCase(NameFor(system.Decode(text.memo)));
-  file.memo = std::move(text.memo);
+  file.content = std::move(text.memo);
   file.problem = std::move(text.problem);
 } catch (const FileError& error) {
   file.problem = error.reason;
@@ -134,7 +134,7 @@ std::u16string Folder::Keep(const std::u16string& title, std::string_view bytes)
 
 std::u16string Folder::Copy(const MemoFile& file, const std::u16string& stem) {
   const std::string bytes = ReadBytes(PathTo(file));
-  if (HashOf(bytes) != file.content) throw FileError{u"it changed during the sync"};
+  if (HashOf(bytes) != file.hash) throw FileError{u"it changed during the sync"};
   const fs::path path = FreePath(file.folder, stem, fs::path(file.name).extension());
   WriteBytes(path, bytes);
   return path.filename().u16string();
@@ -143,7 +143,7 @@ std::u16string Folder::Copy(const MemoFile& file, const std::u16string& stem) {
 void Folder::Replace(MemoFile& file, std::string_view bytes) const {
   RequireUnchanged(file);
   WriteBytes(PathTo(file), bytes);
-  file.content = HashOf(bytes);
+  file.hash = HashOf(bytes);
 }
 
 void Folder::Move(MemoFile& file, const std::u16string& to_folder, const std::u16string& stem) {
@@ -178,7 +178,7 @@ fs::path Folder::FreePath(const std::u16string& folder, const std::u16string& st
 
 // By its bytes: a file's time may be too coarse to tell.
 bool Folder::IsUnchanged(const MemoFile& file) const {
-  return HashOf(ReadBytes(PathTo(file))) == file.content;
+  return HashOf(ReadBytes(PathTo(file))) == file.hash;
 }
 
 void Folder::RequireUnchanged(const MemoFile& file) const {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
+#include "MemoText.h"
 #include "Plan.h"
-#include "Text.h"
 
 namespace memos {
 

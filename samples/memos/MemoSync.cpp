@@ -1,7 +1,7 @@
 #include "MemoSync.h"
 
 #include <algorithm>
-#include <cmath>
+#include <cstdio>
 #include <cwchar>
 #include <iterator>
 #include <random>
@@ -12,8 +12,6 @@ namespace memos {
 namespace {
 
 namespace fs = std::filesystem;
-using com::Bstr;
-using com::Check;
 using com::Error;
 
 constexpr std::u16string_view kDatabase = u"MemoDB";
@@ -21,22 +19,24 @@ constexpr std::u16string_view kCreator = u"memo";
 constexpr std::u16string_view kSection = u"Memos";
 constexpr std::u16string_view kDefaultFolder = u"Memos";
 constexpr std::u16string_view kArchive = u"Archive";
-constexpr ULONGLONG kShowEvery = 50;  // milliseconds
-
-std::u16string Number(long long value) { return *FromUtf8(std::to_string(value)); }
+// The log is written in the code page: a character that it lacks becomes '?' and four hex digits.
+std::u16string Escaped(std::u16string_view text, const SystemText& system) {
+  std::u16string result;
+  for (const char16_t c : text) {
+    if (system.Encode({&c, 1})) {
+      result += c;
+    } else {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "?%04X", static_cast<unsigned>(c));
+      result += *FromUtf8(escape);
+    }
+  }
+  return result;
+}
 
 }  // namespace
 
-MemoSync::MemoSync(_oSyncInfo* sync)
-    : sync_(sync), stream_(com::Create<_PDBByteStream>(__uuidof(PDBByteStream))) {
-  Check(sync_->get_ConduitInfo(&conduit_));
-  Bstr folder;
-  Check(conduit_->get_AppFolder(&folder));
-  app_folder_ = folder.Text();
-  // In Pylon's own process this is a direct pointer, not a second process.
-  Check(::CoCreateInstance(__uuidof(PDBByteStream), nullptr, CLSCTX_ALL, __uuidof(_PDBByteStream),
-                           reinterpret_cast<void**>(stream_.InOut())));
-}
+MemoSync::MemoSync(_oSyncInfo* sync) : session_(sync, kSection) {}
 
 void MemoSync::Run() {
   FindFolder();
@@ -54,19 +54,17 @@ void MemoSync::Run() {
   }
   ClearMarks();
   Save();
-  Log(u"Memos: " + Number(count_.added) + u" added, " + Number(count_.updated) + u" updated, " +
-      Number(count_.removed) + u" removed. Files: " + Number(count_.written) + u" new, " +
-      Number(count_.rewritten) + u" updated, " + Number(count_.moved) + u" moved, " +
-      Number(count_.deleted) + u" deleted, " + Number(count_.skipped) + u" skipped, " +
-      Number(count_.conflicts) + u" in conflict.");
+  Log(u"Memos: " + Decimal(count_.added) + u" added, " + Decimal(count_.updated) + u" updated, " +
+      Decimal(count_.removed) + u" removed. Files: " + Decimal(count_.written) + u" new, " +
+      Decimal(count_.rewritten) + u" updated, " + Decimal(count_.moved) + u" moved, " +
+      Decimal(count_.deleted) + u" deleted, " + Decimal(count_.skipped) + u" skipped, " +
+      Decimal(count_.conflicts) + u" in conflict.");
 }
 
-// ---- Reading
-
 void MemoSync::FindFolder() {
-  std::u16string setting = Setting(u"Folder", kDefaultFolder);
+  std::u16string setting = session_.Setting(u"Folder", kDefaultFolder);
   if (setting.empty()) setting = kDefaultFolder;
-  folder_path_ = FolderPath(app_folder_, setting);
+  folder_path_ = FolderPath(session_.app_folder(), setting);
   const std::u16string folder = folder_path_.u16string();
   std::error_code error;
   // A folder that is away must not look like one whose files were all deleted.
@@ -74,75 +72,34 @@ void MemoSync::FindFolder() {
     throw Error(com::kPathNotFound, u"The folder of the memos is missing: " + folder +
                                         u". Make it, or name another one as Folder in the section "
                                         u"Memos of " +
-                                        (app_folder_ / u"AppStore.ini").u16string() + u".");
+                                        (session_.app_folder() / u"AppStore.ini").u16string() +
+                                        u".");
   }
-  if (Contains(folder_path_, FolderPath(app_folder_, {}))) {
+  if (Contains(folder_path_, FolderPath(session_.app_folder(), {}))) {
     throw Error(com::kPathAccess,
                 u"The folder of the memos must not hold the conduit's own files: " + folder);
   }
   folder_.emplace(folder_path_);
-  archive_.emplace(app_folder_ / kArchive);
-  pause_ = std::max(std::wcstol(com::Wide(Setting(u"Pause", u"0")), nullptr, 10), 0L);
+  archive_.emplace(session_.app_folder() / kArchive);
+  pause_ = std::max(std::wcstol(com::Wide(session_.Setting(u"Pause", u"0")), nullptr, 10), 0L);
 }
 
 void MemoSync::OpenDatabase() {
-  com::Ptr<PDBFileSystem> files;
-  Check(sync_->get_FileSystem(&files));
-  const Bstr name(kDatabase);
-  VARIANT_BOOL done = VARIANT_FALSE;
-  Check(files->OpenDatabase(name, database_.InOut(), &done));
-  if (done) return;
-
-  // It is not created when it is there: damaged, in use or out of reach.
-  VARIANT variant;
-  variant.vt = VT_BSTR;
-  variant.bstrVal = name;
-  Check(files->CreateDatabase(variant, database_.InOut(), &done));
-  if (!done) {
-    throw Error(com::kDeviceError, u"The database MemoDB can't be opened. The log says why.");
-  }
-  Check(database_->put_CreatorId(Bstr(kCreator)));
+  if (!database_.Open(session_, kDatabase)) database_.Create(session_, kDatabase, kCreator);
 }
 
 void MemoSync::ReadRecords() {
-  long count = 0;
-  Check(database_->get_RecordCount(&count));
-  Phase(u"Reading the memos", static_cast<size_t>(count));
-  categories_.emplace(ReadAppInfo(), system_);
-
+  const long count = database_.Count();
+  session_.Phase(u"Reading the memos", static_cast<size_t>(count));
+  categories_.emplace(sample::BytesOf(database_.ReadAppInfo()), system_);
   for (long index = 1; index <= count; ++index) {
     MemoRecord record;
-    record.index = index;
-    short category = 0;
-    eRecordAttribute attributes{};
-    VARIANT_BOOL read = VARIANT_FALSE;
-    Check(database_->ReadNextByIndex(index, &record.id, &category, &attributes, stream_.InOut(),
-                                     &read));
-    if (!read) throw Error(com::kDeviceError, u"Record " + Number(index) + u" can't be read.");
-    com::ByteArray bytes;
-    Check(stream_->get_ByteArray(&bytes));
-    long length = 0;
-    Check(stream_->get_length(&length));
-    record.category = category;
-    record.attributes = attributes;
-    record.dirty = (attributes & eDirty) != 0;
-    record.deleted = (attributes & eDelete) != 0;
-    record.secret = (attributes & eSecret) != 0;
-    record.archived = record.deleted && (attributes & eArchive) != 0;
-    record.memo = MemoOfRecord(bytes.bytes().substr(0, static_cast<size_t>(length)));
-    record.title = system_.FoldCase(NameFor(system_.Decode(record.memo)));
+    record.content = MemoOfRecord(database_.Read(index, record));
+    record.secret = (record.attributes & eSecret) != 0;
+    record.title = system_.FoldCase(NameFor(system_.Decode(record.content)));
     records_.push_back(std::move(record));
-    Progress({});
+    session_.Progress();
   }
-}
-
-std::string MemoSync::ReadAppInfo() {
-  Check(database_->ReadAppInfoBlock(stream_.InOut()));
-  com::ByteArray bytes;
-  Check(stream_->get_ByteArray(&bytes));
-  long length = 0;
-  Check(stream_->get_length(&length));
-  return std::string(bytes.bytes().substr(0, static_cast<size_t>(length)));
 }
 
 void MemoSync::ListFolder() {
@@ -161,9 +118,14 @@ void MemoSync::ListFolder() {
 }
 
 void MemoSync::ReadIndex() {
-  index_.emplace(*database_.get(), Stamp(), system_);
-  history_ = index_->Read(files_, records_, categories_->SyncMark());
-  if (files_.empty() && !history_.memos.empty()) {
+  const auto to_key = [](std::u16string_view path, const SystemText& system) {
+    return system.FoldCase(path);
+  };
+  index_.emplace(*database_, folder_path_.u16string(), system_, to_key);
+  std::vector<std::u16string> paths;
+  std::ranges::transform(files_, std::back_inserter(paths), PathOf);
+  history_ = index_->Read(paths, records_, categories_->SyncMark());
+  if (files_.empty() && !history_.records.empty()) {
     Log(u"The folder of the memos is empty: what the database holds is written to it.");
     history_ = {};
   }
@@ -171,16 +133,16 @@ void MemoSync::ReadIndex() {
 
 void MemoSync::ReadFolder() {
   // A memo whose file has vanished may have been moved too deep.
-  if (history_.memos.size() > history_.ids.size()) {
+  if (history_.records.size() > history_.ids.size()) {
     std::ranges::move(folder_->ListLeftOut(left_out_), std::back_inserter(files_));
   }
-  Phase(u"Reading the text files", files_.size());
+  session_.Phase(u"Reading the text files", files_.size());
   std::set<int> in_use;
   for (const MemoRecord& record : records_) in_use.insert(record.category);
   std::vector<MemoFile*> without;
   for (MemoFile& file : files_) {
     const std::u16string path = PathOf(file);
-    Progress(path);
+    session_.Progress(path);
     folder_->Read(file, system_);
     if (file.place == MemoFile::Place::kTooDeep) {
       if (file.problem.empty()) file.problem = u"only one level of folders becomes categories";
@@ -188,7 +150,7 @@ void MemoSync::ReadFolder() {
     }
     // A file that lies where it did has not left its category, whatever that is called now.
     const auto known = history_.ids.find(path);
-    const auto category = known != history_.ids.end() ? history_.memos.at(known->second).category
+    const auto category = known != history_.ids.end() ? history_.records.at(known->second).category
                                                       : categories_->Find(file.folder);
     if (category) {
       file.category = *category;
@@ -214,24 +176,12 @@ void MemoSync::ReadFolder() {
   }
 }
 
-// Tells one pair of folder and database from another. A database on a handheld has no path.
-std::string MemoSync::Stamp() const {
-  DATE created = 0;
-  Bstr path;
-  Check(database_->CreateDateTime(&created));
-  (void)database_->get_PDBFilePath(&path);
-  return std::to_string(std::lround(created)) + " " +
-         ToUtf8(system_.FoldCase(path.Text() + u" " + folder_path_.u16string()));
-}
-
-// ---- Doing
-
 void MemoSync::Apply(const std::vector<Step>& steps) {
-  Phase(u"Synchronising the memos", steps.size());
+  session_.Phase(u"Synchronising the memos", steps.size());
   for (const Step& step : steps) {
     const std::u16string what =
-        step.file ? PathOf(*step.file) : FirstLine(system_.Decode(step.record->memo));
-    Progress(what);
+        step.file ? PathOf(*step.file) : FirstLine(system_.Decode(step.record->content));
+    session_.Progress(what);
     try {
       Do(step);
     } catch (const FileError& error) {
@@ -242,8 +192,8 @@ void MemoSync::Apply(const std::vector<Step>& steps) {
     for (const ULONGLONG start = ::GetTickCount64();
          ::GetTickCount64() - start < static_cast<ULONGLONG>(pause_);) {
       // Setting the text lets the window take a click on Cancel.
-      Check(sync_->UpdateStatusDetail(Bstr(what)));
-      StopIfCancelled();
+      session_.ShowDetail(what);
+      session_.StopIfCancelled();
       ::Sleep(20);
     }
   }
@@ -271,15 +221,15 @@ void MemoSync::Do(const Step& step) {
 }
 
 void MemoSync::Remove(const MemoRecord& record) {
-  Check(database_->Remove(record.id));
+  database_.Remove(record.id);
   ++count_.removed;
-  Log(u"Removed: " + FirstLine(system_.Decode(record.memo)) + u" (its file is gone)");
-  history_.memos.erase(record.id);
+  Log(u"Removed: " + FirstLine(system_.Decode(record.content)) + u" (its file is gone)");
+  history_.records.erase(record.id);
 }
 
 void MemoSync::Archive(const MemoRecord& record) {
-  const std::u16string text = system_.Decode(record.memo);
-  archive_->Keep(NameFor(text), WriteFileText(record.memo, system_));
+  const std::u16string text = system_.Decode(record.content);
+  archive_->Keep(NameFor(text), WriteMemo(record.content, system_));
   Log(u"Archived: " + FirstLine(text));
   MemoRecord archived = record;
   archived.attributes &= ~eArchive;  // once is enough, should this sync be cancelled
@@ -293,8 +243,8 @@ void MemoSync::Merge(const Step& step) {
   } else if (step.secret) {
     record.attributes = eSecret;
   }
-  if (history_.memos.size() >= History::kMaxMemos && !history_.memos.contains(record.id)) {
-    throw FileError{u"the sync index has room for " + Number(History::kMaxMemos) + u" memos"};
+  if (history_.records.size() >= History::kMaxRecords && !history_.records.contains(record.id)) {
+    throw FileError{u"the sync index has room for " + Decimal(History::kMaxRecords) + u" memos"};
   }
   MemoFile file;
   if (step.file) {
@@ -303,13 +253,13 @@ void MemoSync::Merge(const Step& step) {
   } else {
     file.folder = categories_->Folder(step.category);
     file.name = folder_->Create(file.folder, NameFor(system_.Decode(*step.memo)),
-                                WriteFileText(*step.memo, system_));
+                                WriteMemo(*step.memo, system_));
     ++count_.written;
     Log(u"New file: " + PathOf(file));
   }
 
-  if (!step.record || record.memo != *step.memo || record.category != step.category) {
-    record.memo = *step.memo;
+  if (!step.record || record.content != *step.memo || record.category != step.category) {
+    record.content = *step.memo;
     record.category = step.category;
     record.attributes &= ~(eDirty | eDelete);
     Store(record);
@@ -320,21 +270,21 @@ void MemoSync::Merge(const Step& step) {
   // Databases for a HotSync install hold no ids: their records are found by their text.
   if (record.id != 0) {
     history_.ids[PathOf(file)] = record.id;
-    history_.memos[record.id] = {ChecksumOf(*step.memo), step.category};
+    history_.records[record.id] = {ChecksumOf(*step.memo), step.category};
   }
 }
 
 // Gives the file the memo, then the name and the folder that go with it.
 void MemoSync::PlaceFile(MemoFile& file, const Step& step) {
   std::u16string stem = fs::path(file.name).stem().u16string();
-  if (file.memo != *step.memo) {
-    folder_->Replace(file, WriteFileText(*step.memo, system_));
+  if (file.content != *step.memo) {
+    folder_->Replace(file, WriteMemo(*step.memo, system_));
     ++count_.rewritten;
     Log(u"File updated: " + PathOf(file));
     // A name that was made of the first line goes with it; one that the user chose stays.
     const std::u16string name = NameFor(system_.Decode(*step.memo));
     if (step.action == Step::Action::kMerge && file.title != system_.FoldCase(name) &&
-        IsNameOrNumbered(stem, NameFor(system_.Decode(file.memo)))) {
+        IsNameOrNumbered(stem, NameFor(system_.Decode(file.content)))) {
       stem = name;
     }
   }
@@ -372,47 +322,24 @@ void MemoSync::Conflict(const Step& step) {
       u"\" was changed on both sides; the handheld's text goes to " + PathOf(*step.file) +
       u", the PC's to " + PathOf(copy));
   if (!step.copy) {
-    Merge({Step::Action::kMerge, &copy, nullptr, &copy.memo, copy.category, nullptr, step.secret});
+    Merge(
+        {Step::Action::kMerge, &copy, nullptr, &copy.content, copy.category, nullptr, step.secret});
   }
 }
 
-// Writes the record; a new one gets its id.
-void MemoSync::Store(MemoRecord& record) {
-  // The final NUL, and the spare byte that a stream has behind its record.
-  const com::ByteArray bytes(record.memo + std::string(2, '\0'));
-  Check(stream_->put_ByteArray(bytes.get()));
-  short category = static_cast<short>(record.category);
-  auto attributes = static_cast<eRecordAttribute>(record.attributes);
-  Check(database_->Update(record.index, &record.id, &category, &attributes, stream_.InOut()));
-}
+// Writes the record with its final NUL; a new one gets its id.
+void MemoSync::Store(MemoRecord& record) { database_.Write(record, record.content + '\0'); }
 
 // Takes the handheld's marks for what is done now.
 void MemoSync::ClearMarks() {
-  if (unsettled_.empty()) {
-    Check(database_->RemoveWithDeleteFlag());
-    Check(database_->ResetModifyFlags());
-  }
+  if (unsettled_.empty()) database_.ClearAllMarks();
   for (const MemoRecord& record : records_) {
-    const bool settled = !unsettled_.contains(&record);
-    if (settled && record.deleted) history_.memos.erase(record.id);
-    if (!settled || unsettled_.empty() || record.id == 0) continue;
-    if (record.deleted) {
-      Check(database_->Remove(record.id));
-    } else if (record.dirty) {
-      long index = 0;
-      short category = 0;
-      eRecordAttribute attributes{};
-      VARIANT_BOOL read = VARIANT_FALSE;
-      Check(database_->ReadNextById(&index, record.id, &category, &attributes, stream_.InOut(),
-                                    &read));
-      if (!read || !(attributes & eDirty)) continue;  // removed, or stored, since it was read
-      long id = record.id;
-      attributes = static_cast<eRecordAttribute>(attributes & ~eDirty);
-      Check(database_->Update(index, &id, &category, &attributes, stream_.InOut()));
-    }
+    if (unsettled_.contains(&record)) continue;
+    if (record.deleted) history_.records.erase(record.id);
+    if (!unsettled_.empty()) database_.ClearMarks(record);
   }
   std::erase_if(history_.ids,
-                [&](const auto& entry) { return !history_.memos.contains(entry.second); });
+                [&](const auto& entry) { return !history_.records.contains(entry.second); });
 }
 
 void MemoSync::Save() {
@@ -423,52 +350,11 @@ void MemoSync::Save() {
     while (mark == old || mark == 0) mark = static_cast<unsigned char>(random());
     categories_->SetSyncMark(mark);
   }
-  if (categories_->changed()) {
-    // A block has no spare byte: the array is taken whole.
-    const com::ByteArray bytes(categories_->app_info());
-    Check(stream_->put_ByteArray(bytes.get()));
-    Check(database_->WriteAppInfoBlock(stream_.InOut()));
-  }
+  if (categories_->changed()) database_.WriteAppInfo(categories_->app_info());
   index_->Write(history_, categories_->SyncMark());
-  Check(database_->CloseDatabase());
+  database_.Close();
 }
 
-// ---- Pylon's window, log and settings
-
-std::u16string MemoSync::Setting(std::u16string_view key, std::u16string_view default_value) const {
-  Bstr value;
-  Check(conduit_->GetSettings(Bstr(kSection), Bstr(key), Bstr(default_value), &value));
-  return value.Text();
-}
-
-void MemoSync::Phase(std::u16string_view text, size_t steps) {
-  StopIfCancelled();  // a new main text clears the flag
-  Check(sync_->UpdateStatusMain(Bstr(text)));
-  Check(sync_->UpdateStatusMaxBar(static_cast<long>(steps) + 1));
-  steps_to_show_ = 0;
-}
-
-void MemoSync::Progress(std::u16string_view detail) {
-  StopIfCancelled();
-  ++steps_to_show_;
-  // More often than the eye follows, painting takes longer than the work.
-  const ULONGLONG now = ::GetTickCount64();
-  if (now - shown_at_ < kShowEvery) return;
-  shown_at_ = now;
-  if (!detail.empty()) Check(sync_->UpdateStatusDetail(Bstr(detail)));
-  Check(sync_->UpdateStatusIncrementBar(std::exchange(steps_to_show_, 0)));
-  StopIfCancelled();
-}
-
-void MemoSync::StopIfCancelled() const {
-  VARIANT_BOOL cancelled = VARIANT_FALSE;
-  Check(sync_->get_CancelSync(&cancelled));
-  if (cancelled) throw Error(com::kUserInterrupt, u"The sync was cancelled.");
-}
-
-// The log is written in the code page.
-void MemoSync::Log(std::u16string_view text) const {
-  Check(sync_->UpdateLog(Bstr(Escaped(text, system_))));
-}
+void MemoSync::Log(std::u16string_view text) const { session_.Log(Escaped(text, system_)); }
 
 }  // namespace memos

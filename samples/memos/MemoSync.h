@@ -9,14 +9,11 @@
 
 #include "Categories.h"
 #include "Folder.h"
-#include "History.h"
-#include "MemoIndex.h"
+#include "HistoryIndex.h"
 #include "Plan.h"
+#include "RecordDatabase.h"
+#include "Session.h"
 #include "WindowsText.h"
-#include "com.h"
-
-// After the standard headers: it takes the macro EOF away.
-#include "Pylon.h"
 
 namespace memos {
 
@@ -55,26 +52,14 @@ class MemoSync {
   void ClearMarks();
   void Save();
 
-  std::string ReadAppInfo();
-  std::u16string Setting(std::u16string_view key, std::u16string_view default_value) const;
-  std::string Stamp() const;
-
-  void Phase(std::u16string_view text, size_t steps);
-  void Progress(std::u16string_view detail);
-  void StopIfCancelled() const;
   void Log(std::u16string_view text) const;
 
-  WindowsText system_;
-  com::Ptr<_oSyncInfo> sync_;
-  com::Ptr<_CConduitInfo> conduit_;
-  com::Ptr<PDBDatabase> database_;
-  com::Ptr<_PDBByteStream> stream_;  // carries every record and block
+  sample::WindowsText system_;
+  sample::Session session_;
+  sample::RecordDatabase database_;
 
-  std::filesystem::path app_folder_;
   std::filesystem::path folder_path_;
   long pause_ = 0;  // milliseconds after each step
-  ULONGLONG shown_at_ = 0;
-  long steps_to_show_ = 0;  // since then
 
   std::optional<Folder> folder_;
   std::optional<Folder> archive_;
@@ -82,7 +67,7 @@ class MemoSync {
   std::optional<Categories> categories_;
   std::vector<MemoFile> files_;
   std::vector<MemoRecord> records_;
-  std::optional<MemoIndex> index_;
+  std::optional<sample::HistoryIndex> index_;
   History history_;  // of the last sync; each step that is done brings its entries up to date
   // Of steps that were not done: the handheld's marks on them stay for the next sync.
   std::unordered_set<const MemoRecord*> unsettled_;

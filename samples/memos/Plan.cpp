@@ -2,16 +2,18 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <map>
+#include <optional>
 #include <unordered_map>
 #include <utility>
 
-#include "Text.h"
+#include "MemoText.h"
 
 namespace memos {
 namespace {
 
-using Action = Step::Action;
+using sample::Action;
+using sample::Decide;
+using sample::IsUnchanged;
 
 class Planner {
  public:
@@ -24,9 +26,9 @@ class Planner {
   std::vector<Step> Run() {
     const auto is_usable = [](const MemoFile& file) { return file.problem.empty(); };
     const auto category_and_text = [](const auto& side) {
-      return std::pair(side.category, side.memo);
+      return std::pair(side.category, side.content);
     };
-    const auto text = [](const auto& side) { return side.memo; };
+    const auto text = [](const auto& side) { return side.content; };
     const auto is_known = [&](const MemoFile& file) {
       return file.problem.empty() && history_.ids.contains(PathOf(file));
     };
@@ -44,7 +46,7 @@ class Planner {
 
     // What can't become a memo is still there: the memo of that text has not lost its file.
     const auto has_problem = [](const MemoFile& file) {
-      return !file.problem.empty() && !file.memo.empty();
+      return !file.problem.empty() && !file.content.empty();
     };
     PairBy(text, has_problem);
     PairRenamed(has_problem);
@@ -52,10 +54,10 @@ class Planner {
     PairBy([](const auto& side) { return std::pair(side.category, side.title); },
            [](const MemoFile& file) { return file.problem.empty() && !IsCopy(file); });
 
-    for (const MemoFile& file : files_) DecideFile(file, PartnerOf(file));
+    for (const MemoFile& file : files_) DecideFile(file, pairs_.RecordOf(file));
     for (const MemoRecord& record : records_) DecideRecord(record);
     std::stable_partition(steps_.begin(), steps_.end(), [](const Step& step) {
-      return step.action != Action::kRemove && step.action != Action::kDelete;
+      return step.action != Step::Action::kRemove && step.action != Step::Action::kDelete;
     });
     return std::move(steps_);
   }
@@ -65,136 +67,95 @@ class Planner {
 
   void PairByPath(Unchanged unchanged) {
     for (const MemoFile& file : files_) {
-      if (record_of_.contains(&file)) continue;
       const auto known = history_.ids.find(PathOf(file));
-      if (known == history_.ids.end()) continue;
+      if (known == history_.ids.end() || pairs_.RecordOf(file)) continue;
       const auto found = by_id_.find(known->second);
-      if (found == by_id_.end() || file_of_.contains(found->second)) continue;
+      if (found == by_id_.end() || pairs_.IsTaken(*found->second)) continue;
       const MemoRecord& record = *found->second;
-      const Synced* const last = LastTime(record);
+      const Synced* const last = history_.Find(record.id);
       if (!last) continue;
-      if (file.memo == record.memo || unchanged == Unchanged::kNone ||
-          (unchanged == Unchanged::kFile ? Holds(file, *last)
-                                         : !record.deleted && Holds(record, *last))) {
-        Pair(file, record);
+      if (file.content == record.content || unchanged == Unchanged::kNone ||
+          (unchanged == Unchanged::kFile ? IsUnchanged(file, last)
+                                         : !record.deleted && IsUnchanged(record, last))) {
+        pairs_.Pair(file, record);
       }
     }
   }
 
-  // Pairs what is left and has the same key; of several, in their order.
   template <class KeyOf, class Filter>
   void PairBy(KeyOf key_of, Filter may_pair) {
-    using Key = decltype(key_of(records_.front()));
-    std::multimap<Key, const MemoRecord*> free;
-    for (const MemoRecord& record : records_) {
-      if (IsFree(record)) free.emplace(key_of(record), &record);
-    }
-    for (const MemoFile& file : files_) {
-      if (IsFree(file) && may_pair(file)) Take(free, key_of(file), file);
-    }
+    pairs_.PairBy(
+        files_, records_,
+        [&](const MemoFile& file) {
+          return may_pair(file) ? std::optional(key_of(file)) : std::nullopt;
+        },
+        [&](const MemoRecord& record) { return std::optional(key_of(record)); });
   }
 
   // Pairs a file that has the text of the last sync, elsewhere, with the record whose text is no
   // longer that.
   template <class Filter>
   void PairRenamed(Filter may_pair) {
-    std::multimap<std::uint32_t, const MemoRecord*> free;
-    for (const MemoRecord& record : records_) {
-      const Synced* const last = LastTime(record);
-      if (last && IsFree(record)) free.emplace(last->checksum, &record);
-    }
-    for (const MemoFile& file : files_) {
-      if (IsFree(file) && may_pair(file)) Take(free, ChecksumOf(file.memo), file);
-    }
-  }
-
-  template <class Key>
-  void Take(std::multimap<Key, const MemoRecord*>& free, const Key& key, const MemoFile& file) {
-    const auto found = free.find(key);
-    if (found == free.end()) return;
-    Pair(file, *found->second);
-    free.erase(found);
-  }
-
-  void Pair(const MemoFile& file, const MemoRecord& record) {
-    record_of_[&file] = &record;
-    file_of_[&record] = &file;
-  }
-
-  bool IsFree(const MemoFile& file) const { return !record_of_.contains(&file); }
-  bool IsFree(const MemoRecord& record) const {
-    return !record.deleted && !file_of_.contains(&record);
-  }
-
-  const MemoRecord* PartnerOf(const MemoFile& file) const {
-    const auto found = record_of_.find(&file);
-    return found == record_of_.end() ? nullptr : found->second;
-  }
-
-  const Synced* LastTime(const MemoRecord& record) const {
-    const auto found = history_.memos.find(record.id);
-    return found == history_.memos.end() ? nullptr : &found->second;
-  }
-
-  template <class Side>
-  static bool Holds(const Side& side, const Synced& last) {
-    return ChecksumOf(side.memo) == last.checksum;
+    pairs_.PairBy(
+        files_, records_,
+        [&](const MemoFile& file) {
+          return may_pair(file) ? std::optional(ChecksumOf(file.content)) : std::nullopt;
+        },
+        [&](const MemoRecord& record) {
+          const Synced* const last = history_.Find(record.id);
+          return last ? std::optional(last->checksum) : std::nullopt;
+        });
   }
 
   void DecideFile(const MemoFile& file, const MemoRecord* record) {
     if (file.place != MemoFile::Place::kCategory) {
       // The folders that are too deep are named as a whole.
       if (record || file.place == MemoFile::Place::kNoCategory) {
-        steps_.push_back({Action::kSkip, &file, record});
+        steps_.push_back({Step::Action::kSkip, &file, record});
       }
       return;
     }
-    const Synced* const last = record ? LastTime(*record) : nullptr;
-    const bool file_unchanged = last && Holds(file, *last);
-
+    const Synced* const last = record ? history_.Find(record->id) : nullptr;
     const bool secret = record && record->secret;
-    if (record && record->deleted) {
-      if (file_unchanged) {
-        steps_.push_back({Action::kDelete, &file, record});
-        return;
-      }
-      record = nullptr;  // changed since: the memo starts anew
+    const Action action = Decide(&file, record, last, last);
+    if (action == Action::kRemoveItem) {
+      steps_.push_back({Step::Action::kDelete, &file, record});
+      return;
     }
-    if (record) {
-      if (file.memo == record->memo) return Merge(&file, record, file.memo, last);
-      if (file_unchanged && !record->memo.empty()) return Merge(&file, record, record->memo, last);
-    }
-    if (!file.problem.empty()) {
-      steps_.push_back({Action::kSkip, &file, record});
-    } else if (record && !record->memo.empty() && !(last && Holds(*record, *last))) {
-      steps_.push_back({Action::kConflict, &file, record, &record->memo,
-                        CategoryFor(&file, record, last), CopyOf(file), secret});
+    // A memo whose file has changed since it was deleted starts again.
+    const MemoRecord* const partner = record && record->deleted ? nullptr : record;
+    if (action == Action::kSkip) {
+      steps_.push_back({Step::Action::kSkip, &file, partner});
+    } else if (!partner) {
+      Merge(&file, nullptr, file.content, last, secret);
+    } else if (action == Action::kConflict) {
+      steps_.push_back({Step::Action::kConflict, &file, partner, &partner->content,
+                        CategoryFor(&file, partner, last), CopyOf(file), secret});
     } else {
-      Merge(&file, record, file.memo, last, secret);
+      Merge(&file, partner, action == Action::kToItem ? partner->content : file.content, last);
     }
   }
 
   void DecideRecord(const MemoRecord& record) {
-    const bool wanted = !record.memo.empty();
-    if (record.deleted) {
-      if (record.archived && wanted) {
-        steps_.push_back({Action::kArchive, nullptr, &record, &record.memo});
-      }
-      return;
+    if (record.archived && !record.content.empty()) {
+      steps_.push_back({Step::Action::kArchive, nullptr, &record, &record.content});
     }
-    if (file_of_.contains(&record)) return;
-    const Synced* const last = LastTime(record);
-    if (last && Holds(record, *last) && record.category == last->category) {
-      steps_.push_back({Action::kRemove, nullptr, &record});
-    } else if (wanted) {
-      Merge(nullptr, &record, record.memo, last);
+    if (pairs_.IsTaken(record)) return;
+    const Synced* const last = history_.Find(record.id);
+    // A memo that was moved has changed.
+    const bool moved = last && record.category != last->category;
+    const Action action = Decide(nullptr, &record, nullptr, moved ? nullptr : last);
+    if (action == Action::kRemoveRecord) {
+      steps_.push_back({Step::Action::kRemove, nullptr, &record});
+    } else if (action == Action::kToItem) {
+      Merge(nullptr, &record, record.content, last);
     }
   }
 
   void Merge(const MemoFile* file, const MemoRecord* record, const std::string& memo,
              const Synced* last, bool secret = false) {
-    steps_.push_back(
-        {Action::kMerge, file, record, &memo, CategoryFor(file, record, last), nullptr, secret});
+    steps_.push_back({Step::Action::kMerge, file, record, &memo, CategoryFor(file, record, last),
+                      nullptr, secret});
   }
 
   // The side that left the category of the last sync has moved the memo; the file if both did.
@@ -208,8 +169,9 @@ class Planner {
     const std::u16string wanted = ConflictName(name.stem().u16string());
     const auto found = std::ranges::find_if(files_, [&](const MemoFile& other) {
       const std::filesystem::path other_name(other.name);
-      return other.memo == file.memo && other.folder == file.folder && other.problem.empty() &&
-             IsFree(other) && other_name.extension() == name.extension() &&
+      return other.content == file.content && other.folder == file.folder &&
+             other.problem.empty() && !pairs_.RecordOf(other) &&
+             other_name.extension() == name.extension() &&
              IsNameOrNumbered(other_name.stem().u16string(), wanted);
     });
     return found == files_.end() ? nullptr : &*found;
@@ -225,8 +187,7 @@ class Planner {
   const std::vector<MemoRecord>& records_;
   const History& history_;
   std::unordered_map<long, const MemoRecord*> by_id_;
-  std::unordered_map<const MemoFile*, const MemoRecord*> record_of_;
-  std::unordered_map<const MemoRecord*, const MemoFile*> file_of_;
+  sample::Pairs<MemoFile, MemoRecord> pairs_;
   std::vector<Step> steps_;
 };
 
@@ -234,28 +195,6 @@ class Planner {
 
 std::u16string PathOf(const MemoFile& file) {
   return file.folder.empty() ? file.name : file.folder + u"\\" + file.name;
-}
-
-History Believable(const History& saved, const std::vector<MemoRecord>& records, bool same_state) {
-  const auto entry_of = [&](const MemoRecord& record) { return saved.memos.find(record.id); };
-  for (const MemoRecord& record : records) {
-    const auto entry = entry_of(record);
-    if (entry == saved.memos.end() || record.dirty || record.deleted) continue;
-    same_state = same_state && ChecksumOf(record.memo) == entry->second.checksum;
-  }
-  History history;
-  for (const MemoRecord& record : records) {
-    const auto entry = entry_of(record);
-    if (entry == saved.memos.end()) continue;
-    const bool may_differ = record.dirty || record.deleted;
-    if (may_differ ? same_state : ChecksumOf(record.memo) == entry->second.checksum) {
-      history.memos.insert(*entry);
-    }
-  }
-  for (const auto& [path, id] : saved.ids) {
-    if (history.memos.contains(id)) history.ids.emplace(path, id);
-  }
-  return history;
 }
 
 std::vector<Step> MakePlan(const std::vector<MemoFile>& files,

@@ -4,13 +4,20 @@
 #include <string>
 #include <vector>
 
-#include "History.h"
+#include "MemoText.h"
+#include "TwoWay.h"
 
 // Decides what a sync has to do, from what the folder and the database hold now and what both held
 // after the last sync. Touches neither; README.md has the decisions as a table.
 namespace memos {
 
-struct MemoFile {
+using sample::ChecksumOf;
+using sample::HashOf;
+using sample::History;
+using sample::Synced;
+
+// A memo's content is its text as a record holds it: code page, LF, no final NUL.
+struct MemoFile : sample::Item {
   // A file that has no category is not synced, but it is there: if it holds the text of a memo,
   // that is not gone.
   enum class Place { kCategory, kNoCategory, kTooDeep };
@@ -18,25 +25,15 @@ struct MemoFile {
   std::u16string folder;  // "" or the name of the sub-folder; a path if it is too deep
   std::u16string name;
   Place place = Place::kCategory;
-  int category = 0;  // of a file that lies where it did: as synced last, else the folder's
-  std::string memo;
-  std::u16string title;       // NameFor the memo's text, case folded
-  std::u16string problem;     // why it can't become a memo; empty when it can
-  std::uint64_t content = 0;  // HashOf its bytes
+  int category = 0;        // of a file that has not moved: as synced last, else the folder's
+  std::u16string title;    // NameFor the memo's text, case folded
+  std::uint64_t hash = 0;  // HashOf its bytes
 };
 
 std::u16string PathOf(const MemoFile& file);  // in the folder
 
-struct MemoRecord {
-  long index = 0;
-  long id = 0;
-  int category = 0;
-  int attributes = 0;
-  bool dirty = false;     // changed on the handheld since its last sync
-  bool deleted = false;   // on the handheld
-  bool archived = false;  // deleted, but a copy is wanted on the PC
+struct MemoRecord : sample::Record {
   bool secret = false;
-  std::string memo;
   std::u16string title;  // as in MemoFile
 };
 
@@ -55,20 +52,11 @@ struct Step {
   const MemoRecord* record = nullptr;
   const std::string* memo = nullptr;
   int category = 0;
-  // Of a conflict: a file that holds the same memo and the mark already, as a sync leaves that was
+  // Of a conflict: a file that holds the same memo and the mark already, left by a sync that was
   // killed at this step. It is new, so that it has a step of its own.
   const MemoFile* copy = nullptr;
   bool secret = false;  // of the record that this step makes
 };
-
-// What of an index's entries for these records, and for the files that are there, is true.
-//
-// An entry of a record that has another text, though the handheld did not change it, belongs to
-// another state of the database: an older backup of it, or another one, or the sync was killed
-// before it could save the index. Then no entry counts whose record is marked as changed or
-// deleted: what it was changed from is not what the index speaks of. `same_state`: the database's
-// sync mark is the index's.
-History Believable(const History& saved, const std::vector<MemoRecord>& records, bool same_state);
 
 // The steps point into `files` and `records`. Records are removed and files deleted last.
 std::vector<Step> MakePlan(const std::vector<MemoFile>& files,

@@ -15,13 +15,7 @@
 
 #include "appforge/PDBAppforgeDefinition.h"
 #include "appforge/PDBAppforgeRecord.h"
-#include "base/AnsiCodePage.h"
 #include "base/Text.h"
-#include "base/Win32.h"
-#include "files/cFileIO.h"
-#include "pdb/PDBByteStream.h"
-#include "pdb/PDBDatabasePC.h"
-#include "tests/automation/Processes.h"
 #include "tests/runs/SampleRun.h"
 
 namespace pylon {
@@ -34,15 +28,10 @@ using testing::Quoted;
 using namespace std::string_literals;
 
 // The table as an application on the handheld sees it. Its texts are bytes, one a character.
-class Handheld {
+class Handheld : public testing::SampleDatabase {
  public:
-  explicit Handheld(const fs::path& path)
-      : database_(std::make_unique<cFileIO>(path.parent_path().u16string(), Page()), Page(), clock_,
-                  nullptr) {
-    database_.SetDatabaseFor(dftWindows);
-    database_.SetPDBFilePath(path.u16string());
+  explicit Handheld(const fs::path& path) : SampleDatabase(path) {
     if (!fs::exists(path)) return;
-    EXPECT_TRUE(database_.OpenDatabase());
     PDBByteStream block(Page());
     database_.ReadAppInfoBlock(block);
     EXPECT_TRUE(definition_->IsAppforgeData(block));
@@ -55,7 +44,6 @@ class Handheld {
     database_.WriteAppInfoBlock(definition_->AppInfoBlock());
     record.SetAppforgeDefinition(definition_);
   }
-  void Close() { database_.CloseDatabase(); }
 
   int32_t count() const { return database_.RecordCount(); }
   // Reads the record with this key into `record`.
@@ -114,10 +102,6 @@ class Handheld {
   size_t size = 0;                            // of its bytes
 
  private:
-  static const AnsiCodePage& Page() { return AnsiCodePage::Windows1252(); }
-
-  SystemClock clock_;
-  PDBDatabasePC database_;
   std::shared_ptr<PDBAppforgeDefinition> definition_ =
       std::make_shared<PDBAppforgeDefinition>(Page());
 };

@@ -1,4 +1,4 @@
-// Whole runs of Pylon.exe with the sample conduit: every pair of changes, and kills at any moment.
+// Whole runs of Pylon.exe with the sample conduit: changes of both sides, and kills at any moment.
 
 #include <gtest/gtest.h>
 
@@ -21,13 +21,7 @@
 #include <utility>
 #include <vector>
 
-#include "base/AnsiCodePage.h"
 #include "base/Text.h"
-#include "base/Win32.h"
-#include "files/cFileIO.h"
-#include "pdb/PDBByteStream.h"
-#include "pdb/PDBDatabasePC.h"
-#include "tests/automation/Processes.h"
 #include "tests/runs/SampleRun.h"
 
 namespace pylon {
@@ -47,15 +41,10 @@ struct Memo {
 };
 
 // The database as the handheld sees it: read whole, changed, written back.
-class Handheld {
+class Handheld : public testing::SampleDatabase {
  public:
-  explicit Handheld(const fs::path& path)
-      : database_(std::make_unique<cFileIO>(path.parent_path().u16string(), Page()), Page(), clock_,
-                  nullptr) {
-    database_.SetDatabaseFor(dftWindows);
-    database_.SetPDBFilePath(path.u16string());
+  explicit Handheld(const fs::path& path) : SampleDatabase(path) {
     if (!fs::exists(path)) return;
-    EXPECT_TRUE(database_.OpenDatabase());
     for (int32_t index = 1; index <= database_.RecordCount(); ++index) {
       Memo& memo = memos.emplace_back();
       PDBByteStream stream(Page());
@@ -77,15 +66,15 @@ class Handheld {
     memos.resize(std::max(memos.size(), index + 1));
     memos[index] = std::move(memo);
   }
-  void Close() { database_.CloseDatabase(); }
+  // Replaces the memo with this first line, or adds it.
+  void Put(const std::string& title, std::string text, int16_t category, int32_t attributes) {
+    size_t index = 0;
+    while (index < memos.size() && !memos[index].text.starts_with(title + "\n")) ++index;
+    Store(index,
+          {index < memos.size() ? memos[index].id : 0, category, attributes, std::move(text)});
+  }
 
   std::vector<Memo> memos;
-
- private:
-  static const AnsiCodePage& Page() { return AnsiCodePage::Windows1252(); }
-
-  SystemClock clock_;
-  PDBDatabasePC database_;
 };
 
 constexpr char kMemos[] = "Memos";
@@ -112,6 +101,17 @@ class MemosTest : public testing::SampleRun<kMemos> {
     fs::create_directories((folder() / path).parent_path());
     std::ofstream(folder() / path) << text;  // CR LF
   }
+  // The memos as "category: text", with the mark of a change.
+  std::multiset<std::string> Memos() const {
+    std::multiset<std::string> memos;
+    for (const Memo& memo : Handheld(database()).memos) {
+      EXPECT_TRUE(memo.attributes == 0 || memo.attributes == eDirty) << memo.text;
+      memos.insert(std::string(kCategories[static_cast<size_t>(memo.category)]) + ": " + memo.text +
+                   (memo.attributes == eDirty ? " dirty" : ""));
+    }
+    return memos;
+  }
+
   // The files of a folder and its sub-folders, by their path in it, with LF.
   static std::map<std::string, std::string> Files(const fs::path& folder) {
     std::map<std::string, std::string> files;
@@ -126,224 +126,91 @@ class MemosTest : public testing::SampleRun<kMemos> {
   }
 };
 
-// ---- Every pair of changes
-
-// Row, column and outcome of README.md's table. An outcome "Home/Title=base" stands for a file and
-// its memo; "file" and "memo" before it for one of them alone.
-struct TableRow {
-  const char* file;
-  std::array<std::pair<const char*, const char*>, 6> outcomes;  // of each change of the memo
-};
-constexpr TableRow kTable[] = {
-    {"same",
-     {{{"same", "Home/Title=base"},
-       {"changed", "Home/Title=handheld"},
-       {"first line changed", "Home/Handheld=line"},
-       {"moved", "Other/Title=base"},
-       {"deleted", ""},
-       {"archived", "archive"}}}},
-    {"changed",
-     {{{"same", "Home/Title=pc"},
-       {"changed", "Home/Title=handheld; Home/Title (conflict)=pc"},
-       {"first line changed", "Home/Title=line; Home/Title (conflict)=pc"},
-       {"moved", "Other/Title=pc"},
-       {"deleted", "Home/Title=pc"},
-       {"archived", "archive; Home/Title=pc"}}}},
-    {"changed alike", {{{"changed alike", "Home/Title=both"}}}},
-    {"renamed",
-     {{{"same", "Home/Renamed=base"},
-       {"changed", "Home/Renamed=handheld"},
-       {"first line changed", "Home/Renamed=line"},
-       {"moved", "Other/Renamed=base"},
-       {"deleted", "Home/Renamed=base"},
-       {"archived", "archive; Home/Renamed=base"}}}},
-    {"moved",
-     {{{"same", "Work/Title=base"},
-       {"changed", "Work/Title=handheld"},
-       {"first line changed", "Work/Handheld=line"},
-       {"moved", "Work/Title=base"},
-       {"deleted", "Work/Title=base"},
-       {"archived", "archive; Work/Title=base"}}}},
-    {"vanished",
-     {{{"same", ""},
-       {"changed", "Home/Title=handheld"},
-       {"first line changed", "Home/Handheld=line"},
-       {"moved", "Other/Title=base"},
-       {"deleted", ""},
-       {"archived", "archive"}}}},
-    {"emptied",
-     {{{"same", "file Home/Title=; memo Home=base"},
-       {"changed", "file Home/Title=; memo Home=handheld dirty"},
-       {"first line changed", "file Home/Title=; memo Home=line dirty"},
-       {"moved", "file Home/Title=; memo Other=base dirty"},
-       {"deleted", "file Home/Title="},
-       {"archived", "archive; file Home/Title="}}}},
-    // The same files one sync later, with their old text: nothing was forgotten meanwhile.
-    {"filled again",
-     {{{"same", "Home/Title=base"},
-       {"changed", "Home/Title=handheld"},
-       {"first line changed", "Home/Handheld=line"},
-       {"moved", "Other/Title=base"},
-       {"deleted", "Home/Title=base"},
-       {"archived", "archive; Home/Title=base"}}}},
-    {"new",
-     {{{"", "Home/Title=base"},
-       {"new alike", "Home/Title=base"},
-       {"new, same first line", "Home/Title=handheld; Home/Title (conflict)=base"},
-       {"new", "Home/Title=base; Home/Handheld=line"}}}},
-    {"", {{{"new", "Home/Handheld=line"}}}},
-};
-
-const std::map<std::string, std::string> kTexts = {
-    {"base", "Title\nbase\n"},         {"pc", "Title\npc\n"},
-    {"both", "Title\nboth\n"},         {"line", "Handheld\nbase\n"},
-    {"handheld", "Title\nhandheld\n"}, {"", ""},
-};
-
-class MemosTable : public MemosTest {
- protected:
-  // Every name and text of a row begins with its tag.
-  static std::string TextOf(const std::string& tag, const std::string& name) {
-    return name.empty() ? "" : tag + " " + kTexts.at(name);
-  }
-  static std::string PathOf(const std::string& tag, const std::string& sub_folder,
-                            const std::string& name) {
-    return sub_folder + "/" + tag + " " + name + ".txt";
-  }
-
-  void ChangeFile(const std::string& change, const std::string& tag) {
-    const std::string path = PathOf(tag, "Home", "Title");
-    if (change == "changed") Write(path, TextOf(tag, "pc"));
-    if (change == "changed alike") Write(path, TextOf(tag, "both"));
-    if (change == "renamed") fs::rename(folder() / path, folder() / PathOf(tag, "Home", "Renamed"));
-    if (change == "moved") fs::rename(folder() / path, folder() / PathOf(tag, "Work", "Title"));
-    if (change == "vanished") fs::remove(folder() / path);
-    if (change == "emptied" || change == "filled again") Write(path, "");
-    if (change == "new") Write(path, TextOf(tag, "base"));
-  }
-
-  static void ChangeMemo(Handheld& handheld, const std::string& change, const std::string& tag) {
-    size_t index = 0;
-    while (index < handheld.memos.size() && !handheld.memos[index].text.starts_with(tag)) ++index;
-    Memo memo = index < handheld.memos.size() ? handheld.memos[index] : Memo{};
-    if (change.empty() || change == "same") return;
-    if (change == "changed" || change == "new, same first line")
-      memo.text = TextOf(tag, "handheld");
-    if (change == "first line changed" || change == "new") memo.text = TextOf(tag, "line");
-    if (change == "changed alike") memo.text = TextOf(tag, "both");
-    if (change == "new alike") memo.text = TextOf(tag, "base");
-    memo.category = change == "moved" ? 3 : 1;
-    memo.attributes = change == "deleted"    ? eDelete
-                      : change == "archived" ? eDelete | eArchive
-                                             : eDirty;
-    handheld.Store(index, memo);
-  }
-
-  // What both sides hold, by tag.
-  std::map<std::string, std::multiset<std::string>> Outcomes() const {
-    std::map<std::string, std::multiset<std::string>> outcomes;
-    const auto tag_of = [](const std::string& text) { return text.substr(text.find('#'), 3); };
-    const auto name_of = [](const std::string& text) {
-      for (const auto& [name, value] : kTexts) {
-        if (text.substr(std::min<size_t>(text.size(), 4)) == value) return name;
-      }
-      return text;
-    };
-    for (const auto& [path, text] : Files(folder())) {
-      const size_t tag = path.find('#');
-      if (tag == std::string::npos) {
-        ADD_FAILURE() << path << " was left behind";
-        continue;
-      }
-      outcomes[tag_of(path)].insert("file " + path.substr(0, tag) +
-                                    path.substr(tag + 4, path.size() - tag - 8) + "=" +
-                                    name_of(text));
-    }
-    for (const Memo& memo : Handheld(database()).memos) {
-      outcomes[tag_of(memo.text)].insert(
-          "memo " + std::string(kCategories[static_cast<size_t>(memo.category)]) + "=" +
-          name_of(memo.text) + (memo.attributes == eDirty ? " dirty" : ""));
-      EXPECT_TRUE(memo.attributes == 0 || memo.attributes == eDirty) << memo.text;
-    }
-    for (const auto& [path, text] : Files(data() / "Archive")) {
-      EXPECT_EQ(name_of(text), "base");
-      outcomes[tag_of(path)].insert("archive");
-    }
-    return outcomes;
-  }
-
-  static std::multiset<std::string> Expected(const std::string& outcome) {
-    std::multiset<std::string> lines;
-    std::istringstream parts(outcome);
-    for (std::string part; std::getline(parts >> std::ws, part, ';');) {
-      if (part == "archive" || part.starts_with("file ") || part.starts_with("memo ")) {
-        lines.insert(part);
-      } else {
-        lines.insert("file " + part);
-        lines.insert("memo " + part.substr(0, part.find('/')) + part.substr(part.find('=')));
-      }
-    }
-    return lines;
-  }
-};
-
-TEST_F(MemosTable, EveryPairOfChangesHasItsOutcome) {
-  struct Case {
-    std::string tag, file, memo, outcome;
-  };
-  std::vector<Case> cases;
-  for (const TableRow& row : kTable) {
-    for (const auto& [memo, outcome] : row.outcomes) {
-      if (!memo) continue;
-      const size_t n = cases.size();
-      const std::string tag = {'#', static_cast<char>('0' + n / 10),
-                               static_cast<char>('0' + n % 10)};
-      cases.push_back({tag, row.file, memo, outcome});
-    }
-  }
-  for (const char* category : {"Home", "Work", "Other"}) {  // in the order of their numbers
-    Write(fs::path(category) / "#99 Title.txt", TextOf("#99", "base"));
+TEST_F(MemosTest, BothSidesChange) {
+  for (const char* folder : {"Home", "Work", "Other"}) {  // in the order of their numbers
+    Write(fs::path(folder) / "Kept.txt", std::string("Kept ") + folder + "\n");
     Sync();
   }
-  for (const Case& c : cases) {
-    if (!c.file.empty() && c.file != "new") {
-      Write(PathOf(c.tag, "Home", "Title"), TextOf(c.tag, "base"));
-    }
+  for (const std::string name :
+       {"PC", "Both", "Alike", "Renamed", "Moved", "Vanished", "Returned", "Emptied", "Emptied too",
+        "Line", "Category", "Deleted", "Archived", "Back", "Category too"}) {
+    Write("Home/" + name + ".txt", name + "\nbase\n");
   }
   Sync();
 
+  const auto move = [&](const char* from, const char* to) {
+    fs::rename(folder() / "Home" / from, folder() / to);
+  };
   for (const char* left : {"~memos-sync.tmp", "Home/~memos-sync.tmp"}) Write(left, "half a memo");
+  for (const std::string name : {"PC", "Both", "Back"})
+    Write("Home/" + name + ".txt", name + "\npc\n");
+  for (const char* name : {"Emptied.txt", "Emptied too.txt"}) Write(fs::path("Home") / name, "");
+  Write("Home/Alike.txt", "Alike\nboth\n");
+  Write("Home/Added.txt", "Added\nbase\n");
+  move("Renamed.txt", "Home/Chosen.txt");
+  move("Moved.txt", "Work/Moved.txt");
+  move("Category too.txt", "Work/Category too.txt");
+  for (const char* name : {"Vanished.txt", "Returned.txt"}) fs::remove(folder() / "Home" / name);
   Handheld handheld(database());
-  for (const Case& c : cases) {
-    ChangeFile(c.file, c.tag);
-    ChangeMemo(handheld, c.memo, c.tag);
+  for (const std::string name : {"Both", "Renamed", "Returned", "Emptied"}) {
+    handheld.Put(name, name + "\nhandheld\n", 1, eDirty);
   }
+  handheld.Put("Alike", "Alike\nboth\n", 1, eDirty);
+  handheld.Put("Moved", "New line, too\nbase\n", 1, eDirty);
+  handheld.Put("Line", "New line\nbase\n", 1, eDirty);
+  for (const std::string name : {"Category", "Category too"}) {
+    handheld.Put(name, name + "\nbase\n", 3, eDirty);
+  }
+  for (const std::string name : {"Deleted", "Back", "Emptied too"}) {
+    handheld.Put(name, name + "\nbase\n", 1, eDelete);
+  }
+  handheld.Put("Archived", "Archived\nbase\n", 1, eDelete | eArchive);
+  handheld.Put("New", "New\nbase\n", 1, eDirty);
   handheld.Close();
   Sync();
-  auto outcomes = Outcomes();
-  for (const Case& c : cases) {
-    if (c.file == "filled again") continue;
-    EXPECT_EQ(outcomes[c.tag], Expected(c.outcome)) << "file " << c.file << ", memo " << c.memo;
+
+  std::map<std::string, std::string> expected = {
+      {"Home/Kept.txt", "Kept Home\n"},
+      {"Work/Kept.txt", "Kept Work\n"},
+      {"Other/Kept.txt", "Kept Other\n"},
+      {"Home/PC.txt", "PC\npc\n"},
+      {"Home/Both.txt", "Both\nhandheld\n"},
+      {"Home/Both (conflict).txt", "Both\npc\n"},
+      {"Home/Alike.txt", "Alike\nboth\n"},
+      {"Home/Chosen.txt", "Renamed\nhandheld\n"},
+      {"Work/New line, too.txt", "New line, too\nbase\n"},
+      {"Home/Returned.txt", "Returned\nhandheld\n"},
+      {"Home/New line.txt", "New line\nbase\n"},
+      {"Other/Category.txt", "Category\nbase\n"},
+      {"Work/Category too.txt", "Category too\nbase\n"},
+      {"Home/Back.txt", "Back\npc\n"},
+      {"Home/New.txt", "New\nbase\n"},
+      {"Home/Added.txt", "Added\nbase\n"},
+      {"Home/Emptied.txt", ""},
+      {"Home/Emptied too.txt", ""},
+  };
+  EXPECT_EQ(Files(folder()), expected);
+  EXPECT_EQ(Files(data() / "Archive"),
+            (std::map<std::string, std::string>{{"Archived.txt", "Archived\nbase\n"}}));
+  std::multiset<std::string> in_files = {"Home: Emptied\nhandheld\n dirty"};
+  for (const auto& [path, text] : expected) {
+    if (!text.empty()) in_files.insert(path.substr(0, path.find('/')) + ": " + text);
   }
-  EXPECT_NE(Log().find("Conflict: \"#07 Title\" was changed on both sides"), std::string::npos)
-      << Log();
+  EXPECT_EQ(Memos(), in_files);
+  EXPECT_NE(Log().find("Conflict: \"Both\" was changed on both sides"), std::string::npos) << Log();
 
   const auto before = Snapshot();
   Sync();
   EXPECT_EQ(Written(before, Snapshot()), std::set<std::string>()) << "nothing had changed";
 
-  for (const Case& c : cases) {
-    if (c.file == "filled again") Write(PathOf(c.tag, "Home", "Title"), TextOf(c.tag, "base"));
+  // Files that get their old text again one sync later: nothing was forgotten meanwhile.
+  for (const std::string name : {"Emptied", "Emptied too"}) {
+    Write("Home/" + name + ".txt", name + "\nbase\n");
   }
   Sync();
-  outcomes = Outcomes();
-  for (const Case& c : cases) {
-    if (c.file != "filled again") continue;
-    EXPECT_EQ(outcomes[c.tag], Expected(c.outcome)) << "file " << c.file << ", memo " << c.memo;
-  }
+  EXPECT_EQ(Files(folder()).at("Home/Emptied.txt"), "Emptied\nhandheld\n");
+  EXPECT_TRUE(Memos().contains("Home: Emptied too\nbase\n"));
 }
-
-// ---- Single cases
 
 TEST_F(MemosTest, AnOlderBackupThatIsEditedReplacesNothing) {
   Write("a.txt", "A\nfirst\n");
@@ -391,8 +258,6 @@ TEST_F(MemosTest, AFileThatIsOpenGetsOneConflictCopyAndOnlyWhenItIsClosed) {
                                                                  {"a (conflict).txt", "A\npc\n"}}))
       << Log();
 }
-
-// ---- Kills
 
 // Changes both sides at random, as their users would, and knows what must not get lost: every
 // text, marked by a number of its own, that was written on either side and that nobody deleted or
@@ -498,16 +363,12 @@ class MemosKilled : public MemosTest {
   }
 
   void ExpectBothSidesEqual() const {
-    std::multiset<std::string> files, memos;
+    std::multiset<std::string> files;
     for (const auto& [path, text] : Files(folder())) {
       const size_t slash = path.find('/');
       files.insert((slash == std::string::npos ? "" : path.substr(0, slash)) + ": " + text);
     }
-    for (const Memo& memo : Handheld(database()).memos) {
-      EXPECT_EQ(memo.attributes, 0) << memo.text;
-      memos.insert(std::string(kCategories[static_cast<size_t>(memo.category)]) + ": " + memo.text);
-    }
-    EXPECT_EQ(files, memos) << Log();
+    EXPECT_EQ(files, Memos()) << Log();
   }
 
   // A run to its end. Its length is what the moments to kill others are drawn from.

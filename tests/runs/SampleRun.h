@@ -6,14 +6,41 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <utility>
 
+#include "base/AnsiCodePage.h"
 #include "base/Win32.h"
+#include "files/cFileIO.h"
+#include "pdb/PDBByteStream.h"
+#include "pdb/PDBDatabasePC.h"
 #include "tests/automation/Processes.h"
 
 namespace pylon::testing {
+
+// A sample's database as the handheld sees it. Open when the file is there.
+class SampleDatabase {
+ public:
+  explicit SampleDatabase(const std::filesystem::path& path)
+      : database_(std::make_unique<cFileIO>(path.parent_path().u16string(), Page()), Page(), clock_,
+                  nullptr) {
+    database_.SetDatabaseFor(dftWindows);
+    database_.SetPDBFilePath(path.u16string());
+    EXPECT_TRUE(!std::filesystem::exists(path) || database_.OpenDatabase());
+  }
+  void Close() { database_.CloseDatabase(); }
+
+ protected:
+  static const AnsiCodePage& Page() { return AnsiCodePage::Windows1252(); }
+
+ private:
+  SystemClock clock_;
+
+ protected:
+  PDBDatabasePC database_;
+};
 
 // Runs of Pylon.exe with one of the sample conduits, each in a new folder: the program beside a
 // Pylon.ini that knows the sample, and the folder "data" for what it syncs.

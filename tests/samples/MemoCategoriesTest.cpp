@@ -2,9 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/memos/Latin1.h"
+#include "tests/samples/Latin1.h"
 
 namespace memos {
+
+using sample::Latin1;
 namespace {
 
 const Latin1 kSystem;

@@ -1,6 +1,6 @@
 #include "WindowsText.h"
 
-namespace memos {
+namespace sample {
 
 std::u16string WindowsText::Decode(std::string_view bytes) const {
   std::u16string text(bytes.size(), u'\0');
@@ -30,4 +30,4 @@ std::u16string WindowsText::FoldCase(std::u16string_view text) const {
   return folded;
 }
 
-}  // namespace memos
+}  // namespace sample

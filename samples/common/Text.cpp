@@ -1,12 +1,9 @@
 #include "Text.h"
 
-#include <algorithm>
-#include <cstdint>
+#include <cstddef>
 
-namespace inventory {
+namespace sample {
 namespace {
-
-constexpr std::string_view kUtf8Mark = "\xEF\xBB\xBF";
 
 bool IsHigh(char32_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
 bool IsLow(char32_t unit) { return unit >= 0xDC00 && unit < 0xE000; }
@@ -38,39 +35,22 @@ bool IsWhole(std::u16string_view text) {
   return true;
 }
 
-std::u16string FromUtf16(std::string_view bytes, size_t low) {
+std::optional<std::u16string> FromUtf16(std::string_view bytes, size_t low) {
   std::u16string text(bytes.size() / 2, u'\0');
   for (size_t i = 0; i < text.size(); ++i) {
     const auto byte = [&](size_t n) { return static_cast<unsigned char>(bytes[2 * i + n]); };
     text[i] = static_cast<char16_t>(byte(1 - low) << 8 | byte(low));
   }
+  if (bytes.size() % 2 != 0 || !IsWhole(text)) return std::nullopt;
   return text;
 }
 
 }  // namespace
 
-FileText ReadFileText(std::string_view bytes, const CodePage& code_page) {
-  FileText file;
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
-    file.text = FromUtf16(bytes.substr(2), bytes[0] == '\xFF' ? 0 : 1);
-    file.marked = true;
-    if (bytes.size() % 2 != 0 || !IsWhole(file.text)) {
-      throw TableError{u"it is no text: its UTF-16 is damaged"};
-    }
-  } else {
-    file.marked = bytes.starts_with(kUtf8Mark);
-    auto text = FromUtf8(bytes.substr(file.marked ? kUtf8Mark.size() : 0));
-    if (!text && file.marked) throw TableError{u"it is no text: its UTF-8 is damaged"};
-    file.text = text ? *std::move(text) : code_page.Decode(bytes);
-  }
-  if (file.text.find(u'\0') != std::u16string::npos) {
-    throw TableError{u"it is no text: it has zero bytes"};
-  }
-  return file;
-}
-
-std::string WriteFileText(const FileText& file) {
-  return std::string(file.marked ? kUtf8Mark : "") + ToUtf8(file.text);
+std::optional<std::u16string> FromUtf8(std::string_view bytes) {
+  auto text = UnitsFromBytes(bytes);
+  if (text && !IsWhole(*text)) text.reset();
+  return text;
 }
 
 std::string ToUtf8(std::u16string_view text) {
@@ -80,6 +60,8 @@ std::string ToUtf8(std::u16string_view text) {
     char32_t code = text[i];
     if (IsHigh(code) && i + 1 < text.size() && IsLow(text[i + 1])) {
       code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
+    } else if (IsHigh(code) || IsLow(code)) {
+      code = U'?';
     }
     Append(code, bytes);
   }
@@ -126,15 +108,21 @@ std::optional<std::u16string> UnitsFromBytes(std::string_view bytes) {
   return units;
 }
 
-std::optional<std::u16string> FromUtf8(std::string_view bytes) {
-  auto text = UnitsFromBytes(bytes);
-  if (text && !IsWhole(*text)) text.reset();
-  return text;
-}
-
 std::u16string Decimal(long long number) {
   const std::string digits = std::to_string(number);
   return {digits.begin(), digits.end()};
 }
 
-}  // namespace inventory
+FileText ReadFileText(std::string_view bytes, const SystemText& system) {
+  using Encoding = FileText::Encoding;
+  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
+    return {Encoding::kUtf16, true, FromUtf16(bytes.substr(2), bytes[0] == '\xFF' ? 0 : 1)};
+  }
+  if (bytes.starts_with(kUtf8Mark)) {
+    return {Encoding::kUtf8, true, FromUtf8(bytes.substr(kUtf8Mark.size()))};
+  }
+  if (auto text = FromUtf8(bytes)) return {Encoding::kUtf8, false, std::move(text)};
+  return {Encoding::kCodePage, false, system.Decode(bytes)};
+}
+
+}  // namespace sample

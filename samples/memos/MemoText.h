@@ -1,41 +1,32 @@
 #pragma once
 
-#include <optional>
 #include <string>
 #include <string_view>
+
+#include "Text.h"
 
 // The forms of a memo: bytes of the handheld's code page in a record, Unicode in a text file, and
 // the file name that its first line makes. Nothing here needs Windows.
 namespace memos {
 
-// What text means on this system.
-class SystemText {
- public:
-  virtual ~SystemText() = default;
-
-  virtual std::u16string Decode(std::string_view bytes) const = 0;
-  // Nothing when the code page lacks a character: no look-alikes, no question marks.
-  virtual std::optional<std::string> Encode(std::u16string_view text) const = 0;
-  // Equal for names that differ in case only.
-  virtual std::u16string FoldCase(std::u16string_view text) const = 0;
-};
-
-std::optional<std::u16string> FromUtf8(std::string_view bytes);
-std::string ToUtf8(std::u16string_view text);  // a lone surrogate becomes '?'
+using sample::Decimal;
+using sample::FromUtf8;
+using sample::SystemText;
+using sample::ToUtf8;
 
 // The memo application of the handheld takes so many bytes and a final NUL.
 inline constexpr size_t kMaxMemo = 4095;
 
-struct FileText {
+struct FileMemo {
   std::string memo;        // as a record holds it: code page, LF, no final NUL
   std::u16string problem;  // why the file can't become a memo; empty when it can
 };
 // Reads a file: UTF-8 or UTF-16 by its byte-order mark, else UTF-8 if it is valid, else the code
 // page. A text that is merely too long or blank has both its memo and the problem.
-FileText ReadFileText(std::string_view bytes, const SystemText& system);
+FileMemo ReadMemo(std::string_view bytes, const SystemText& system);
 
 // A file: UTF-8 without a mark, CR LF.
-std::string WriteFileText(std::string_view memo, const SystemText& system);
+std::string WriteMemo(std::string_view memo, const SystemText& system);
 
 // The memo that a record holds: up to the first NUL, line ends as LF.
 std::string MemoOfRecord(std::string_view bytes);

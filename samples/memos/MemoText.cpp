@@ -1,31 +1,16 @@
-#include "Text.h"
+#include "MemoText.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
-#include <cwchar>
-#include <locale>
+#include <optional>
 
 namespace memos {
 namespace {
-
-using Utf8 = std::codecvt<char16_t, char8_t, std::mbstate_t>;
-
-const Utf8& Utf8Facet() { return std::use_facet<Utf8>(std::locale::classic()); }
 
 constexpr std::u16string_view kBlanks = u" \t\r\n";
 constexpr size_t kMaxName = 60;
 constexpr size_t kMaxStem = 200;  // leaves room for marks, number and extension: a name has 255
 constexpr std::u16string_view kConflictMark = u" (conflict)";
-
-std::u16string FromUtf16(std::string_view bytes, size_t low) {
-  std::u16string text(bytes.size() / 2, u'\0');
-  for (size_t i = 0; i < text.size(); ++i) {
-    const auto byte = [&](size_t n) { return static_cast<unsigned char>(bytes[2 * i + n]); };
-    text[i] = static_cast<char16_t>(byte(1 - low) << 8 | byte(low));
-  }
-  return text;
-}
 
 // CR LF and lone CR become LF.
 template <class String>
@@ -63,7 +48,7 @@ std::u16string Missing(std::u16string_view text, const SystemText& system) {
       char code[24];
       std::snprintf(code, sizeof code, "U+%04X", static_cast<unsigned>(CodePoint(character)));
       return u"the handheld's code page lacks the character " + *FromUtf8(code) + u" in line " +
-             *FromUtf8(std::to_string(line));
+             Decimal(static_cast<long long>(line));
     }
     if (pair) ++i;
   }
@@ -72,68 +57,33 @@ std::u16string Missing(std::u16string_view text, const SystemText& system) {
 
 }  // namespace
 
-std::optional<std::u16string> FromUtf8(std::string_view bytes) {
-  std::u16string text(bytes.size(), u'\0');
-  const auto* const from = reinterpret_cast<const char8_t*>(bytes.data());
-  const char8_t* stopped = from;
-  char16_t* end = text.data();
-  std::mbstate_t state{};
-  const auto result = Utf8Facet().in(state, from, from + bytes.size(), stopped, text.data(),
-                                     text.data() + text.size(), end);
-  if (result != Utf8::ok || stopped != from + bytes.size()) return std::nullopt;
-  text.resize(static_cast<size_t>(end - text.data()));
-  return text;
-}
-
-std::string ToUtf8(std::u16string_view text) {
-  std::string bytes;
-  while (!text.empty()) {
-    std::array<char8_t, 256> piece;
-    const char16_t* stopped = text.data();
-    char8_t* end = piece.data();
-    std::mbstate_t state{};
-    Utf8Facet().out(state, text.data(), text.data() + text.size(), stopped, piece.data(),
-                    piece.data() + piece.size(), end);
-    bytes.append(piece.data(), end);
-    if (stopped == text.data()) {
-      bytes += '?';
-      ++stopped;
-    }
-    text.remove_prefix(static_cast<size_t>(stopped - text.data()));
+FileMemo ReadMemo(std::string_view bytes, const SystemText& system) {
+  using Encoding = sample::FileText::Encoding;
+  const sample::FileText file = sample::ReadFileText(bytes, system);
+  if (file.encoding == Encoding::kUtf16 && !file.text) {
+    return {{}, u"it is not text: half a character in its UTF-16"};
   }
-  return bytes;
-}
-
-FileText ReadFileText(std::string_view bytes, const SystemText& system) {
-  std::optional<std::u16string> text;
-  if (bytes.starts_with("\xFF\xFE") || bytes.starts_with("\xFE\xFF")) {
-    if (bytes.size() % 2 != 0) return {{}, u"it is not text: half a character at its end"};
-    text = FromUtf16(bytes.substr(2), bytes[0] == '\xFF' ? 0 : 1);
-  } else {
-    const bool marked = bytes.starts_with("\xEF\xBB\xBF");
-    text = FromUtf8(bytes.substr(marked ? 3 : 0));
-    if (!text) {
-      if (marked || std::ranges::any_of(bytes, IsControl)) {
-        return {{}, u"it is not text: neither UTF-8 nor the code page's characters"};
-      }
-      text = system.Decode(bytes);
-    }
+  if (!file.text ||
+      (file.encoding == Encoding::kCodePage && std::ranges::any_of(bytes, IsControl))) {
+    return {{}, u"it is not text: neither UTF-8 nor the code page's characters"};
   }
-  if (text->find(u'\0') != std::u16string::npos) return {{}, u"it is not text: it has zero bytes"};
+  if (file.text->find(u'\0') != std::u16string::npos) {
+    return {{}, u"it is not text: it has zero bytes"};
+  }
 
-  const std::u16string lines = WithLf(*text);
+  const std::u16string lines = WithLf(*file.text);
   auto memo = system.Encode(lines);
   if (!memo) return {{}, Missing(lines, system)};
   if (lines.find_first_not_of(kBlanks) == std::u16string::npos) {
     return {std::move(*memo), u"it is empty"};
   }
   if (memo->size() <= kMaxMemo) return {std::move(*memo), {}};
-  auto problem = u"it is too long: " + *FromUtf8(std::to_string(memo->size())) +
-                 u" bytes, a memo has up to " + *FromUtf8(std::to_string(kMaxMemo));
+  auto problem = u"it is too long: " + Decimal(static_cast<long long>(memo->size())) +
+                 u" bytes, a memo has up to " + Decimal(kMaxMemo);
   return {std::move(*memo), std::move(problem)};
 }
 
-std::string WriteFileText(std::string_view memo, const SystemText& system) {
+std::string WriteMemo(std::string_view memo, const SystemText& system) {
   std::u16string lines;
   for (const char16_t c : system.Decode(memo)) {
     if (c == u'\n') lines += u'\r';

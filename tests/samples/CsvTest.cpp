@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "samples/inventory/Text.h"
+#include "samples/inventory/Files.h"
 
 namespace inventory {
 namespace {

@@ -4,9 +4,9 @@
 #include <string>
 #include <string_view>
 
-#include "samples/memos/Text.h"
+#include "samples/common/Text.h"
 
-namespace memos {
+namespace sample {
 
 // Code page and case of a system where both are Latin-1.
 class Latin1 final : public SystemText {
@@ -35,4 +35,4 @@ class Latin1 final : public SystemText {
   }
 };
 
-}  // namespace memos
+}  // namespace sample

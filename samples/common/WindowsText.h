@@ -8,7 +8,7 @@
 
 #include "Text.h"
 
-namespace memos {
+namespace sample {
 
 // Text as Windows sees it: the system's code page, or Windows-1252 where that is UTF-8, which no
 // handheld knows.
@@ -24,4 +24,4 @@ class WindowsText final : public SystemText {
   UINT code_page_;
 };
 
-}  // namespace memos
+}  // namespace sample

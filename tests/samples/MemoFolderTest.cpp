@@ -5,9 +5,11 @@
 #include <fstream>
 #include <set>
 
-#include "tests/memos/Latin1.h"
+#include "tests/samples/Latin1.h"
 
 namespace memos {
+
+using sample::Latin1;
 namespace {
 
 namespace fs = std::filesystem;
@@ -71,7 +73,7 @@ TEST_F(FolderTest, ListsItsFilesAndThoseOneLevelDown) {
 TEST_F(FolderTest, ReadsAFileOrSaysWhyNot) {
   Put("a.txt", "Title\r\ntext");
   Put("big.txt", std::string(70'000, 'x'));
-  EXPECT_EQ(Read(u"", u"a.txt").memo, "Title\ntext");
+  EXPECT_EQ(Read(u"", u"a.txt").content, "Title\ntext");
   EXPECT_EQ(Read(u"", u"a.txt").title, u"TITLE");
   EXPECT_NE(Read(u"", u"big.txt").problem, u"");
   EXPECT_NE(Read(u"", u"missing.txt").problem, u"");

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "samples/inventory/Text.h"
+#include "samples/inventory/Files.h"
 
 namespace inventory {
 namespace {
