@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <array>
-#include <chrono>
 #include <iterator>
-#include <thread>
+#include <string>
 
 #include "base/Text.h"
+#include "base/Win32.h"
 
 namespace pylon::palm {
 namespace {
@@ -44,14 +44,15 @@ std::u16string Hex(uint32_t number) {
 }
 
 void TextLog::Open(const std::filesystem::path& path) {
-  file_.open(path, std::ios::app | std::ios::binary);
-  if (!file_) throw SuiteError{kFailed, path.u16string() + u" can't be written"};
+  if (log_.Open(path.wstring()) != ERROR_SUCCESS) {
+    throw SuiteError{kFailed, path.u16string() + u" can't be written"};
+  }
 }
 
 void TextLog::Write(std::u16string_view line) {
-  // In one piece, so that two writers don't mix their lines.
-  file_ << ToUtf8(line) + "\n" << std::flush;
-  if (!file_) throw SuiteError{kFailed, u"The log can't be written"};
+  if (log_.Write(Wide(std::u16string(line))) != ERROR_SUCCESS) {
+    throw SuiteError{kFailed, u"The log can't be written"};
+  }
 }
 
 bool IsCountedFunction(std::u16string_view name) {
@@ -59,17 +60,10 @@ bool IsCountedFunction(std::u16string_view name) {
 }
 
 void Link::Pass(std::u16string_view function) {
-  if (settings_.call_delay > 0) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(settings_.call_delay));
-  }
-  if (!lost_) {
-    const auto& at = settings_.lost_at;
-    lost_ = (settings_.lost_after_calls && calls_ >= *settings_.lost_after_calls) ||
-            (at && at->function == function && ++calls_of_lost_at_ >= at->number);
-    ++calls_;
-    if (lost_) lost_told_();
-  }
-  if (lost_) throw SuiteError{kLinkLost, u"The connection to the handheld is lost"};
+  const bool was_lost = faults_.IsLost();
+  if (faults_.Begin(Wide(std::u16string(function)))) return;
+  if (!was_lost) on_lost_();
+  throw SuiteError{kLinkLost, u"The connection to the handheld is lost"};
 }
 
 void Link::LogFailure(const std::u16string& line, const SuiteError& error) {

@@ -2,27 +2,27 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <type_traits>
 #include <utility>
 
+#include "../common/LinkFaults.h"
+#include "../common/Log.h"
 #include "Settings.h"
 #include "SuiteError.h"
 
 namespace pylon::palm {
 
-// A log file, UTF-8, one line an entry, appended to and written at once. Raises SuiteError when it
-// can't be written.
+// Raise SuiteError when the log can't be written.
 class TextLog {
  public:
   void Open(const std::filesystem::path& path);
   void Write(std::u16string_view line);
 
  private:
-  std::ofstream file_;
+  simulator::Log log_;
 };
 
 std::u16string Hex(uint32_t number);
@@ -34,13 +34,13 @@ bool IsCountedFunction(std::u16string_view name);
 // fails once the settings have cut the link.
 class Link {
  public:
-  // `lost` is told when the link breaks. Settings and log outlive the link.
+  // `lost` is called when the link breaks. Settings and log outlive the link.
   Link(const Settings& settings, TextLog& log, std::function<void()> lost)
-      : settings_(settings), log_(log), lost_told_(std::move(lost)) {}
+      : faults_(settings.link), log_(log), on_lost_(std::move(lost)) {}
 
-  bool IsLost() const { return lost_; }
+  bool IsLost() const { return faults_.IsLost(); }
 
-  // Runs body(result), which does the call and appends what the log shall tell of it.
+  // Runs body(result), which does the call and appends what goes into its line of the log.
   template <class Body>
   auto Call(std::u16string_view function, std::u16string_view arguments, Body&& body) {
     std::u16string line(function);
@@ -67,12 +67,9 @@ class Link {
   void Pass(std::u16string_view function);
   void LogFailure(const std::u16string& line, const SuiteError& error);
 
-  const Settings& settings_;
+  simulator::LinkFaults faults_;
   TextLog& log_;
-  const std::function<void()> lost_told_;
-  uint64_t calls_ = 0;
-  uint64_t calls_of_lost_at_ = 0;
-  bool lost_ = false;
+  const std::function<void()> on_lost_;
 };
 
 }  // namespace pylon::palm

@@ -6,14 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "../common/LinkFaults.h"
 #include "base/Date.h"
 
 namespace pylon::palm {
-
-struct LostAt {
-  std::u16string function;
-  uint64_t number = 1;  // of its calls, from 1
-};
 
 struct BusyRecord {
   std::u16string database;
@@ -31,19 +27,17 @@ struct Settings {
   std::vector<uint32_t> conduits;  // creators of those that run; empty: all
   std::filesystem::path call_log;
   std::filesystem::path session_log;
-  uint32_t call_delay = 0;  // in milliseconds
+  simulator::LinkSettings link;
   std::optional<bool> second_library;
   bool ids_as_long = false;
   bool names_as_variants = false;
   bool answers = true;
-  std::optional<uint64_t> lost_after_calls;
-  std::optional<LostAt> lost_at;
   std::optional<BusyRecord> busy_record;
   std::u16string read_only_database;  // empty: none
   std::optional<uint64_t> full_after_bytes;
 
-  // One line for each thing wrong in the file. The settings are of use only when there is none, but
-  // for ini and the logs.
+  // One line for each thing wrong in the file. The settings are of use only when there is none,
+  // except ini and the logs.
   std::vector<std::u16string> mistakes;
 };
 

@@ -8,7 +8,6 @@
 #include <utility>
 
 #include "Dispatch.h"
-#include "base/AnsiCodePage.h"
 #include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "pdb/ByteOrder.h"
@@ -510,105 +509,6 @@ const Member<DatabaseQuery> DatabaseQuery::kMembers[] = {
     {L"ReadDbInfoByName", 5, kMethod, 1, 1, &DatabaseQuery::ReadDbInfoByName},
 };
 
-// Numbers and texts in byte arrays; nothing here goes over the link.
-class Utility final : public Dispatch<Utility> {
- public:
-  static constexpr wchar_t kName[] = L"PDDirect.PDUtility";
-  static const Member<Utility> kMembers[8];
-
-  explicit Utility(const std::shared_ptr<Session>&) {}
-
-  com::Variant ByteArrayToBYTE(Arguments& arguments) { return Get<1>(arguments, 2, false); }
-  com::Variant ByteArrayToWORD(Arguments& arguments) {
-    return Get<2>(arguments, 3, arguments.Bool(2));
-  }
-  com::Variant ByteArrayToDWORD(Arguments& arguments) {
-    return Get<4>(arguments, 3, arguments.Bool(2));
-  }
-  com::Variant BYTEToByteArray(Arguments& arguments) { return Put<1>(arguments, 2, false); }
-  com::Variant WORDToByteArray(Arguments& arguments) {
-    return Put<2>(arguments, 3, arguments.Bool(2));
-  }
-  com::Variant DWORDToByteArray(Arguments& arguments) {
-    return Put<4>(arguments, 3, arguments.Bool(2));
-  }
-
-  // Up to a zero byte, which is passed over, or so many bytes; 0: as many as there are.
-  com::Variant ByteArrayToBSTR(Arguments& arguments) {
-    const Bytes bytes = arguments.ByteArray(0);
-    const size_t offset = Offset(arguments);
-    const size_t most = Length(arguments);
-    if (offset > bytes.size()) throw SubscriptOutOfRange();
-    ByteSpan text = ByteSpan(bytes).subspan(offset);
-    if (most > 0) text = text.first(std::min(most, text.size()));
-    const auto length = static_cast<size_t>(std::ranges::find(text, std::byte{0}) - text.begin());
-    arguments.Set(3, FromText(CodePage().Decode(text.first(length))));
-    return Next(offset + length + (length < text.size() ? 1 : 0));
-  }
-  // With a zero byte behind it; of so many bytes with that one at most.
-  com::Variant BSTRToByteArray(Arguments& arguments) {
-    Bytes bytes = arguments.ByteArray(0);
-    const size_t offset = Offset(arguments);
-    const size_t most = Length(arguments);
-    Bytes text = CodePage().Encode(arguments.Text(3));
-    if (most > 0) text.resize(std::min(text.size(), most - 1));
-    text.push_back(std::byte{0});
-    bytes.resize(std::max(bytes.size(), offset + text.size()));
-    std::ranges::copy(text, bytes.begin() + static_cast<std::ptrdiff_t>(offset));
-    arguments.Set(0, com::FromBytes(bytes));
-    return Next(offset + text.size());
-  }
-
- private:
-  static constexpr size_t kLargest = size_t{1} << 24;
-
-  static const AnsiCodePage& CodePage() { return AnsiCodePage::Windows1252(); }
-  static com::Variant Next(size_t offset) { return com::Variant(static_cast<int32_t>(offset)); }
-  static size_t Offset(const Arguments& arguments) {
-    const int32_t offset = arguments.Long(1);
-    if (offset < 0 || static_cast<size_t>(offset) > kLargest) throw SubscriptOutOfRange();
-    return static_cast<size_t>(offset);
-  }
-  static size_t Length(const Arguments& arguments) {
-    const int32_t length = arguments.Long(2);
-    if (length < 0) throw InvalidArgument();
-    return static_cast<size_t>(length);
-  }
-  static ByteOrder Order(bool swap) { return swap ? ByteOrder::kBig : ByteOrder::kLittle; }
-
-  template <size_t N>
-  com::Variant Get(Arguments& arguments, size_t value_at, bool swap) {
-    const Bytes bytes = arguments.ByteArray(0);
-    const size_t offset = Offset(arguments);
-    if (offset > bytes.size() || bytes.size() - offset < N) throw SubscriptOutOfRange();
-    const uint64_t value =
-        LoadUnsigned(ByteSpan(bytes).subspan(offset).template first<N>(), Order(swap));
-    arguments.Set(value_at, static_cast<int32_t>(static_cast<uint32_t>(value)));
-    return Next(offset + N);
-  }
-  template <size_t N>
-  com::Variant Put(Arguments& arguments, size_t value_at, bool swap) {
-    Bytes bytes = arguments.ByteArray(0);
-    const size_t offset = Offset(arguments);
-    bytes.resize(std::max(bytes.size(), offset + N));
-    StoreUnsigned(static_cast<uint32_t>(arguments.Long(value_at)),
-                  std::span<std::byte>(bytes).subspan(offset).template first<N>(), Order(swap));
-    arguments.Set(0, com::FromBytes(bytes));
-    return Next(offset + N);
-  }
-};
-
-const Member<Utility> Utility::kMembers[] = {
-    {L"ByteArrayToBYTE", 1, kMethod, 3, 3, &Utility::ByteArrayToBYTE},
-    {L"ByteArrayToWORD", 2, kMethod, 4, 4, &Utility::ByteArrayToWORD},
-    {L"ByteArrayToDWORD", 3, kMethod, 4, 4, &Utility::ByteArrayToDWORD},
-    {L"ByteArrayToBSTR", 4, kMethod, 4, 4, &Utility::ByteArrayToBSTR},
-    {L"BYTEToByteArray", 5, kMethod, 3, 3, &Utility::BYTEToByteArray},
-    {L"WORDToByteArray", 6, kMethod, 4, 4, &Utility::WORDToByteArray},
-    {L"DWORDToByteArray", 7, kMethod, 4, 4, &Utility::DWORDToByteArray},
-    {L"BSTRToByteArray", 8, kMethod, 4, 4, &Utility::BSTRToByteArray},
-};
-
 template <class T>
 com::Ptr<IDispatch> Create(std::shared_ptr<Session> session) {
   return com::Make<T>(std::move(session));
@@ -667,9 +567,6 @@ std::span<const SuiteClass> SuiteClasses() {
       {{0xF1225656, 0x8253, 0x4B54, {0x9A, 0xBE, 0x5E, 0x55, 0x3A, 0xC9, 0xD9, 0x6F}},
        SystemAdapter::kName,
        Create<SystemAdapter>},
-      {{0x2DAD7C91, 0xC135, 0x4AF1, {0x96, 0x6D, 0xEE, 0xF4, 0xB8, 0x0D, 0x8D, 0x4A}},
-       Utility::kName,
-       Create<Utility>},
       {{0xDCB47475, 0x5D3F, 0x41A9, {0x9F, 0xE3, 0x5E, 0xDA, 0x18, 0x15, 0x1D, 0x5C}},
        RecordAdapter::kName,
        Create<RecordAdapter>},

@@ -42,10 +42,6 @@ bool LessIgnoringCase::operator()(std::wstring_view a, std::wstring_view b) cons
   return Compare(a, b) == CSTR_LESS_THAN;
 }
 
-bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept {
-  return Compare(a, b) == CSTR_EQUAL;
-}
-
 std::wstring CleanDevicePath(const wchar_t* path, bool pattern) {
   Check(path != nullptr, ERROR_INVALID_PARAMETER);
   std::wstring_view rest = path;

@@ -3,6 +3,8 @@
 #include <string>
 #include <string_view>
 
+#include "../common/SettingsFile.h"
+
 namespace pocketpc {
 
 // Ignores case as file systems do: without regard to the language.
@@ -10,7 +12,7 @@ struct LessIgnoringCase {
   using is_transparent = void;
   bool operator()(std::wstring_view a, std::wstring_view b) const noexcept;
 };
-bool EqualIgnoringCase(std::wstring_view a, std::wstring_view b) noexcept;
+using simulator::EqualIgnoringCase;
 
 // The device path without doubled and trailing backslashes; "\" is the device's root. Throws
 // DeviceError when it is null, doesn't begin with a backslash, or names what no file on the device

@@ -3,7 +3,7 @@
 #include <cwchar>
 #include <vector>
 
-#include "CallLog.h"
+#include "../common/Log.h"
 #include "Errors.h"
 #include "Handles.h"
 
@@ -104,7 +104,7 @@ void FileTimes::Write() const {
   for (const auto& [path, time] : created_) {
     text.append(std::to_wstring(time)).append(L" ").append(path).append(L"\n");
   }
-  const std::string utf8 = Utf8(text);
+  const std::string utf8 = simulator::Utf8(text);
   const OwnedHandle file = Open(file_, GENERIC_WRITE, CREATE_ALWAYS);
   CheckWindows(file != nullptr);
   DWORD written = 0;

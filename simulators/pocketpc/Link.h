@@ -1,10 +1,10 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <string>
 #include <string_view>
 
+#include "../common/LinkFaults.h"
+#include "Errors.h"
 #include "Settings.h"
 
 namespace pocketpc {
@@ -13,30 +13,27 @@ namespace pocketpc {
 // none.
 const wchar_t* FindCountedFunction(std::wstring_view name) noexcept;
 
-// The cable: how long calls take, and when it breaks.
+// The cable. What doesn't get through throws LinkError.
 class Link {
  public:
-  explicit Link(const Settings& settings) : settings_(settings) {}
+  explicit Link(const Settings& settings) : settings_(settings), faults_(settings.link) {}
 
-  // A call begins. Throws LinkError when the link is lost or this call is its end.
-  void Begin(const wchar_t* function);
+  // A call begins.
+  void Begin(const wchar_t* function) {
+    if (!faults_.Begin(function)) Lose();
+  }
+  // See simulator::LinkFaults.
+  uint64_t Transfer(uint64_t size) { return faults_.Transfer(size); }
 
-  // So many of the size bytes get through; when fewer, the link is lost: do with them what the
-  // device would, then call Lose.
-  uint64_t Transfer(uint64_t size);
-
-  [[noreturn]] void Lose();
-  bool lost() const noexcept { return lost_; }
+  [[noreturn]] void Lose() {
+    faults_.Lose();
+    throw LinkError{static_cast<HRESULT>(settings_.lost_error)};
+  }
+  bool lost() const noexcept { return faults_.IsLost(); }
 
  private:
-  void Spend(double milliseconds);
-
   const Settings& settings_;
-  uint64_t calls_ = 0;
-  uint64_t bytes_ = 0;
-  std::map<std::wstring_view, uint64_t> calls_of_;  // by function
-  double owed_ = 0;  // milliseconds still to wait; negative after an oversleep
-  bool lost_ = false;
+  simulator::LinkFaults faults_;
 };
 
 }  // namespace pocketpc

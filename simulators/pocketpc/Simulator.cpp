@@ -5,6 +5,7 @@
 #include <exception>
 #include <new>
 
+#include "DevicePath.h"
 #include "Errors.h"
 
 // The start of this DLL in memory, which is its module handle.
@@ -180,21 +181,19 @@ DWORD Simulator::OutOfMemory() noexcept {
 }
 
 void Simulator::OpenLog(const std::wstring& path) {
-  try {
-    log_.Open(path);
-  } catch (const DeviceError& error) {
-    ::OutputDebugStringW((L"Simulated Pocket PC: Windows error " + std::to_wstring(error.code) +
-                          L" opening the log " + path + L"\n")
-                             .c_str());
-    throw;
-  }
+  const DWORD error = log_.Open(VerbatimPath(path));
+  if (error == ERROR_SUCCESS) return;
+  ::OutputDebugStringW((L"Simulated Pocket PC: Windows error " + std::to_wstring(error) +
+                        L" opening the log " + path + L"\n")
+                           .c_str());
+  throw DeviceError{error};
 }
 
 void Simulator::Log(std::wstring_view line) noexcept {
   try {
     // Outside a session the log is opened for the line alone.
     if (!log_.IsOpen()) OpenLog(ReadSettings(ThisModule()).log);
-    log_.Write(line);
+    Check(log_.Write(line) == ERROR_SUCCESS, ERROR_WRITE_FAULT);
     if (!session_) log_.Close();
   } catch (...) {
     ::OutputDebugStringW(L"Simulated Pocket PC: a line of the log is lost\n");

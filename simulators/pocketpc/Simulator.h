@@ -8,7 +8,7 @@
 #include <string>
 #include <string_view>
 
-#include "CallLog.h"
+#include "../common/Log.h"
 #include "DeviceRegistry.h"
 #include "FileStore.h"
 #include "Link.h"
@@ -109,7 +109,7 @@ class Simulator {
     void operator()(Session* session) const noexcept;
   };
   std::unique_ptr<Session, SessionDeleter> session_;
-  CallLog log_;  // open during a session
+  simulator::Log log_;  // open during a session
   DWORD last_error_ = ERROR_SUCCESS;
   HRESULT rapi_error_ = S_OK;
 };

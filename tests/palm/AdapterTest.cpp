@@ -73,43 +73,6 @@ TEST_F(AdapterTest, WritesAndRemoves) {
   EXPECT_EQ(FileRecords("Test"), (Lines{"1:16:", "3:0:three", "4:80:four", "5:0:FIVE"}));
 }
 
-TEST_F(AdapterTest, RemovesSetsAndResetsFlags) {
-  AddDatabase("Deleted", {{0xC0, ""}, {0x40, "kept"}});
-  EXPECT_EQ(Sync("",
-                 [] {
-                   const Late adapter = Open(L"Deleted");
-                   EXPECT_EQ(adapter.Call(L"ResetAllModifiedFlags").result, "ok");
-                   EXPECT_EQ(Read(adapter, L"ReadNextModified"), "none");
-                   EXPECT_EQ(adapter.Call(L"RemoveSet", 1).result, "ok");
-                   EXPECT_EQ(adapter.Call(L"RecordCount").Number(), 1);
-                   EXPECT_EQ(adapter.Call(L"RemoveSet", 7).result, "80070057");
-                   EXPECT_EQ(Open(L"Test").Call(L"RemoveSet", 0).result, "ok");
-                 }),
-            0);
-  EXPECT_EQ(FileRecords("Deleted"), Lines{"2:0:kept"});
-  EXPECT_EQ(FileRecords("Test"), Lines{});
-}
-
-TEST_F(AdapterTest, BlocksAreKept) {
-  EXPECT_EQ(Sync("",
-                 [] {
-                   const Late adapter = Open(L"Test");
-                   EXPECT_EQ(adapter.Call(L"ReadAppInfoBlock").AsBytes(), "");
-                   EXPECT_EQ(adapter.Call(L"WriteAppInfoBlock", ByteArray("app")).result, "ok");
-                   EXPECT_EQ(adapter.Call(L"WriteSortInfoBlock", ByteArray("sort")).result, "ok");
-                 }),
-            0);
-  EXPECT_EQ(Sync("",
-                 [] {
-                   const Late adapter = Open(L"Test");
-                   EXPECT_EQ(adapter.Call(L"ReadAppInfoBlock").AsBytes(), "app");
-                   EXPECT_EQ(adapter.Call(L"ReadSortInfoBlock").AsBytes(), "sort");
-                   EXPECT_EQ(adapter.Call(L"WriteAppInfoBlock", ByteArray("")).result, "ok");
-                   EXPECT_EQ(adapter.Call(L"ReadAppInfoBlock").AsBytes(), "");
-                 }),
-            0);
-}
-
 TEST_F(AdapterTest, TheModeDecidesWhatIsAllowed) {
   EXPECT_EQ(Sync("",
                  [] {
@@ -124,30 +87,6 @@ TEST_F(AdapterTest, TheModeDecidesWhatIsAllowed) {
                    EXPECT_EQ(Open(L"Test", kRead | kWrite).Call(L"Remove", 1).result, "ok");
                  }),
             0);
-}
-
-TEST_F(AdapterTest, ArgumentsMayHaveTheirOwnTypes) {
-  EXPECT_EQ(
-      Sync("[Suite]\nUniqueIds=long\n",
-           [] {
-             const Late adapter = Open(L"Test");
-             LONG index = 9, category = 9, attributes = 9;
-             Variable id;
-             EXPECT_EQ(
-                 adapter.Call(L"ReadNext", &index, id.Ref(), &category, &attributes).AsBytes(),
-                 "one");
-             EXPECT_EQ(id.type(), VT_I4);
-             EXPECT_EQ(id.Number(), 1);
-             EXPECT_EQ((std::vector<LONG>{index, category, attributes}),
-                       (std::vector<LONG>{0, 1, 64}));
-             EXPECT_EQ(adapter
-                           .Call(L"ReadById", ByteArray(std::string("\0\0\0\2", 4)), &index,
-                                 &category, &attributes)
-                           .AsBytes(),
-                       "two");
-             EXPECT_EQ(index, 1);
-           }),
-      0);
 }
 
 }  // namespace

@@ -2,10 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <set>
+#include <string>
+#include <vector>
 
-#include "simulators/palm/SuiteError.h"
 #include "tests/support/PdbTesting.h"
 
 namespace pylon::palm {
@@ -46,16 +45,6 @@ FileImage Image() {
   return image;
 }
 
-uint32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-    return 0;
-  } catch (const SuiteError& error) {
-    EXPECT_FALSE(error.description.empty());
-    return error.result;
-  }
-}
-
 TEST(Database, ReadsAFileAndBuildsTheSameOne) {
   const Bytes file = Image().Build();
   const Database database = Database::Parse(file);
@@ -66,28 +55,6 @@ TEST(Database, ReadsAFileAndBuildsTheSameOne) {
   EXPECT_EQ(Records(database), (Lines{"7:1:64:one", "9:0:16:two", "8:0:0:"}));
   EXPECT_EQ(database.Build(), file);
   EXPECT_FALSE(database.changed());
-}
-
-TEST(Database, EveryCutOffFileIsRefusedOrRead) {
-  const Bytes file = Image().Build();
-  for (size_t size = 0; size < file.size(); ++size) {
-    const Bytes part(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size));
-    // The last bytes are those of a record, which is then shorter.
-    const bool readable = size >= file.size() - Ascii("onetwo").size() + 6 ||
-                          ErrorOf([&] { Database::Parse(part); }) == 0;
-    if (readable) {
-      EXPECT_GE(size, file.size() - 6) << size;
-    }
-  }
-}
-
-TEST(Database, GivesIdsThatTheFileLacks) {
-  FileImage image = Image();
-  image.seed = 6;
-  image.records = {{0, 0, Ascii("a")}, {0, 7, Ascii("b")}, {0, 7, Ascii("c")}, {0, 0, Ascii("d")}};
-  const Database database = Database::Parse(image.Build());
-  EXPECT_EQ(Records(database), (Lines{"8:0:0:a", "7:0:0:b", "9:0:0:c", "10:0:0:d"}));
-  EXPECT_TRUE(database.changed());
 }
 
 TEST(Database, WritesAsAHandheldDoes) {
@@ -110,44 +77,6 @@ TEST(Database, WritesAsAHandheldDoes) {
   EXPECT_EQ(Records(Database::Parse(database.Build())), Records(database));
   database.RemoveAll(kNow);
   EXPECT_EQ(database.Write(0, 0, 0, {}, kNow), 22u) << "no id comes back";
-}
-
-TEST(Database, RefusesWrongCalls) {
-  Database database = Database::Parse(Image().Build());
-  const Bytes large(65'506);
-  const struct {
-    const char* what;
-    std::function<void()> call;
-    uint32_t error;
-  } cases[] = {
-      {"unknown id", [&] { database.Write(99, 0, 0, {}, kNow); }, kNotFound},
-      {"category", [&] { database.Write(0, 16, 0, {}, kNow); }, kBadArgument},
-      {"attributes", [&] { database.Write(0, 0, 256, {}, kNow); }, kBadArgument},
-      {"size", [&] { database.Write(0, 0, 0, large, kNow); }, kBadArgument},
-      {"block", [&] { database.SetAppInfo(large, kNow); }, kBadArgument},
-      {"no name", [] { Database::Make(u"", 1, 2, kNow); }, kBadArgument},
-      {"long name", [] { Database::Make(std::u16string(32, u'x'), 1, 2, kNow); }, kBadArgument},
-      {"name outside the code page", [] { Database::Make(u"\u0416", 1, 2, kNow); }, kBadArgument},
-  };
-  for (const auto& c : cases) EXPECT_EQ(ErrorOf(c.call), c.error) << c.what;
-  EXPECT_FALSE(database.Remove(99, kNow));
-  EXPECT_FALSE(database.changed());
-}
-
-// With a look-up or an order that costs the number of records, this would take hours.
-TEST(Database, HoldsAllRecordsThatAHandheldCan) {
-  Database database = Database::Make(u"Large", 1, 2, kNow);
-  constexpr int32_t kMost = 65'535;
-  for (int32_t i = 0; i < kMost; ++i) database.Write(0, 0, eDirty, Ascii("x"), kNow);
-  EXPECT_EQ(ErrorOf([&] { database.Write(0, 0, 0, {}, kNow); }), kMemoryFull);
-  database = Database::Parse(database.Build());
-  for (uint32_t id = 1; id <= static_cast<uint32_t>(kMost); id += 2) {
-    ASSERT_TRUE(database.Remove(id, kNow));
-    ASSERT_EQ(database.Find(id + 1).has_value(), id < kMost);
-  }
-  EXPECT_EQ(database.count(), kMost / 2);
-  EXPECT_EQ(database.At(100)->id, 202u);
-  EXPECT_EQ(database.Find(202)->index, 100);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // What goes wrong when the settings say so.
 
-#include <chrono>
-
 #include "tests/palm/SuiteSession.h"
 
 namespace pylon::palm::testing {
@@ -56,31 +54,6 @@ TEST_F(FaultsTest, WritesFailWhereTheSettingsSay) {
   }
 }
 
-TEST_F(FaultsTest, NothingPassesALostLink) {
-  EXPECT_EQ(Sync("[Faults]\nLinkLostAfterCalls=1\n",
-                 [] {
-                   const Late adapter = Open(L"Test");
-                   const Late system = Late::Create(L"PDDirect.PDSystemAdapter");
-                   const Late query = Late::Create(L"PDDirect.PDDatabaseQuery");
-                   const Outcome outcomes[] = {
-                       adapter.Call(L"RecordCount"),
-                       adapter.Call(L"RemoveSet", 0),
-                       adapter.Call(L"ResetAllModifiedFlags"),
-                       adapter.Call(L"ReadAppInfoBlock"),
-                       adapter.Call(L"WriteSortInfoBlock", ByteArray("x")),
-                       system.Call(L"DateTime"),
-                       system.Call(L"AddLogEntry", u"x"),
-                       query.Call(L"ReadDbNameList", true),
-                       query.Call(L"RemoveDatabase", u"Test"),
-                   };
-                   for (const Outcome& outcome : outcomes) EXPECT_EQ(outcome.result, kLost);
-                   EXPECT_EQ(ReadAt(adapter, 0), kLost);
-                   EXPECT_EQ(adapter.Call(L"IterationIndex").result, "ok") << "the PC knows it";
-                   EXPECT_EQ(Late(system.Call(L"PDUserInfo")).Call(L"UserName").result, "ok");
-                 }),
-            1);
-}
-
 TEST_F(FaultsTest, ABusyRecordIsPassedOver) {
   EXPECT_EQ(Sync("[Faults]\nRecordBusy=Test 2\n",
                  [] {
@@ -93,15 +66,6 @@ TEST_F(FaultsTest, ABusyRecordIsPassedOver) {
                    EXPECT_EQ(adapter.Call(L"RemoveSet", 0).result, "80070005");
                  }),
             0);
-}
-
-TEST_F(FaultsTest, CallsTakeTheirTime) {
-  Sync("[Link]\nCallDelay=50\n", [] {
-    const Late adapter = Open(L"Test");
-    const auto start = std::chrono::steady_clock::now();
-    for (int i = 0; i < 3; ++i) adapter.Call(L"RecordCount");
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(140));
-  });
 }
 
 }  // namespace

@@ -71,13 +71,6 @@ TEST_F(HotSyncTest, AConduitThatFailsLeavesALineAndTheOthersRun) {
   EXPECT_NE(log.find("HotSync is complete, with failures"), std::string::npos) << log;
 }
 
-TEST_F(HotSyncTest, AFailedCallTellsItsResult) {
-  std::ofstream(folder_.path() / "one.ini") << "[Session]\nConduits=tst1\n";
-  conduit_.begin = []() -> TestConduit::Answer { return {E_OUTOFMEMORY, false}; };
-  EXPECT_EQ(Run(u"/sync " + pylon::testing::Quoted(folder_.path() / "one.ini")), 1);
-  EXPECT_NE(SessionLog().find("(8007000E)"), std::string::npos) << SessionLog();
-}
-
 TEST_F(HotSyncTest, ALostLinkEndsTheSession) {
   EXPECT_EQ(Run(u"/addconduit tst2 PalmTest.Conduit Second"), 0);
   EXPECT_EQ(Sync("Conduits=tst1,tst2\n[Faults]\nLinkLostAfterCalls=0\n",
@@ -93,15 +86,6 @@ TEST_F(HotSyncTest, WithoutASessionThereAreNoObjects) {
   EXPECT_EQ(result, "80070015");
   // Who refused them is out of the way of the next session.
   EXPECT_EQ(Sync("", [] { EXPECT_TRUE(Late::Create(L"PDDirect.PDDatabaseQuery")); }), 0);
-}
-
-TEST_F(HotSyncTest, OneSessionAtATime) {
-  EXPECT_EQ(Sync("",
-                 [this] {
-                   EXPECT_EQ(Run(u"/sync"), 2);
-                   EXPECT_EQ(Run(u"/list"), 2);
-                 }),
-            0);
 }
 
 TEST_F(HotSyncTest, MistakesInTheSettingsAreTold) {
@@ -128,46 +112,6 @@ TEST_F(HotSyncTest, MistakesInTheSettingsAreTold) {
   std::ofstream(ini) << "[Faults]\nConnect=no-answer\n";
   EXPECT_EQ(Run(u"/sync " + pylon::testing::Quoted(ini), &said), 1);
   EXPECT_NE(said.find("does not answer"), std::string::npos) << said;
-}
-
-TEST_F(HotSyncTest, TheUserEditsTheHandheld) {
-  std::ofstream(folder_.path() / "edit.ini") << "[Session]\n";
-  pylon::testing::FileImage application;
-  application.name = "App";
-  application.attributes = 1;
-  application.gap = 9;  // for resources, whose list is another than that of records
-  const Bytes resources = application.Build();
-  const auto application_file = folder_.path() / "handheld" / "App.prc";
-  std::ofstream(application_file, std::ios::binary)
-      .write(reinterpret_cast<const char*>(resources.data()),
-             static_cast<std::streamsize>(resources.size()));
-  const std::u16string ini = u" /ini " + pylon::testing::Quoted(folder_.path() / "edit.ini");
-  const struct {
-    const char16_t* command;
-    int code;
-    const char* said;
-  } cases[] = {
-      {u"/list", 0, "Test: type DATA, creator tst1, 1 records"},
-      {u"/create Other tst1 DATA", 0, ""},
-      {u"/create Other tst1 DATA", 2, "There is a database Other already"},
-      {u"/add Test \"new\\ntext\"", 0, "Record 2"},
-      {u"/change Test 1 changed", 0, "Record 1"},
-      {u"/show Test", 0, "id 1, category 0, dirty, secret: changed"},
-      {u"/change Test 9 x", 2, "There is no record 9"},
-      {u"/show Nothing", 2, "There is no database Nothing"},
-      {u"/add App text", 2, "It holds resources"},
-      {u"/delete Test 1", 0, "Record 1"},
-      {u"/delete Test 2 /archive", 0, "Record 2"},
-      {u"/delete Test", 2, "is missing"},
-      {u"/frobnicate", 2, "There is no command"},
-  };
-  for (const auto& c : cases) {
-    std::string said;
-    EXPECT_EQ(Run(c.command + ini, &said), c.code) << c.said;
-    EXPECT_NE(said.find(c.said), std::string::npos) << said;
-  }
-  EXPECT_EQ(FileRecords("Test"), (Lines{"1:208:", std::string("2:200:new\ntext\0", 15)}));
-  EXPECT_EQ(pylon::testing::ReadFile(application_file).size(), resources.size());
 }
 
 }  // namespace

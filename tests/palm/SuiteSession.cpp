@@ -77,10 +77,6 @@ Argument::Argument(VARIANT* variable) {
   V_VT(value.get()) = VT_BYREF | VT_VARIANT;
   V_VARIANTREF(value.get()) = variable;
 }
-Argument::Argument(LONG* variable) {
-  V_VT(value.get()) = VT_BYREF | VT_I4;
-  V_I4REF(value.get()) = variable;
-}
 
 Argument Missing() {
   com::Variant value;

@@ -39,7 +39,6 @@ class Variable {
   int32_t Number() const;
   std::string AsBytes() const;
   std::string Text() const;
-  VARTYPE type() const { return V_VT(value_.get()); }
 
  private:
   com::Variant value_;
@@ -51,7 +50,6 @@ struct Argument {
   Argument(bool value);
   Argument(const char16_t* text);
   Argument(VARIANT* variable);  // VT_BYREF | VT_VARIANT, as scripts pass them
-  Argument(LONG* variable);
   Argument(com::Variant given) : value(std::move(given)) {}
   Argument(Argument&&) = default;
   com::Variant value;

@@ -87,17 +87,6 @@ TEST_F(SuiteTest, DatabasesComeAndGo) {
   EXPECT_EQ(FileRecords("Two"), Lines{"no file"});
 }
 
-TEST_F(SuiteTest, NamesMayBeVariants) {
-  EXPECT_EQ(
-      Sync("[Suite]\nNames=variants\n",
-           [] {
-             EXPECT_EQ(
-                 Names(Late::Create(L"PDDirect.PDDatabaseQuery").Call(L"ReadDbNameList", true)),
-                 "One Two ");
-           }),
-      0);
-}
-
 TEST_F(SuiteTest, TheSystemTellsOfUserAndSession) {
   EXPECT_EQ(Sync("SyncType=1\n[Handheld]\nUserName=Test user\nUserId=77\n"
                  "Clock=2003-05-17 09:30:00\n",
@@ -118,84 +107,6 @@ TEST_F(SuiteTest, TheSystemTellsOfUserAndSession) {
                  }),
             0);
   EXPECT_NE(SessionLog().find("\nA line \xE2\x82\xAC\n"), std::string::npos);
-}
-
-TEST_F(SuiteTest, UtilityConvertsBytes) {
-  EXPECT_EQ(
-      Sync(
-          "",
-          [] {
-            const Late utility = Late::Create(L"PDDirect.PDUtility");
-            Variable bytes, value;
-            EXPECT_EQ(utility.Call(L"DWORDToByteArray", bytes.Ref(), 0, true, 0x01020304).Number(),
-                      4);
-            EXPECT_EQ(utility.Call(L"WORDToByteArray", bytes.Ref(), 4, false, 0x0506).Number(), 6);
-            EXPECT_EQ(utility.Call(L"BYTEToByteArray", bytes.Ref(), 6, 7).Number(), 7);
-            EXPECT_EQ(utility.Call(L"BSTRToByteArray", bytes.Ref(), 7, 0, u"a\u20AC").Number(), 10);
-            EXPECT_EQ(bytes.AsBytes(), std::string("\1\2\3\4\6\5\7a\x80\0", 10));
-            EXPECT_EQ(utility.Call(L"ByteArrayToBYTE", bytes.Ref(), 6, value.Ref()).Number(), 7);
-            EXPECT_EQ(value.Text(), "7");
-            EXPECT_EQ(utility.Call(L"ByteArrayToDWORD", bytes.Ref(), 0, true, value.Ref()).Number(),
-                      4);
-            EXPECT_EQ(value.Number(), 0x01020304);
-            EXPECT_EQ(utility.Call(L"ByteArrayToWORD", bytes.Ref(), 4, false, value.Ref()).Number(),
-                      6);
-            EXPECT_EQ(value.Number(), 0x0506);
-            EXPECT_EQ(utility.Call(L"ByteArrayToBSTR", bytes.Ref(), 7, 0, value.Ref()).Number(),
-                      10);
-            EXPECT_EQ(value.Text(), "a\xE2\x82\xAC");
-            EXPECT_EQ(utility.Call(L"ByteArrayToBSTR", bytes.Ref(), 7, 1, value.Ref()).Number(), 8);
-            EXPECT_EQ(value.Text(), "a");
-            EXPECT_EQ(utility.Call(L"ByteArrayToDWORD", bytes.Ref(), 7, true, value.Ref()).result,
-                      "800A0009");
-          }),
-      0);
-}
-
-// What the library promises is what the objects answer.
-TEST_F(SuiteTest, TheLibraryDescribesTheObjects) {
-  EXPECT_EQ(Sync("",
-                 [] {
-                   com::Ptr<ITypeLib> library;
-                   ASSERT_EQ(::LoadTypeLibEx(Simulator().c_str(), REGKIND_NONE, library.Receive()),
-                             S_OK);
-                   const Late query = Late::Create(L"PDDirect.PDDatabaseQuery");
-                   const Late system = Late::Create(L"PDDirect.PDSystemAdapter");
-                   const std::pair<std::u16string, Late> objects[] = {
-                       {u"IPDDatabaseQuery", query},
-                       {u"IPDSystemAdapter", system},
-                       {u"IPDUtility", Late::Create(L"PDDirect.PDUtility")},
-                       {u"IPDRecordAdapter", Open(L"One")},
-                       {u"IPDHotSyncInfo", Late(system.Call(L"PDHotSyncInfo"))},
-                       {u"IPDUserInfo", Late(system.Call(L"PDUserInfo"))},
-                       {u"IPDDatabaseInfo", Late(query.Call(L"ReadDbInfoByName", u"One"))},
-                   };
-                   int members = 0;
-                   for (UINT i = 0; i < library->GetTypeInfoCount(); ++i) {
-                     com::Bstr name;
-                     library->GetDocumentation(static_cast<INT>(i), name.Receive(), nullptr,
-                                               nullptr, nullptr);
-                     for (const auto& [interface_name, object] : objects) {
-                       if (com::Text(name.get()) != interface_name) continue;
-                       com::Ptr<ITypeInfo> info;
-                       library->GetTypeInfo(i, info.Receive());
-                       FUNCDESC* function = nullptr;
-                       for (UINT f = 0; info->GetFuncDesc(f, &function) == S_OK; ++f) {
-                         com::Bstr member;
-                         UINT count = 0;
-                         info->GetNames(function->memid, member.Receive(), 1, &count);
-                         if (function->memid < 0x60000000) {  // not one of IDispatch's own
-                           EXPECT_EQ(object.IdOf(member.get()), function->memid)
-                               << ToUtf8(com::Text(member.get()));
-                           ++members;
-                         }
-                         info->ReleaseFuncDesc(function);
-                       }
-                     }
-                   }
-                   EXPECT_EQ(members, 5 + 4 + 8 + 16 + 5 + 2 + 6);
-                 }),
-            0);
 }
 
 }  // namespace

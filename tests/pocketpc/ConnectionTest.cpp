@@ -10,7 +10,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::StartsWith;
 
 class ConnectionTest : public SimulatedDevice {};
 
@@ -106,48 +105,6 @@ TEST_F(ConnectionTest, WrongSettingsRefuseTheConnectionAndAreNamed) {
   WriteSettings("[Link]\nCallDelay=x\nBandwidth=y\n; Remark=z\n");
   rapi.CeRapiInitEx(&init_);
   EXPECT_EQ(LogLines("error: ").size(), 3u) << "each mistake has its line";
-}
-
-TEST_F(ConnectionTest, MissingFilesAndAnUnwritableLog) {
-  init_ = {sizeof init_, nullptr, S_OK};
-  EXPECT_EQ(Hex(rapi.CeRapiInitEx(&init_)), "8007064A") << "named, but not there";
-  EXPECT_THAT(LogLines("error: "), ElementsAre(HasSubstr("there is no such file")));
-
-  WriteSettings("[Log]\nFile=no\\such\\folder\\rapi.log\n");
-  EXPECT_EQ(Hex(rapi.CeRapiInitEx(&init_)), "8007064A");
-
-  Connect("[Device]\nFolder=a\\b\\c\n[Log]\nFile=calls.txt\n");
-  EXPECT_TRUE(std::filesystem::is_directory(home_ / "a/b/c/My Documents"));
-  EXPECT_TRUE(std::filesystem::is_directory(home_ / "a/b/c/Temp"));
-  EXPECT_THAT(ReadFile(home_ / "calls.txt"), StartsWith("note: "));
-}
-
-TEST_F(ConnectionTest, TheSettingsBesideTheModuleNeedNotExist) {
-  const std::filesystem::path copy = home_ / "rapi.dll";
-  std::filesystem::copy_file("simulators/pocketpc/rapi.dll", copy);
-  UseSettings("");
-  const HMODULE module = ::LoadLibraryW(copy.c_str());
-  ASSERT_TRUE(module);
-  const Rapi other(module);
-  for (const char* folder : {"device", "elsewhere"}) {
-    init_ = {sizeof init_, nullptr, S_OK};
-    EXPECT_EQ(other.CeRapiInitEx(&init_), S_OK);
-    EXPECT_EQ(other.CeRapiUninit(), S_OK);
-    EXPECT_TRUE(std::filesystem::is_directory(home_ / folder / "My Documents"));
-    EXPECT_TRUE(std::filesystem::exists(home_ / "rapi.log"));
-    WriteFile(home_ / "rapi.ini", "[Device]\nFolder=elsewhere\n");
-  }
-  ::FreeLibrary(module);
-}
-
-TEST_F(ConnectionTest, SettingsMayBeUtf16) {
-  std::string settings = "\xFF\xFE";
-  for (const wchar_t c : std::wstring_view(L"; \x03A9\r\n[Device]\r\nFolder=\x03A9\r\n")) {
-    settings += static_cast<char>(c & 0xFF);
-    settings += static_cast<char>(c >> 8);
-  }
-  Connect(settings);
-  EXPECT_TRUE(std::filesystem::is_directory(home_ / L"\x03A9"));
 }
 
 TEST_F(ConnectionTest, LogsEachCallInOneLine) {

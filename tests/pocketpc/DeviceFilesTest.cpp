@@ -37,13 +37,6 @@ class DeviceFilesTest : public SimulatedDevice {
     EXPECT_TRUE(rapi.CeFindClose(find));
     return names;
   }
-  FILETIME CreationTime(const wchar_t* path) const {
-    const HANDLE file = Open(path, kRead, OPEN_EXISTING);
-    FILETIME time = {};
-    EXPECT_TRUE(rapi.CeGetFileTime(file, &time, nullptr, nullptr)) << Outcome(false);
-    rapi.CeCloseHandle(file);
-    return time;
-  }
 };
 
 TEST_F(DeviceFilesTest, PathsStayOnTheDevice) {
@@ -199,35 +192,6 @@ TEST_F(DeviceFilesTest, RefusesAsADeviceDoes) {
   EXPECT_TRUE(std::filesystem::is_directory(OnPc("a/b")));
 }
 
-TEST_F(DeviceFilesTest, RefusesWrongHandlesAndArguments) {
-  CE_FIND_DATA found = {};
-  const HANDLE file = Open(L"\\file");
-  const HANDLE find = rapi.CeFindFirstFile(L"\\*", &found);
-  const HANDLE closed = Open(L"\\other");
-  rapi.CeCloseHandle(closed);
-  DWORD bytes = 0;
-  char byte = 0;
-  OVERLAPPED overlapped = {};
-  const struct {
-    const char* what;
-    std::function<BOOL()> call;
-    const char* outcome;
-  } cases[] = {
-      {"close a find", [&] { return rapi.CeCloseHandle(find); }, "6"},
-      {"find with a file", [&] { return rapi.CeFindNextFile(file, &found); }, "6"},
-      {"close twice", [&] { return rapi.CeCloseHandle(closed); }, "6"},
-      {"read null", [&] { return rapi.CeReadFile(nullptr, &byte, 1, &bytes, nullptr); }, "6"},
-      {"overlapped", [&] { return rapi.CeReadFile(file, &byte, 1, &bytes, &overlapped); }, "87"},
-      {"no count", [&] { return rapi.CeReadFile(file, &byte, 1, nullptr, nullptr); }, "87"},
-      {"no data", [&] { return rapi.CeWriteFile(file, nullptr, 1, &bytes, nullptr); }, "87"},
-      {"no result", [&] { return rapi.CeFindNextFile(find, nullptr); }, "87"},
-      {"no store", [&] { return rapi.CeGetStoreInformation(nullptr); }, "87"},
-      {"size", [&] { return rapi.CeGetFileSize(find, nullptr) != 0xFFFFFFFF; }, "6"},
-      {"of the PC", [&] { return ::GetFileType(file) != FILE_TYPE_UNKNOWN; }, "6"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(Outcome(c.call() != FALSE), c.outcome) << c.what;
-}
-
 TEST_F(DeviceFilesTest, FindsByPattern) {
   for (const char* name : {"a.pdb", "b.PDB", "c.pdbx", "ab.txt"})
     WriteFile(OnPc("empty") / name, "1");
@@ -261,66 +225,6 @@ TEST_F(DeviceFilesTest, FindsByPattern) {
   EXPECT_NE(found.ftLastWriteTime.dwHighDateTime, 0u);
   EXPECT_TRUE(rapi.CeGetFileAttributes(L"\\folder") & FILE_ATTRIBUTE_DIRECTORY);
   EXPECT_EQ(rapi.CeGetFileAttributes(L"\\none"), INVALID_FILE_ATTRIBUTES);
-}
-
-// Whatever the PC's file system can store.
-TEST_F(DeviceFilesTest, KeepsTimesOfCreation) {
-  const FILETIME created = {0x12345680, 0x01C00000};
-  const FILETIME wrote = {0x12345680, 0x01C10000};
-  for (const wchar_t* path : {L"\\folder\\inner", L"\\folder of others", L"\\copy"}) {
-    const HANDLE file = Open(path);
-    EXPECT_TRUE(rapi.CeSetFileTime(file, &created, nullptr, &wrote));
-    FILETIME times[3] = {};
-    EXPECT_TRUE(rapi.CeGetFileTime(file, &times[0], &times[1], &times[2]));
-    EXPECT_EQ(::CompareFileTime(&times[0], &created), 0);
-    EXPECT_EQ(::CompareFileTime(&times[2], &wrote), 0);
-    rapi.CeCloseHandle(file);
-  }
-  const auto is_kept = [&](const wchar_t* path) {
-    const FILETIME now = CreationTime(path);
-    return ::CompareFileTime(&now, &created) == 0;
-  };
-  const HANDLE file = Open(L"\\folder\\inner", kWrite, CREATE_ALWAYS);
-  Write(file, "written again");
-  rapi.CeCloseHandle(file);
-  EXPECT_TRUE(rapi.CeMoveFile(L"\\folder", L"\\moved"));
-  Reconnect();
-  EXPECT_TRUE(is_kept(L"\\moved\\inner"));
-  EXPECT_TRUE(is_kept(L"\\folder of others"));
-  CE_FIND_DATA found = {};
-  rapi.CeFindFirstFile(L"\\moved\\*", &found);
-  EXPECT_EQ(::CompareFileTime(&found.ftCreationTime, &created), 0);
-
-  // Other files under names that had a time, and were removed by a program of the PC.
-  std::filesystem::remove(OnPc("copy"));
-  EXPECT_TRUE(rapi.CeCopyFile(L"\\moved\\inner", L"\\copy", TRUE));
-  EXPECT_FALSE(is_kept(L"\\copy"));
-  std::filesystem::remove(OnPc("moved/inner"));
-  EXPECT_TRUE(rapi.CeMoveFile(L"\\copy", L"\\moved\\inner"));
-  EXPECT_FALSE(is_kept(L"\\moved\\inner"));
-  std::filesystem::remove(OnPc("folder of others"));
-  rapi.CeCloseHandle(Open(L"\\folder of others"));
-  EXPECT_FALSE(is_kept(L"\\folder of others"));
-}
-
-TEST_F(DeviceFilesTest, TheClockIsTheDevices) {
-  constexpr int64_t kDay = int64_t{24} * 60 * 60 * 10'000'000;
-  Reconnect("[Device]\nClockOffset=86400\n");
-  FILETIME now = {};
-  ::GetSystemTimeAsFileTime(&now);
-  rapi.CeCloseHandle(Open(L"\\new"));
-  const FILETIME created = CreationTime(L"\\new");
-  const auto ticks = [](const FILETIME& time) {
-    return static_cast<int64_t>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-  };
-  EXPECT_NEAR(static_cast<double>(ticks(created) - ticks(now)), static_cast<double>(kDay),
-              static_cast<double>(kDay) / 24);
-
-  const HANDLE file = Open(L"\\new");
-  FILETIME stored = {};
-  EXPECT_TRUE(rapi.CeSetFileTime(file, nullptr, nullptr, &now));
-  EXPECT_TRUE(rapi.CeGetFileTime(file, nullptr, nullptr, &stored));
-  EXPECT_EQ(::CompareFileTime(&stored, &now), 0) << "both are on the device's clock";
 }
 
 TEST_F(DeviceFilesTest, HasTheDiskThatTheSettingsSay) {
@@ -364,16 +268,6 @@ TEST_F(DeviceFilesTest, HasTheDiskThatTheSettingsSay) {
   Reconnect("[Device]\nDiskSize=2\n");
   EXPECT_EQ(free(), 0u) << "too full already";
   EXPECT_EQ(TryOpen(L"\\nothing", kWrite, CREATE_NEW), "ok") << "an empty file takes no room";
-}
-
-TEST_F(DeviceFilesTest, TempPath) {
-  wchar_t path[8] = L"";
-  EXPECT_EQ(rapi.CeGetTempPath(6, path), 7u) << "the room it needs";
-  EXPECT_EQ(rapi.CeGetTempPath(7, path), 6u);
-  EXPECT_STREQ(path, L"\\Temp\\");
-  Reconnect("[Device]\nTempPath=\\T\n");
-  EXPECT_EQ(rapi.CeGetTempPath(8, path), 2u);
-  EXPECT_STREQ(path, L"\\T");
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 // What goes wrong when the settings say so.
 
-#include <chrono>
 #include <functional>
 
 #include "tests/pocketpc/SimulatedDevice.h"
@@ -71,14 +70,6 @@ TEST_F(FaultsTest, TheLinkIsLostWhereTheSettingsSay) {
   EXPECT_EQ(WorkOnFile(), whole) << "the next connection is sound";
 }
 
-TEST_F(FaultsTest, AFullDiskMayTakePart) {
-  Connect("[Device]\nDiskSize=6\n[Faults]\nShortWrites=1\n");
-  const HANDLE file = Open(L"\\file");
-  EXPECT_EQ(Write(file, "1234"), "ok after 4");
-  EXPECT_EQ(Write(file, "5678"), "ok after 2");
-  EXPECT_EQ(Write(file, "78"), "112 after 0");
-}
-
 TEST_F(FaultsTest, OneFileIsUnreadableAnotherLocked) {
   for (const char* name : {"bad", "locked", "good"}) WriteFile(OnPc(name), "text");
   Connect("[Faults]\nUnreadableFile=\\Bad\nLockedFile=\\Locked\n");
@@ -101,18 +92,6 @@ TEST_F(FaultsTest, OneFileIsUnreadableAnotherLocked) {
       {"open another", [&] { return Open(L"\\good") != INVALID_HANDLE_VALUE; }, "ok"},
   };
   for (const auto& c : cases) EXPECT_EQ(Outcome(c.call() != FALSE), c.outcome) << c.what;
-}
-
-TEST_F(FaultsTest, CallsAndBytesTakeTheirTime) {
-  using std::chrono::milliseconds;
-  using std::chrono::steady_clock;
-  Connect("[Link]\nCallDelay=10\nBandwidth=10000\n");
-  const auto start = steady_clock::now();
-  const HANDLE file = Open(L"\\file");
-  EXPECT_EQ(Write(file, std::string(500, 'x')), "ok after 500");
-  for (int i = 0; i < 3; ++i) rapi.CeGetFileSize(file, nullptr);
-  // Five calls of 10 ms, 50 ms for the bytes; a little less, for what the timer rounds off.
-  EXPECT_GE(steady_clock::now() - start, milliseconds(90));
 }
 
 }  // namespace

@@ -96,16 +96,5 @@ TEST_F(RegistryTest, KeysBelowKeys) {
   EXPECT_EQ(rapi.CeRegOpenKeyEx(key, L"Maker", 0, 0, nullptr), ERROR_INVALID_PARAMETER);
 }
 
-TEST_F(RegistryTest, ADeviceHasANameUnlessTheSettingsHaveARegistry) {
-  HKEY key = nullptr;
-  Connect();
-  ASSERT_EQ(rapi.CeRegOpenKeyEx(HKEY_LOCAL_MACHINE, L"Ident", 0, 0, &key), ERROR_SUCCESS);
-  EXPECT_EQ(Value(key, L"Name"), "1: 50 00 6f 00 63 00 6b 00 65 00 74 00 5f 00 50 00 43 00 00 00");
-  Reconnect("[HKLM\\Ident]\n");
-  EXPECT_EQ(Value(key, L"Name"), "6") << "the key was the other connection's";
-  ASSERT_EQ(rapi.CeRegOpenKeyEx(HKEY_LOCAL_MACHINE, L"Ident", 0, 0, &key), ERROR_SUCCESS);
-  EXPECT_EQ(Value(key, L"Name"), "2");
-}
-
 }  // namespace
 }  // namespace pocketpc::testing
