@@ -26,29 +26,7 @@ std::shared_ptr<const RunningSync> RunOf(const Server& server) {
 
 }  // namespace
 
-const ClassInfo AppSettingsObject::kClass = {CLSID_AppforgeAppSettings,
-                                             u"Pylon.AppforgeAppSettings"};
-
 AppSettingsObject::AppSettingsObject(Server& server)
     : Object(server), settings_(RunOf(server), store_, server.code_page()) {}
-
-STDMETHODIMP AppSettingsObject::GetSettings(BSTR AppName, BSTR Section, BSTR Key, BSTR Default,
-                                            BSTR* result) noexcept {
-  return GetText(result, [&] {
-    return settings_.GetSettings(com::Text(AppName), com::Text(Section), com::Text(Key),
-                                 com::Text(Default));
-  });
-}
-STDMETHODIMP AppSettingsObject::SaveSettings(BSTR AppName, BSTR Section, BSTR Key,
-                                             BSTR Value) noexcept {
-  return Do([&] {
-    settings_.SaveSettings(com::Text(AppName), com::Text(Section), com::Text(Key),
-                           com::Text(Value));
-  });
-}
-STDMETHODIMP AppSettingsObject::DeleteSettings(BSTR AppName, BSTR Section, BSTR Key) noexcept {
-  return Do(
-      [&] { settings_.DeleteSettings(com::Text(AppName), com::Text(Section), com::Text(Key)); });
-}
 
 }  // namespace pylon

@@ -26,7 +26,7 @@ namespace pylon {
 class DefinitionObject final
     : public Object<DefinitionObject, ::_PDBAppforgeDefinition, NativeDefinition> {
  public:
-  static const ClassInfo kClass;
+  static constexpr ClassInfo kClass = {CLSID_PDBAppforgeDefinition, u"Pylon.PDBAppforgeDefinition"};
 
   explicit DefinitionObject(Server& server)
       : Object(server),
@@ -36,20 +36,42 @@ class DefinitionObject final
     return definition_;
   }
 
-  STDMETHODIMP get_AppInfoBlock(::_PDBByteStream** value) noexcept override;
-  STDMETHODIMP get_SortInfoBlock(::_PDBByteStream** value) noexcept override;
+  STDMETHODIMP get_AppInfoBlock(::_PDBByteStream** value) noexcept override {
+    return Get(value, [&] { return Hand(definition_->AppInfoBlock()); });
+  }
+  STDMETHODIMP get_SortInfoBlock(::_PDBByteStream** value) noexcept override {
+    return Get(value, [&] { return Hand(definition_->SortInfoBlock()); });
+  }
   STDMETHODIMP putref_SortInfoBlock(::_PDBByteStream* value) noexcept override;
   STDMETHODIMP IsAppforgeData(::_PDBByteStream* oByteStream,
                               VARIANT_BOOL* result) noexcept override;
-  STDMETHODIMP get_FieldCount(short* value) noexcept override;
-  STDMETHODIMP AddFieldName(BSTR sFieldName, ::eFieldTypes iFieldType) noexcept override;
-  STDMETHODIMP ClearFieldName() noexcept override;
-  STDMETHODIMP get_FieldName(short Index, BSTR* value) noexcept override;
-  STDMETHODIMP put_FieldName(short Index, BSTR value) noexcept override;
-  STDMETHODIMP get_FieldType(short Index, ::eFieldTypes* value) noexcept override;
-  STDMETHODIMP put_FieldType(short Index, ::eFieldTypes value) noexcept override;
-  STDMETHODIMP get_SortFieldCount(short* value) noexcept override;
-  STDMETHODIMP get_SortFieldIndex(short Index, short* value) noexcept override;
+  STDMETHODIMP get_FieldCount(short* value) noexcept override {
+    return Get(value, [&] { return definition_->FieldCount(); });
+  }
+  STDMETHODIMP AddFieldName(BSTR sFieldName, ::eFieldTypes iFieldType) noexcept override {
+    return Do([&] { definition_->AddFieldName(com::Text(sFieldName), iFieldType); });
+  }
+  STDMETHODIMP ClearFieldName() noexcept override {
+    return Do([&] { definition_->ClearFieldName(); });
+  }
+  STDMETHODIMP get_FieldName(short Index, BSTR* value) noexcept override {
+    return GetText(value, [&] { return definition_->FieldName(Index); });
+  }
+  STDMETHODIMP put_FieldName(short Index, BSTR value) noexcept override {
+    return Do([&] { definition_->SetFieldName(Index, com::Text(value)); });
+  }
+  STDMETHODIMP get_FieldType(short Index, ::eFieldTypes* value) noexcept override {
+    return Get(value, [&] { return static_cast<::eFieldTypes>(definition_->FieldType(Index)); });
+  }
+  STDMETHODIMP put_FieldType(short Index, ::eFieldTypes value) noexcept override {
+    return Do([&] { definition_->SetFieldType(Index, value); });
+  }
+  STDMETHODIMP get_SortFieldCount(short* value) noexcept override {
+    return Get(value, [&] { return definition_->SortFieldCount(); });
+  }
+  STDMETHODIMP get_SortFieldIndex(short Index, short* value) noexcept override {
+    return Get(value, [&] { return definition_->SortFieldIndex(Index); });
+  }
 
  private:
   ::_PDBByteStream* Hand(PDBByteStream stream);

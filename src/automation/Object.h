@@ -123,6 +123,15 @@ class Object : public com::Implements<Default, Others..., ISupportErrorInfo, IEx
     return Get(value, [&] { return com::ToVariantBool(body()); });
   }
   template <class Body>
+  HRESULT GetVariant(VARIANT* value, Body&& body) noexcept {
+    return Get(value, [&] { return body().Detach(); });
+  }
+  // A member that is given a variable of the caller's.
+  template <class Given, class T, class Body>
+  HRESULT GetFrom(Given* given, T* value, Body&& body) noexcept {
+    return given ? Get(value, [&] { return body(*given); }) : Refuse(E_POINTER);
+  }
+  template <class Body>
   HRESULT GetText(BSTR* value, Body&& body) noexcept {
     return Get(value, [&] { return com::Bstr(body()).Detach(); });
   }

@@ -13,8 +13,6 @@ Interface* Hand(Server& server, com::Ptr<Wrapper>& kept, std::shared_ptr<Part> p
 
 }  // namespace
 
-const ClassInfo SyncInfoObject::kClass = {CLSID_oSyncInfo, u"Pylon.oSyncInfo"};
-
 STDMETHODIMP SyncInfoObject::get_FileSystem(::PDBFileSystem** value) noexcept {
   return Get(value,
              [&] { return Hand<::PDBFileSystem>(server(), file_system_, info_->FileSystem()); });
@@ -26,26 +24,4 @@ STDMETHODIMP SyncInfoObject::get_ConduitInfo(::_CConduitInfo** value) noexcept {
 STDMETHODIMP SyncInfoObject::get_Device(::_CDevice** value) noexcept {
   return Get(value, [&] { return Hand<::_CDevice>(server(), device_, info_->Device()); });
 }
-STDMETHODIMP SyncInfoObject::get_CancelSync(VARIANT_BOOL* value) noexcept {
-  return GetBool(value, [&] { return info_->CancelSync(); });
-}
-STDMETHODIMP SyncInfoObject::UpdateStatusMain(BSTR Value) noexcept {
-  return Do([&] { info_->UpdateStatusMain(com::Text(Value)); });
-}
-STDMETHODIMP SyncInfoObject::UpdateStatusDetail(BSTR Value) noexcept {
-  return Do([&] { info_->UpdateStatusDetail(com::Text(Value)); });
-}
-STDMETHODIMP SyncInfoObject::UpdateStatusMaxBar(long Value) noexcept {
-  return Do([&] { info_->UpdateStatusMaxBar(Value); });
-}
-STDMETHODIMP SyncInfoObject::UpdateStatusIncrementBar(long Value) noexcept {
-  return Do([&] { info_->UpdateStatusIncrementBar(Value); });
-}
-STDMETHODIMP SyncInfoObject::UpdateStatusBarValue(long Value) noexcept {
-  return Do([&] { info_->UpdateStatusBarValue(Value); });
-}
-STDMETHODIMP SyncInfoObject::UpdateLog(BSTR Value) noexcept {
-  return Do([&] { info_->UpdateLog(com::Text(Value)); });
-}
-
 }  // namespace pylon

@@ -14,7 +14,7 @@ namespace pylon {
 // detached by then, and the members find nothing in it.
 class SyncInfoObject final : public Object<SyncInfoObject, ::_oSyncInfo> {
  public:
-  static const ClassInfo kClass;
+  static constexpr ClassInfo kClass = {CLSID_oSyncInfo, u"Pylon.oSyncInfo"};
 
   SyncInfoObject(Server& server, std::shared_ptr<pylon::oSyncInfo> info)
       : Object(server), info_(std::move(info)) {}
@@ -22,13 +22,27 @@ class SyncInfoObject final : public Object<SyncInfoObject, ::_oSyncInfo> {
   STDMETHODIMP get_FileSystem(::PDBFileSystem** value) noexcept override;
   STDMETHODIMP get_ConduitInfo(::_CConduitInfo** value) noexcept override;
   STDMETHODIMP get_Device(::_CDevice** value) noexcept override;
-  STDMETHODIMP get_CancelSync(VARIANT_BOOL* value) noexcept override;
-  STDMETHODIMP UpdateStatusMain(BSTR Value) noexcept override;
-  STDMETHODIMP UpdateStatusDetail(BSTR Value) noexcept override;
-  STDMETHODIMP UpdateStatusMaxBar(long Value) noexcept override;
-  STDMETHODIMP UpdateStatusIncrementBar(long Value) noexcept override;
-  STDMETHODIMP UpdateStatusBarValue(long Value) noexcept override;
-  STDMETHODIMP UpdateLog(BSTR Value) noexcept override;
+  STDMETHODIMP get_CancelSync(VARIANT_BOOL* value) noexcept override {
+    return GetBool(value, [&] { return info_->CancelSync(); });
+  }
+  STDMETHODIMP UpdateStatusMain(BSTR Value) noexcept override {
+    return Do([&] { info_->UpdateStatusMain(com::Text(Value)); });
+  }
+  STDMETHODIMP UpdateStatusDetail(BSTR Value) noexcept override {
+    return Do([&] { info_->UpdateStatusDetail(com::Text(Value)); });
+  }
+  STDMETHODIMP UpdateStatusMaxBar(long Value) noexcept override {
+    return Do([&] { info_->UpdateStatusMaxBar(Value); });
+  }
+  STDMETHODIMP UpdateStatusIncrementBar(long Value) noexcept override {
+    return Do([&] { info_->UpdateStatusIncrementBar(Value); });
+  }
+  STDMETHODIMP UpdateStatusBarValue(long Value) noexcept override {
+    return Do([&] { info_->UpdateStatusBarValue(Value); });
+  }
+  STDMETHODIMP UpdateLog(BSTR Value) noexcept override {
+    return Do([&] { info_->UpdateLog(com::Text(Value)); });
+  }
 
  private:
   std::shared_ptr<pylon::oSyncInfo> info_;

@@ -134,6 +134,24 @@ class Variant {
   VARIANT value_;
 };
 
+// Owns the texts that a failed call by name leaves.
+struct Exception : EXCEPINFO {
+  Exception() noexcept : EXCEPINFO{} {}
+  ~Exception() {
+    ::SysFreeString(bstrSource);
+    ::SysFreeString(bstrDescription);
+    ::SysFreeString(bstrHelpFile);
+  }
+  Exception(const Exception&) = delete;
+  Exception& operator=(const Exception&) = delete;
+
+  HRESULT result() const noexcept {
+    if (FAILED(scode)) return scode;
+    // Servers of the 16-bit days give a number of their own instead.
+    return wCode ? static_cast<HRESULT>(0x80040000U + wCode) : DISP_E_EXCEPTION;
+  }
+};
+
 // Keeps an interface of this process reachable from others, with one object, for as long as it
 // lives: the release of the last object of its kind by another process then finds nothing to shut
 // down. Shutting down waits for calls under way, and in Wine at times for one that has just ended,

@@ -1,12 +1,11 @@
 #include "files/RegistryObject.h"
 
-#include <oleauto.h>
-
 #include <algorithm>
 #include <bit>
 #include <optional>
 #include <type_traits>
 
+#include "base/Com.h"
 #include "base/Text.h"
 #include "files/AnsiText.h"
 
@@ -18,7 +17,7 @@ using win::ToAnsi;
 
 HKEY ToKey(RegistryObject::KeyHandle key) noexcept { return std::bit_cast<HKEY>(key); }
 
-// Names of keys and values end at a NUL; one within would make it another name.
+// Names of keys and values end at a NUL: text with one inside would name something else.
 std::optional<std::string> NameToAnsi(std::u16string_view name) {
   return name.find(u'\0') == name.npos ? ToAnsi(name) : std::nullopt;
 }
@@ -81,41 +80,29 @@ RegistryValue FromStored(const Stored& stored) {
     case REG_DWORD:
       return TaggedValue(static_cast<int32_t>(NumberIn(data)));
     default:
-      // The NUL counts as part of a text, but not everybody stores it.
+      // The NUL counts as part of a text, but not every program stores it.
       if (data.ends_with('\0')) data.remove_suffix(1);
       return TaggedValue(FromAnsi(data));
   }
 }
 
-// A VARIANT of this object's own.
-struct Variant : VARIANT {
-  Variant() noexcept { ::VariantInit(this); }
-  ~Variant() { ::VariantClear(this); }
-  Variant(const Variant&) = delete;
-  Variant& operator=(const Variant&) = delete;
-};
-
-std::u16string UserText(Variant& variant) {
-  if (FAILED(::VariantChangeType(&variant, &variant, 0, VT_BSTR))) return {};
-  return FromWide({V_BSTR(&variant), ::SysStringLen(V_BSTR(&variant))});
-}
-
 std::u16string UserText(const TaggedValue& value) {
-  Variant variant;
+  com::Variant variant;
   if (const auto* single = std::get_if<float>(&value)) {
-    V_VT(&variant) = VT_R4;
-    V_R4(&variant) = *single;
+    V_VT(variant.get()) = VT_R4;
+    V_R4(variant.get()) = *single;
   } else if (const auto* number = std::get_if<double>(&value)) {
-    V_VT(&variant) = VT_R8;
-    V_R8(&variant) = *number;
+    V_VT(variant.get()) = VT_R8;
+    V_R8(variant.get()) = *number;
   } else if (const auto* amount = std::get_if<Currency>(&value)) {
-    V_VT(&variant) = VT_CY;
-    V_CY(&variant).int64 = amount->scaled;
+    V_VT(variant.get()) = VT_CY;
+    V_CY(variant.get()).int64 = amount->scaled;
   } else if (const auto* date = std::get_if<DateStamp>(&value)) {
-    V_VT(&variant) = VT_DATE;
-    V_DATE(&variant) = date->value;
+    V_VT(variant.get()) = VT_DATE;
+    V_DATE(variant.get()) = date->value;
   }
-  return UserText(variant);
+  if (FAILED(::VariantChangeType(variant.get(), variant.get(), 0, VT_BSTR))) return {};
+  return com::Text(V_BSTR(variant.get()));
 }
 
 LSTATUS Write(HKEY key, std::u16string_view name, DWORD type, const void* data, size_t size) {

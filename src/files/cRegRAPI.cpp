@@ -4,37 +4,16 @@
 #include <optional>
 #include <utility>
 
+#include "base/ScopeExit.h"
 #include "base/Text.h"
 
 namespace pylon {
 namespace {
 
-// A larger one is no name, whatever it is.
+// A larger value is not a name.
 constexpr DWORD kLargestName = 4096;  // bytes
 
-class DeviceKey {
- public:
-  DeviceKey(const RapiLibrary& api, const wchar_t* name) : api_(api) {
-    if (api_.CeRegOpenKeyEx(HKEY_LOCAL_MACHINE, name, 0, 0, &key_) != ERROR_SUCCESS) key_ = nullptr;
-  }
-  ~DeviceKey() {
-    if (key_) api_.CeRegCloseKey(key_);
-  }
-  DeviceKey(const DeviceKey&) = delete;
-  DeviceKey& operator=(const DeviceKey&) = delete;
-
-  explicit operator bool() const noexcept { return key_ != nullptr; }
-  bool Query(const wchar_t* name, DWORD& type, void* data, DWORD& size) const {
-    return api_.CeRegQueryValueEx(key_, name, nullptr, &type, static_cast<BYTE*>(data), &size) ==
-           ERROR_SUCCESS;
-  }
-
- private:
-  const RapiLibrary& api_;
-  HKEY key_ = nullptr;
-};
-
-// The last character is the text's end, or stands where that should be.
+// The last character is the text's NUL, or where the NUL should be.
 std::u16string UpToEnd(std::wstring text) {
   if (!text.empty()) text.pop_back();
   return FromWide(text.substr(0, text.find(L'\0')));
@@ -42,20 +21,28 @@ std::u16string UpToEnd(std::wstring text) {
 
 std::optional<std::u16string> ReadName(const RapiLibrary& api) {
   constexpr wchar_t kName[] = L"Name";
-  const DeviceKey key(api, L"Ident");
+  HKEY key = nullptr;
+  if (api.CeRegOpenKeyEx(HKEY_LOCAL_MACHINE, L"Ident", 0, 0, &key) != ERROR_SUCCESS) {
+    return std::nullopt;
+  }
+  const ScopeExit close([&] { api.CeRegCloseKey(key); });
   DWORD type = REG_NONE;
   DWORD size = 0;
-  if (!key || !key.Query(kName, type, nullptr, size)) return std::nullopt;
+  const auto query = [&](void* data) {
+    return api.CeRegQueryValueEx(key, kName, nullptr, &type, static_cast<BYTE*>(data), &size) ==
+           ERROR_SUCCESS;
+  };
+  if (!query(nullptr)) return std::nullopt;
   if (type == REG_SZ && size <= kLargestName) {
     std::wstring text((size + 1) / sizeof(wchar_t), L'\0');
-    if (!key.Query(kName, type, text.data(), size) || type != REG_SZ) return std::nullopt;
+    if (!query(text.data()) || type != REG_SZ) return std::nullopt;
     text.resize(std::min<size_t>(text.size(), (size + 1) / sizeof(wchar_t)));
     return UpToEnd(std::move(text));
   }
   if (type == REG_DWORD) {
     DWORD number = 0;
     size = sizeof number;
-    if (!key.Query(kName, type, &number, size) || type != REG_DWORD) return std::nullopt;
+    if (!query(&number) || type != REG_DWORD) return std::nullopt;
     return ToText(static_cast<int32_t>(number));
   }
   return std::nullopt;

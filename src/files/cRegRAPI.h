@@ -7,7 +7,7 @@
 
 namespace pylon {
 
-// What the registry of a handheld tells.
+// The registry of a handheld.
 class cRegRAPI {
  public:
   explicit cRegRAPI(std::shared_ptr<RapiConnection> connection);

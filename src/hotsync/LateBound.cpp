@@ -7,24 +7,6 @@
 namespace pylon {
 namespace {
 
-// Owns the texts of an exception.
-struct Exception : EXCEPINFO {
-  Exception() noexcept : EXCEPINFO{} {}
-  ~Exception() {
-    ::SysFreeString(bstrSource);
-    ::SysFreeString(bstrDescription);
-    ::SysFreeString(bstrHelpFile);
-  }
-  Exception(const Exception&) = delete;
-  Exception& operator=(const Exception&) = delete;
-
-  HRESULT result() const noexcept {
-    if (FAILED(scode)) return scode;
-    // Servers of the 16-bit days give a number of their own instead.
-    return wCode ? static_cast<HRESULT>(0x80040000U + wCode) : DISP_E_EXCEPTION;
-  }
-};
-
 std::u16string DescriptionOr(HRESULT result, std::u16string description) {
   if (description.empty()) description = SystemMessage(result);
   if (description.empty()) description = u"Automation error";
@@ -95,7 +77,7 @@ com::Variant LateBoundObject::Invoke(size_t member, WORD flags,
     parameters.cNamedArgs = 1;
   }
   com::Variant value;
-  Exception exception;
+  com::Exception exception;
   // The call pumps messages, during which this object may go.
   const com::Ptr<IDispatch> object = object_;
   const HRESULT result =

@@ -40,7 +40,8 @@ class Argument {
   VARIANT value_;
 };
 
-// An object known by its members' names alone. Each name is resolved when it is first used, once.
+// An object whose members are known by name only. Each name is resolved when it is first used,
+// once.
 class LateBoundObject {
  public:
   LateBoundObject(com::Ptr<IDispatch> object, std::span<const wchar_t* const> names);
@@ -63,7 +64,7 @@ class LateBound {
   using Member = typename Members::Member;
 
   explicit LateBound(com::Ptr<IDispatch> object) : object_(std::move(object), Members::kNames) {}
-  // From a value that a call gave; error 51 when it is no object.
+  // From the value that a call returned; error 51 when it is not an object.
   explicit LateBound(com::Variant value);
 
   // Calls a method or reads a property: languages without the difference pass both flags.

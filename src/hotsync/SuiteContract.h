@@ -3,7 +3,7 @@
 #include "base/AutomationError.h"
 #include "base/Com.h"
 
-// What Pylon takes for granted about HotSync's COM sync suite; the one place for it. Statements
+// What Pylon takes for granted about HotSync's COM sync suite, all in one place. Statements
 // marked "assumed" come from no public source, and no real suite has confirmed them. Everything
 // else of the suite (enums, IPDClientNotify) is read from its type library when that is registered.
 
@@ -91,15 +91,15 @@ struct RecordAdapter {
   };
 };
 
-// The form of a unique id that nothing has been read of yet, assumed: bytes, the highest first. One
-// that was read goes back in the form in which it came.
+// The form of a unique id before any has been read, assumed: bytes, the highest first. One that was
+// read goes back in the form in which it came.
 inline constexpr size_t kIdBytes = 4;
 
-// A number that the suite's library gives a name to.
+// A number that has a name in the suite's library.
 struct Constant {
   const wchar_t* name;
   int32_t value;         // where no library is registered
-  bool assumed = false;  // the name: a library without it counts, and the value stands
+  bool assumed = false;  // the name: in a library without it, the value counts
 };
 // Or-ed in OpenRecordDatabase. Values assumed: those of the handheld's own protocol.
 inline constexpr Constant kAccessModes[] = {
@@ -117,7 +117,7 @@ inline constexpr int32_t kFastSync = 0;
 // For RemoveSet. The name that the library has for it is not public.
 inline constexpr int32_t kAllRecords = 0;
 
-// How failures of the suite's members look, assumed but for those of COM itself.
+// How failures of the suite's members look, assumed except for those of COM itself.
 enum class Failure { kOther, kLost, kRefused, kMemoryFull, kNotThere, kExists };
 struct KnownFailure {
   HRESULT result;

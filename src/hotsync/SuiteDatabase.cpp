@@ -64,8 +64,8 @@ std::optional<Record> SuiteDatabase::ReadNextModified(int32_t index) {
   });
 }
 
-// What a read has given. Without data the record may still be there, since a deleted one has none:
-// then the adapter has filled the fields, and is not at its end.
+// The record that a read has given. Without data the record may still be there, since a deleted one
+// has none: then the adapter has filled the fields, and is not at its end.
 std::optional<Record> SuiteDatabase::ToRecord(const com::Variant& data, const Fields& fields) {
   std::optional<Bytes> bytes = ToRecordData(data);
   if (!bytes) {

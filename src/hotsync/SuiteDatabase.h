@@ -9,7 +9,7 @@
 namespace pylon {
 
 // A database behind the suite's record adapter, open for as long as the adapter lives. One exchange
-// for each member but where it says so.
+// for each member except where it says so.
 class SuiteDatabase final : public HandheldDatabase {
  public:
   SuiteDatabase(com::Variant adapter, std::shared_ptr<SuiteLink> link);
@@ -31,7 +31,7 @@ class SuiteDatabase final : public HandheldDatabase {
  private:
   using Adapter = suite::RecordAdapter;
 
-  // How the adapter's unique ids look; what it gave it gets back.
+  // How the adapter's unique ids look; it gets back what it gave.
   struct IdForm {
     VARTYPE type = VT_ARRAY | VT_UI1;
     size_t bytes = suite::kIdBytes;

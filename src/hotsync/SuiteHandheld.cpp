@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/Registry.h"
 #include "base/SystemMessage.h"
 #include "hotsync/SuiteDatabase.h"
 #include "hotsync/SuiteLibrary.h"
@@ -13,19 +14,8 @@ namespace {
 #ifdef _WIN64
 // Whether a class by this name has a server in the view of the registry that 32-bit programs see.
 bool ServesOnly32Bit(const std::u16string& prog_id) {
-  const auto read = [](const std::u16string& path) -> std::u16string {
-    RegistryKey key;
-    if (::RegOpenKeyExW(HKEY_CLASSES_ROOT, Wide(path), 0, KEY_READ | KEY_WOW64_32KEY,
-                        key.Receive()) != ERROR_SUCCESS) {
-      return {};
-    }
-    std::array<wchar_t, MAX_PATH + 1> text = {};
-    auto size = static_cast<DWORD>((text.size() - 1) * sizeof(wchar_t));
-    if (::RegQueryValueExW(key.get(), nullptr, nullptr, nullptr,
-                           reinterpret_cast<BYTE*>(text.data()), &size) != ERROR_SUCCESS) {
-      return {};
-    }
-    return FromWide(text.data());
+  const auto read = [](const std::u16string& path) {
+    return ReadRegistryText(HKEY_CLASSES_ROOT, path, nullptr, KEY_WOW64_32KEY);
   };
   const std::u16string class_id = read(prog_id + u"\\CLSID");
   return !class_id.empty() && !read(u"CLSID\\" + class_id + u"\\InprocServer32").empty();
@@ -68,7 +58,7 @@ std::optional<int32_t> ToLong(const com::Variant& value) {
   return V_I4(Converted(value, VT_I4).get());
 }
 
-// The texts of an array of BSTRs or of values; an array that was never given a size has none.
+// The texts of an array of BSTRs or of values; an array without a size has none.
 std::vector<std::u16string> ToTexts(const com::Variant& given) {
   const VARIANT* value = given.get();
   while (V_VT(value) == (VT_BYREF | VT_VARIANT)) value = V_VARIANTREF(value);
@@ -109,7 +99,7 @@ int32_t AccessMode() {
   return mode;
 }
 
-// What the suite may have no member for.
+// Makes a call for which the suite may have no member.
 template <class Body>
 void Optionally(Body&& body) {
   try {
@@ -179,11 +169,11 @@ bool SuiteHandheld::IsListed(std::u16string_view name) {
 std::optional<HandheldDatabaseInfo> SuiteHandheld::DatabaseInfo(std::u16string_view name) {
   using Info = suite::DatabaseInfo;
   const com::Bstr text(name);
-  bool told = false;
+  bool found = false;
   HandheldDatabaseInfo info;
   const auto read = [&] {
     LateBound<Info> object(query_.Call(suite::DatabaseQuery::kReadDbInfoByName, text));
-    told = true;
+    found = true;
     const auto id = [&](Info::Member member, std::u16string& target) {
       Optionally([&] {
         if (const auto number = ToLong(object.Call(member))) target = utils_.PalmLongtoId(*number);
@@ -200,11 +190,11 @@ std::optional<HandheldDatabaseInfo> SuiteHandheld::DatabaseInfo(std::u16string_v
   try {
     link_->Reach([&] { Optionally(read); });
   } catch (const AutomationError&) {
-    // Said in words of its own that there is none, perhaps.
-    if (told || IsLost() || IsListed(name)) throw;
+    // Perhaps the suite's own way to say that there is none.
+    if (found || IsLost() || IsListed(name)) throw;
     return std::nullopt;
   }
-  if (!told && !IsListed(name)) return std::nullopt;
+  if (!found && !IsListed(name)) return std::nullopt;
   return info;
 }
 
@@ -219,7 +209,7 @@ std::unique_ptr<HandheldDatabase> SuiteHandheld::OpenDatabase(std::u16string_vie
               link_);
         });
   } catch (const AutomationError& error) {
-    // Which failure of the suite means "not there" is not known for sure; its list knows.
+    // Which failure of the suite means that there is none is not known for sure; the list shows it.
     if (!error.Is(ErrorNumber::kInternal) || IsListed(name)) throw;
     return nullptr;
   }

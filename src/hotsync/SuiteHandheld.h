@@ -35,16 +35,16 @@ class SuiteHandheld final : public Handheld {
   bool DeleteDatabase(std::u16string_view name) override;
   bool IsLost() const noexcept override { return link_->lost(); }
 
-  // What HotSync tells of the conduit that it runs at this moment.
+  // What HotSync says about the conduit that it runs at this moment.
   struct Conduit {
     std::optional<int32_t> creator;
     std::u16string path;  // of its folder below the HotSync user's
   };
-  // Without what the suite has no word for.
+  // Members that the suite doesn't have stay empty.
   Conduit RunningConduit();
 
  private:
-  // Whether the list has the name, after a failure that does not say whether it is that.
+  // Whether the list has the name, after a failure that may mean that it has not.
   bool IsListed(std::u16string_view name);
 
   PDBUtils utils_;

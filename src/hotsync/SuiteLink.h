@@ -8,7 +8,7 @@
 
 namespace pylon {
 
-// What a handheld and its databases share: whether the link still stands, and what a failed call of
+// Shared by a handheld and its databases: whether the link still holds, and what a failed call of
 // the suite means. A lost link stays lost.
 class SuiteLink {
  public:
@@ -26,7 +26,7 @@ class SuiteLink {
       Raise(error);
     }
   }
-  // The same for what may not be there: `absent` then.
+  // The same for something that may be missing: `absent` then.
   template <class Result, class Body>
   Result ReachIfThere(Result absent, Body&& body) {
     RequireOpen();
@@ -47,10 +47,10 @@ class SuiteLink {
   bool lost_ = false;
 };
 
-// A value of the suite's in the type where it belongs; error 51 when it does not convert.
+// A value of the suite in the type that is needed; error 51 when it does not convert.
 com::Variant Converted(const com::Variant& value, VARTYPE type);
 
-// The bytes of a value; null, which is not the same as none at all, when the suite gave nothing.
+// The bytes of a value; null, which is not the same as no bytes, when the suite gave nothing.
 // Error 51 when it is something else.
 std::optional<Bytes> ToRecordData(const com::Variant& value);
 
