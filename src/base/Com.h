@@ -137,13 +137,13 @@ class Variant {
 // Owns the texts that a failed call by name leaves.
 struct Exception : EXCEPINFO {
   Exception() noexcept : EXCEPINFO{} {}
+  Exception(Exception&& other) noexcept
+      : EXCEPINFO(std::exchange(static_cast<EXCEPINFO&>(other), EXCEPINFO{})) {}
   ~Exception() {
     ::SysFreeString(bstrSource);
     ::SysFreeString(bstrDescription);
     ::SysFreeString(bstrHelpFile);
   }
-  Exception(const Exception&) = delete;
-  Exception& operator=(const Exception&) = delete;
 
   HRESULT result() const noexcept {
     if (FAILED(scode)) return scode;

@@ -4,7 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 #include "automation/ByteStreamObject.h"
 #include "automation/DefinitionObject.h"
@@ -28,10 +27,14 @@ class AppforgeObjects : public ServerTest {
   void TearDown() override { EXPECT_EQ(server_.objects(), 0) << "an object was never released"; }
 
   com::Ptr<::_PDBAppforgeDefinition> NewDefinition() {
-    return com::Make<DefinitionObject>(server_).As<::_PDBAppforgeDefinition>();
+    auto definition = com::Make<DefinitionObject>(server_).As<::_PDBAppforgeDefinition>();
+    AddFields(definition.get());
+    return definition;
   }
-  com::Ptr<::_PDBAppforgeRecord> NewRecord() {
-    return com::Make<RecordObject>(server_).As<::_PDBAppforgeRecord>();
+  com::Ptr<::_PDBAppforgeRecord> NewRecord(::_PDBAppforgeDefinition* definition = nullptr) {
+    auto record = com::Make<RecordObject>(server_).As<::_PDBAppforgeRecord>();
+    if (definition) com::Check(record->putref_AppforgeDefinition(definition));
+    return record;
   }
   // One field of each type, named by its number.
   static void AddFields(::_PDBAppforgeDefinition* definition) {
@@ -47,51 +50,51 @@ class AppforgeObjects : public ServerTest {
   Server server_{u"Pylon.exe", AnsiCodePage::Windows1252(), clock_, folder_.Factory()};
 };
 
+// A value for each field in its own type, and how it reads.
+const struct {
+  HRESULT (*put)(::_PDBAppforgeRecord* record, short field);
+  VARTYPE type;
+  bool (*holds)(const VARIANT& value);
+} kValues[] = {
+    {[](auto* r, short i) { return r->put_ByteValue(i, 200); }, VT_UI1,
+     [](const VARIANT& v) { return V_UI1(&v) == 200; }},
+    {[](auto* r, short i) { return r->put_IntegerValue(i, -300); }, VT_I2,
+     [](const VARIANT& v) { return V_I2(&v) == -300; }},
+    {[](auto* r, short i) { return r->put_LongValue(i, 70'000); }, VT_I4,
+     [](const VARIANT& v) { return V_I4(&v) == 70'000; }},
+    {[](auto* r, short i) { return r->put_SingleValue(i, 0.1F); }, VT_R4,
+     [](const VARIANT& v) { return V_R4(&v) == 0.1F; }},
+    {[](auto* r, short i) { return r->put_StringValue(i, com::Bstr(u"Gr\u00FC\u00DFe").get()); },
+     VT_BSTR, [](const VARIANT& v) { return com::Text(V_BSTR(&v)) == u"Gr\u00FC\u00DFe"; }},
+    {[](auto* r, short i) { return r->put_BooleanValue(i, VARIANT_TRUE); }, VT_BOOL,
+     [](const VARIANT& v) { return V_BOOL(&v) == VARIANT_TRUE; }},
+    {[](auto* r, short i) { return r->put_DateValue(i, 45'000.75); }, VT_DATE,
+     [](const VARIANT& v) { return V_DATE(&v) == 45'000.75; }},
+    {[](auto* r, short i) { return r->put_DoubleValue(i, 1e300); }, VT_R8,
+     [](const VARIANT& v) { return V_R8(&v) == 1e300; }},
+    {[](auto* r, short i) { return r->put_CurrencyValue(i, CURRENCY{.int64 = -12'345}); }, VT_CY,
+     [](const VARIANT& v) { return V_CY(&v).int64 == -12'345; }},
+    {[](auto* r, short i) { return r->put_StringValue(i, com::Bstr(u"AB").get()); }, VT_BSTR,
+     [](const VARIANT& v) { return com::Text(V_BSTR(&v)) == u"AB"; }},
+};
+
 void SetValues(::_PDBAppforgeRecord* record) {
-  EXPECT_HRESULT_SUCCEEDED(record->put_ByteValue(1, 200));
-  EXPECT_HRESULT_SUCCEEDED(record->put_IntegerValue(2, -300));
-  EXPECT_HRESULT_SUCCEEDED(record->put_LongValue(3, 70'000));
-  EXPECT_HRESULT_SUCCEEDED(record->put_SingleValue(4, 0.1F));
-  EXPECT_HRESULT_SUCCEEDED(record->put_StringValue(5, com::Bstr(u"Gr\u00FC\u00DFe").get()));
-  EXPECT_HRESULT_SUCCEEDED(record->put_BooleanValue(6, VARIANT_TRUE));
-  EXPECT_HRESULT_SUCCEEDED(record->put_DateValue(7, 45'000.75));
-  EXPECT_HRESULT_SUCCEEDED(record->put_DoubleValue(8, 1e300));
-  EXPECT_HRESULT_SUCCEEDED(record->put_CurrencyValue(9, CURRENCY{.int64 = -12'345}));
-  EXPECT_HRESULT_SUCCEEDED(record->put_StringValue(10, com::Bstr(u"\u0041\u0042").get()));
+  for (short i = 1; const auto& value : kValues) EXPECT_HRESULT_SUCCEEDED(value.put(record, i++));
 }
 
-// Every field through Value, in its own type.
 void ExpectValues(::_PDBAppforgeRecord* record) {
-  const struct {
-    short field;
-    VARTYPE type;
-    std::function<bool(const VARIANT&)> holds;
-  } cases[] = {
-      {1, VT_UI1, [](const VARIANT& v) { return V_UI1(&v) == 200; }},
-      {2, VT_I2, [](const VARIANT& v) { return V_I2(&v) == -300; }},
-      {3, VT_I4, [](const VARIANT& v) { return V_I4(&v) == 70'000; }},
-      {4, VT_R4, [](const VARIANT& v) { return V_R4(&v) == 0.1F; }},
-      {5, VT_BSTR, [](const VARIANT& v) { return com::Text(V_BSTR(&v)) == u"Gr\u00FC\u00DFe"; }},
-      {6, VT_BOOL, [](const VARIANT& v) { return V_BOOL(&v) == VARIANT_TRUE; }},
-      {7, VT_DATE, [](const VARIANT& v) { return V_DATE(&v) == 45'000.75; }},
-      {8, VT_R8, [](const VARIANT& v) { return V_R8(&v) == 1e300; }},
-      {9, VT_CY, [](const VARIANT& v) { return V_CY(&v).int64 == -12'345; }},
-      {10, VT_BSTR, [](const VARIANT& v) { return com::Text(V_BSTR(&v)) == u"AB"; }},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.field);
+  for (short i = 1; const auto& expected : kValues) {
+    SCOPED_TRACE(i);
     com::Variant value;
-    ASSERT_HRESULT_SUCCEEDED(record->get_Value(c.field, value.Receive()));
-    EXPECT_EQ(V_VT(value.get()), c.type);
-    EXPECT_TRUE(c.holds(*value.get()));
+    ASSERT_HRESULT_SUCCEEDED(record->get_Value(i++, value.Receive()));
+    EXPECT_EQ(V_VT(value.get()), expected.type);
+    EXPECT_TRUE(expected.holds(*value.get()));
   }
 }
 
 TEST_F(AppforgeObjects, ARecordGoesThroughItsBytes) {
   const auto definition = NewDefinition();
-  AddFields(definition.get());
-  const auto record = NewRecord();
-  ASSERT_HRESULT_SUCCEEDED(record->putref_AppforgeDefinition(definition.get()));
+  const auto record = NewRecord(definition.get());
   SetValues(record.get());
   com::Ptr<::_PDBByteStream> stream, again;
   ASSERT_HRESULT_SUCCEEDED(record->get_ByteStream(stream.Receive()));
@@ -115,7 +118,6 @@ TEST_F(AppforgeObjects, ARecordGoesThroughItsBytes) {
 
 TEST_F(AppforgeObjects, ErrorsAreBasics) {
   const auto definition = NewDefinition();
-  AddFields(definition.get());
   const auto record = NewRecord();
   short number = 0;
   long wide = 0;
@@ -142,9 +144,7 @@ TEST_F(AppforgeObjects, ErrorsAreBasics) {
 
 TEST_F(AppforgeObjects, WhatIsNoValueClearsTheField) {
   const auto definition = NewDefinition();
-  AddFields(definition.get());
-  const auto record = NewRecord();
-  ASSERT_HRESULT_SUCCEEDED(record->putref_AppforgeDefinition(definition.get()));
+  const auto record = NewRecord(definition.get());
   com::Variant object;
   V_VT(object.get()) = VT_DISPATCH;
   V_DISPATCH(object.get()) = com::Ptr(definition).Detach();
@@ -170,8 +170,7 @@ TEST_F(AppforgeObjects, ARecordWorksOnObjectsOfAnotherProcess) {
   const auto stream = CreateOutside<::_PDBByteStream>(CLSID_PDBByteStream);
   ASSERT_HRESULT_SUCCEEDED(stream->put_UTF8Strings(VARIANT_FALSE));
   ASSERT_HRESULT_SUCCEEDED(stream->Resize(64));
-  const auto record = NewRecord();
-  ASSERT_HRESULT_SUCCEEDED(record->putref_AppforgeDefinition(definition.get()));
+  const auto record = NewRecord(definition.get());
   ASSERT_HRESULT_SUCCEEDED(record->putref_ByteStream(stream.get()));
   SetValues(record.get());
   com::Ptr<::_PDBByteStream> written;

@@ -9,6 +9,7 @@
 
 #include "automation/ClientNotify.h"
 #include "base/AutomationError.h"
+#include "base/Implements.h"
 #include "base/Text.h"
 #include "hotsync/SuiteLibrary.h"
 #include "tests/automation/ServerFixture.h"
@@ -18,26 +19,14 @@ namespace {
 
 constexpr wchar_t kLayouts[] = L"gen\\NotifyLayouts.tlb";
 
-// Notes what arrives.
-class Recorder final : public ::_cPalmSync {
+// Records what arrives.
+class Recorder final : public com::WithoutDispatch<com::Implements<::_cPalmSync>> {
  public:
   STDMETHODIMP QueryInterface(REFIID, void** object) noexcept override {
     *object = this;
     AddRef();
-    return S_FALSE;  // told from a real one
+    return S_FALSE;  // unlike any real one
   }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references; }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return --references; }
-  STDMETHODIMP GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
-    return E_NOTIMPL;
-  }
-  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                      UINT*) noexcept override {
-    return E_NOTIMPL;
-  }
-
   STDMETHODIMP BeginProcess(VARIANT_BOOL* failed) noexcept override {
     Note("BeginProcess", {});
     *failed = VARIANT_FALSE;
@@ -64,7 +53,6 @@ class Recorder final : public ::_cPalmSync {
 
   std::vector<std::string> calls;
   HRESULT begun = S_OK;
-  ULONG references = 1;
 
  private:
   void Note(std::string call, std::initializer_list<long> numbers,

@@ -10,6 +10,7 @@
 #include "automation/DatabaseObject.h"
 #include "automation/FileSystemObject.h"
 #include "automation/UtilsObject.h"
+#include "base/Text.h"
 #include "hotsync/PDBFileSystemPalm.h"
 #include "pdb/PDBFileSystemPC.h"
 #include "tests/support/MemoryDisk.h"
@@ -18,50 +19,32 @@
 namespace pylon {
 namespace {
 
-VARIANT ByReference(com::Variant& variable) {
+VARIANT Typed(VARTYPE type, void* target) {
   VARIANT argument;
-  V_VT(&argument) = VT_BYREF | VT_VARIANT;
-  V_VARIANTREF(&argument) = variable.get();
+  V_VT(&argument) = static_cast<VARTYPE>(VT_BYREF | type);
+  V_BYREF(&argument) = target;
   return argument;
 }
-VARIANT Plain(int32_t value) {
-  VARIANT argument;
-  V_VT(&argument) = VT_I4;
-  V_I4(&argument) = value;
-  return argument;
-}
+VARIANT ByReference(com::Variant& variable) { return Typed(VT_VARIANT, variable.get()); }
 VARIANT Plain(double value) {
   VARIANT argument;
   V_VT(&argument) = VT_R8;
   V_R8(&argument) = value;
   return argument;
 }
+VARIANT Plain(int32_t value) { return com::Variant(value).Detach(); }
 VARIANT Plain(const com::Bstr& value) {
   VARIANT argument;
   V_VT(&argument) = VT_BSTR;
   V_BSTR(&argument) = value.get();
   return argument;
 }
-com::Variant Object(IDispatch* object) {
-  com::Variant value;
-  V_VT(value.get()) = VT_DISPATCH;
-  V_DISPATCH(value.get()) = object;
-  object->AddRef();
-  return value;
-}
 
 struct Outcome {
   HRESULT result = S_OK;
   com::Variant value;
-  EXCEPINFO exception = {};
+  com::Exception exception;
   UINT bad_argument = 99;
-
-  Outcome() = default;
-  Outcome(Outcome&&) = default;
-  ~Outcome() {
-    ::SysFreeString(exception.bstrSource);
-    ::SysFreeString(exception.bstrDescription);
-  }
 };
 
 // A late-bound call as a script engine makes it; the arguments stand in the order of the source.
@@ -150,8 +133,7 @@ TEST_F(ObjectTest, LateBoundArgumentsAreConvertedAndWrittenBack) {
   // A script's fresh variable is empty and its numbers are doubles: both convert.
   com::Variant value;
   com::Variant from;
-  V_VT(from.get()) = VT_R8;
-  V_R8(from.get()) = 0.0;
+  *from.get() = Plain(0.0);
   ASSERT_HRESULT_SUCCEEDED(
       Call(stream.get(), u"ByteToLong", {ByReference(value), ByReference(from)}).result);
   EXPECT_EQ(V_VT(value.get()), VT_I4);
@@ -160,32 +142,25 @@ TEST_F(ObjectTest, LateBoundArgumentsAreConvertedAndWrittenBack) {
   EXPECT_EQ(V_I4(from.get()), 4);
 }
 
-TEST_F(ObjectTest, LateBoundCallsTakePlainValuesWhereNothingIsWrittenBack) {
+TEST_F(ObjectTest, PlainValuesAndTypedReferencesAreTaken) {
   const auto stream = NewStream();
+  // Plain values go where nothing is to be written back.
   ASSERT_HRESULT_SUCCEEDED(
       Call(stream.get(), u"IntegerToByte", {Plain(258.0), Plain(0), Plain(-1)}).result);
   com::Variant value;
   ASSERT_HRESULT_SUCCEEDED(
       Call(stream.get(), u"ByteToInteger", {ByReference(value), Plain(0.0), Plain(1)}).result);
   EXPECT_EQ(V_I2(value.get()), 258);
-}
-
-TEST_F(ObjectTest, TypedReferencesKeepTheCallersType) {
-  const auto stream = NewStream();
   short narrow = 0;
-  VARIANT offset;
-  V_VT(&offset) = VT_BYREF | VT_I2;
-  V_I2REF(&offset) = &narrow;
-  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"SetByte", {Plain(7), offset}).result);
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"SetByte", {Plain(7), Typed(VT_I2, &narrow)}).result);
   EXPECT_EQ(narrow, 1);
 }
 
 TEST_F(ObjectTest, ATypedArrayGoesByReference) {
   const auto utils = com::Make<UtilsObject>(server_).As<::_PDBUtils>();
   com::Variant array = com::FromBytes(Bytes{std::byte{0xC3}, std::byte{0xBC}});
-  VARIANT argument;
-  V_VT(&argument) = VT_BYREF | VT_ARRAY | VT_UI1;
-  V_ARRAYREF(&argument) = &V_ARRAY(array.get());
+  const VARIANT argument = Typed(VT_ARRAY | VT_UI1, &V_ARRAY(array.get()));
   const Outcome outcome = Call(utils.get(), u"ToUTF16", {argument});
   ASSERT_HRESULT_SUCCEEDED(outcome.result);
   EXPECT_EQ(V_I4(outcome.value.get()), 0xFC);
@@ -237,10 +212,8 @@ TEST_F(ObjectTest, MoneyAndWideNumbersConvert) {
   V_VT(&money) = VT_CY;
   V_CY(&money).int64 = 1'234'567;
   DECIMAL wide = {};
-  VARIANT offset;
-  V_VT(&offset) = VT_BYREF | VT_DECIMAL;
-  V_DECIMALREF(&offset) = &wide;
-  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"CurrencyToByte", {money, offset}).result);
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"CurrencyToByte", {money, Typed(VT_DECIMAL, &wide)}).result);
   EXPECT_EQ(wide.Lo64, 8U);
   com::Variant read;
   ASSERT_HRESULT_SUCCEEDED(
@@ -253,22 +226,31 @@ TEST_F(ObjectTest, BadCallsAreRefused) {
   const auto stream = NewStream();
   const com::Bstr text(u"no number");
   const com::Bstr good(u"12");
-  EXPECT_EQ(Call(stream.get(), u"NoSuchMember", {}).result, DISP_E_UNKNOWNNAME);
-  const Outcome missing = Call(stream.get(), u"Resize", {});
-  EXPECT_EQ(missing.result, DISP_E_PARAMNOTOPTIONAL);
-  EXPECT_EQ(missing.bad_argument, 99U) << "there is none to name";
   VARIANT omitted;
   V_VT(&omitted) = VT_ERROR;
   V_ERROR(&omitted) = DISP_E_PARAMNOTFOUND;
-  EXPECT_EQ(Call(stream.get(), u"Resize", {omitted}).result, DISP_E_PARAMNOTOPTIONAL);
-  EXPECT_EQ(Call(stream.get(), u"Clear", {Plain(1)}).result, DISP_E_BADPARAMCOUNT);
-  EXPECT_EQ(Call(stream.get(), u"Resize", {Plain(1e12)}).result, DISP_E_OVERFLOW);
-  const Outcome outcome = Call(stream.get(), u"LongToByte", {Plain(text), Plain(0)});
-  EXPECT_EQ(outcome.result, DISP_E_TYPEMISMATCH);
-  EXPECT_EQ(outcome.bad_argument, 1U) << "counted from the last argument";
-  EXPECT_HRESULT_SUCCEEDED(Call(stream.get(), u"Resize", {Plain(good)}).result);
-  EXPECT_EQ(Call(stream.get(), u"length", {Plain(1)}, DISPATCH_PROPERTYPUT).result,
-            DISP_E_MEMBERNOTFOUND);
+  const struct {
+    const char16_t* member;
+    std::vector<VARIANT> arguments;
+    HRESULT result;
+    UINT bad_argument = 99;  // untouched
+    WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+  } cases[] = {
+      {u"NoSuchMember", {}, DISP_E_UNKNOWNNAME},
+      {u"Resize", {}, DISP_E_PARAMNOTOPTIONAL},
+      {u"Resize", {omitted}, DISP_E_PARAMNOTOPTIONAL, 0},
+      {u"Clear", {Plain(1)}, DISP_E_BADPARAMCOUNT},
+      {u"Resize", {Plain(1e12)}, DISP_E_OVERFLOW, 0},
+      {u"LongToByte", {Plain(text), Plain(0)}, DISP_E_TYPEMISMATCH, 1},  // from the last argument
+      {u"Resize", {Plain(good)}, S_OK},
+      {u"length", {Plain(1)}, DISP_E_MEMBERNOTFOUND, 99, DISPATCH_PROPERTYPUT},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(ToUtf8(c.member));
+    const Outcome outcome = Call(stream.get(), c.member, c.arguments, c.flags);
+    EXPECT_EQ(outcome.result, c.result);
+    EXPECT_EQ(outcome.bad_argument, c.bad_argument);
+  }
 }
 
 TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
@@ -300,18 +282,17 @@ TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
 }
 
 TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {
-  const com::Ptr<IUnknown> objects[] = {
-      com::Make<ByteStreamObject>(server_).As<IUnknown>(),
-      com::Make<UtilsObject>(server_).As<IUnknown>(),
-      com::Make<DatabaseObject>(server_).As<IUnknown>(), NewFileSystem().As<IUnknown>(),
-      com::Make<SyncIndexObject>(server_, nullptr).As<IUnknown>()};
-  const IID ids[] = {IID__PDBByteStream, IID__PDBUtils, IID_PDBDatabase, IID_PDBFileSystem,
-                     IID__CSyncIndex};
-  for (size_t i = 0; i < std::size(objects); ++i) {
-    const auto support = objects[i].As<ISupportErrorInfo>();
+  const std::pair<IID, com::Ptr<IUnknown>> objects[] = {
+      {IID__PDBByteStream, NewStream()},
+      {IID__PDBUtils, com::Make<UtilsObject>(server_).As<IUnknown>()},
+      {IID_PDBDatabase, com::Make<DatabaseObject>(server_).As<IUnknown>()},
+      {IID_PDBFileSystem, NewFileSystem()},
+      {IID__CSyncIndex, com::Make<SyncIndexObject>(server_, nullptr).As<IUnknown>()}};
+  for (const auto& [id, object] : objects) {
+    const auto support = object.As<ISupportErrorInfo>();
     ASSERT_TRUE(support);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(ids[i]), S_OK);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(IID_IPersist), S_FALSE);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(id), S_OK);
+    EXPECT_EQ(support->InterfaceSupportsErrorInfo(__uuidof(NativeStream)), S_FALSE);
   }
 }
 
@@ -322,14 +303,12 @@ TEST_F(ObjectTest, ADoubleReadLeavesTheCallersByteOrderInvertedWhenTheStreamSwap
   stream->DoubleToByte(1.5, &offset, VARIANT_FALSE);
   com::Variant value;
   com::Variant from(0);
-  com::Variant swap;
-  V_VT(swap.get()) = VT_BOOL;
-  V_BOOL(swap.get()) = VARIANT_FALSE;
+  VARIANT_BOOL swap = VARIANT_FALSE;
   ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"ByteToDouble",
-                                {ByReference(value), ByReference(from), ByReference(swap)})
+                                {ByReference(value), ByReference(from), Typed(VT_BOOL, &swap)})
                                .result);
   EXPECT_EQ(V_R8(value.get()), 1.5);
-  EXPECT_EQ(V_BOOL(swap.get()), VARIANT_TRUE);
+  EXPECT_EQ(swap, VARIANT_TRUE);
 }
 
 TEST_F(ObjectTest, AByteArrayIsTakenWholeWhateverItsElements) {
@@ -406,7 +385,9 @@ TEST_F(ObjectTest, AScriptWritesAndReadsARecord) {
   com::Variant id(0);
   com::Variant category(3);
   com::Variant attributes(64);
-  com::Variant data = Object(stream.get());
+  com::Variant data;
+  V_VT(data.get()) = VT_DISPATCH;
+  V_DISPATCH(data.get()) = com::Ptr(stream).Detach();
   ASSERT_HRESULT_SUCCEEDED(Call(notes, u"Update",
                                 {Plain(0), ByReference(id), ByReference(category),
                                  ByReference(attributes), ByReference(data)})
@@ -432,93 +413,6 @@ TEST_F(ObjectTest, AScriptWritesAndReadsARecord) {
   // Members of the class that the interface lacks, and a method read as a property.
   EXPECT_EQ(com::Text(V_BSTR(Call(notes, u"DatabaseType", {}).value.get())), u"DATA");
   EXPECT_EQ(V_BOOL(Call(notes, u"EOF", {}, DISPATCH_PROPERTYGET).value.get()), VARIANT_TRUE);
-}
-
-// Somebody else's stream: it has an array and nothing more that a database uses.
-class ForeignStream final : public ::_PDBByteStream {
- public:
-  Bytes bytes;
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object =
-        id == IID_IUnknown || id == IID_IDispatch || id == IID__PDBByteStream ? this : nullptr;
-    return *object ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
-  STDMETHODIMP get_ByteArray(VARIANT* value) noexcept override {
-    *value = com::FromBytes(bytes).Detach();
-    return S_OK;
-  }
-  STDMETHODIMP put_ByteArray(VARIANT value) noexcept override {
-    bytes = com::ToBytes(value).bytes;
-    return S_OK;
-  }
-
-#define NOT_USED(member, ...) \
-  STDMETHODIMP member(__VA_ARGS__) noexcept override { return E_NOTIMPL; }
-  NOT_USED(GetTypeInfoCount, UINT*)
-  NOT_USED(GetTypeInfo, UINT, LCID, ITypeInfo**)
-  NOT_USED(GetIDsOfNames, REFIID, LPOLESTR*, UINT, LCID, DISPID*)
-  NOT_USED(Invoke, DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*, UINT*)
-  NOT_USED(get_GlobalByteSwap, VARIANT_BOOL*)
-  NOT_USED(put_GlobalByteSwap, VARIANT_BOOL)
-  NOT_USED(get_UTF8Strings, VARIANT_BOOL*)
-  NOT_USED(put_UTF8Strings, VARIANT_BOOL)
-  NOT_USED(get_DatabaseFor, ::eDatabaseForType*)
-  NOT_USED(put_DatabaseFor, ::eDatabaseForType)
-  NOT_USED(get_length, long*)
-  NOT_USED(Resize, long)
-  NOT_USED(Clear)
-  NOT_USED(ByteToString, BSTR*, long*)
-  NOT_USED(StringToByte, BSTR, long*)
-  NOT_USED(ByteToCString, BSTR*, long*)
-  NOT_USED(CStringToByte, BSTR*, long*)
-  NOT_USED(ByteToFixString, BSTR*, long*, long)
-  NOT_USED(FixStringToByte, BSTR, long*, long)
-  NOT_USED(GetByte, unsigned char*, long*)
-  NOT_USED(SetByte, unsigned char, long*)
-  NOT_USED(ByteToInteger, short*, long*, VARIANT_BOOL)
-  NOT_USED(IntegerToByte, short, long*, VARIANT_BOOL)
-  NOT_USED(ByteToInt24, long*, long*, VARIANT_BOOL)
-  NOT_USED(Int24ToByte, long, long*, VARIANT_BOOL)
-  NOT_USED(ByteToLong, long*, long*, VARIANT_BOOL)
-  NOT_USED(LongToByte, long, long*, VARIANT_BOOL)
-  NOT_USED(ByteToDouble, double*, long*, VARIANT_BOOL*)
-  NOT_USED(DoubleToByte, double, long*, VARIANT_BOOL)
-  NOT_USED(ByteToCurrency, CY*, long*, VARIANT_BOOL*)
-  NOT_USED(CurrencyToByte, CY, long*, VARIANT_BOOL)
-  NOT_USED(ByteToSingle, float*, long*, VARIANT_BOOL)
-  NOT_USED(SingleToByte, float, long*, VARIANT_BOOL)
-#undef NOT_USED
-};
-
-TEST_F(ObjectTest, SomebodyElsesStreamWorksThroughItsArray) {
-  const auto files = NewFileSystem();
-  const com::Bstr name(u"Notes");
-  com::Ptr<::PDBDatabase> database;
-  VARIANT_BOOL done = VARIANT_FALSE;
-  ASSERT_HRESULT_SUCCEEDED(files->CreateDatabase(Plain(name), database.InOut(), &done));
-
-  ForeignStream foreign;
-  foreign.bytes = {std::byte{1}, std::byte{2}, std::byte{0}};
-  ::_PDBByteStream* argument = &foreign;
-  long id = 0;
-  short category = 0;
-  ::eRecordAttribute attributes = {};
-  ASSERT_HRESULT_SUCCEEDED(database->Update(0, &id, &category, &attributes, &argument));
-  ASSERT_HRESULT_SUCCEEDED(database->WriteAppInfoBlock(&argument));
-
-  foreign.bytes.clear();
-  long index = 0;
-  ASSERT_HRESULT_SUCCEEDED(
-      database->ReadNext(&index, &id, &category, &attributes, &argument, &done));
-  EXPECT_EQ(argument, &foreign);
-  EXPECT_EQ(foreign.bytes, (Bytes{std::byte{1}, std::byte{2}, std::byte{0}}))
-      << "two bytes and the spare one";
-  ASSERT_HRESULT_SUCCEEDED(database->ReadAppInfoBlock(&argument));
-  EXPECT_EQ(foreign.bytes.size(), 4U) << "a block is taken whole";
-  database->CloseDatabase();
 }
 
 TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {

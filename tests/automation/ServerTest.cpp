@@ -81,7 +81,8 @@ TEST_F(ServerTest, ACopyRemovesNothingOfAnother) {
   ASSERT_EQ(RunProgram(u"/regserver"), 0U);
 }
 
-TEST_F(ServerTest, ABlockThatPassesThroughAnotherProcessStaysAsItIs) {
+// The database can do nothing with a stream of another process but read and write its array.
+TEST_F(ServerTest, BlocksAndRecordsPassThroughStreamsOfAnotherProcess) {
   testing::MemoryDisk memory;
   const SystemClock clock;
   Server server(u"Pylon.exe", AnsiCodePage::Windows1252(), clock, memory.Factory());
@@ -106,6 +107,21 @@ TEST_F(ServerTest, ABlockThatPassesThroughAnotherProcessStaysAsItIs) {
     stream->get_length(&length);
     EXPECT_EQ(length, 3);
   }
+  long index = 0;
+  long id = 0;
+  short category = 0;
+  ::eRecordAttribute attributes = {};
+  auto given = stream;
+  ASSERT_HRESULT_SUCCEEDED(database->Update(0, &id, &category, &attributes, given.InOut()));
+  given = stream;
+  ASSERT_HRESULT_SUCCEEDED(stream->Clear());
+  ASSERT_HRESULT_SUCCEEDED(
+      database->ReadNext(&index, &id, &category, &attributes, given.InOut(), &done));
+  EXPECT_EQ(given.get(), stream.get());
+  com::Variant array;
+  ASSERT_HRESULT_SUCCEEDED(stream->get_ByteArray(array.Receive()));
+  EXPECT_EQ(com::ToBytes(*array.get()).bytes, (Bytes{std::byte{'a'}, std::byte{'b'}, {}, {}}))
+      << "three bytes and the spare one";
   database->CloseDatabase();
 }
 
