@@ -1,4 +1,4 @@
-// What a database costs on files in memory, beside the bare cost of moving the same bytes through
+// The cost of a database on files in memory, beside the bare cost of moving the same bytes through
 // the same file class: "Bare" benchmarks are the yardstick of the one that follows.
 
 #include <benchmark/benchmark.h>
@@ -134,7 +134,7 @@ void UpdateAll(benchmark::State& state) {
   CountRecords(state);
 }
 
-// What no save can do without, in the steps of one: a new file beside the old one, all its bytes in
+// The least that a save needs, in its steps: a new file beside the old one, all its bytes in
 // one write, the close, and the new file in the place of an old one of the same size.
 void SaveBare(benchmark::State& state) {
   const Bytes bytes(FileSize(state), std::byte{1});

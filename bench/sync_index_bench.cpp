@@ -1,5 +1,5 @@
-// What a sync index costs: a look-up among keys of three kinds, and the whole way of reading,
-// looking up, changing and writing. The counters of the look-ups tell how the fixed hash spreads
+// The cost of a sync index: a look-up among keys of three kinds, and the whole way of reading,
+// looking up, changing and writing. The counters of the look-ups show how the fixed hash spreads
 // such keys.
 
 #include <benchmark/benchmark.h>

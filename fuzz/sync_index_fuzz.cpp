@@ -40,7 +40,7 @@ void ReadAsIndex(const Bytes& bytes) {
   }
   index.CloseIndex();
   const Bytes written = folder.files[kIndex];
-  // What was written reads back, and writes the same bytes.
+  // The written file reads back, and writes the same bytes.
   Check(index.UniqueId(u"key") == 7);
   index.SetUniqueId(u"key", 8);
   index.SetUniqueId(u"key", 7);

@@ -37,39 +37,6 @@ DatabaseObject::DatabaseObject(Server& server, std::shared_ptr<pylon::PDBDatabas
     : Object(server), database_(std::move(database)) {}
 DatabaseObject::~DatabaseObject() = default;
 
-STDMETHODIMP DatabaseObject::get_PDBFilePath(BSTR* value) noexcept {
-  return GetText(value, [&] { return database_->PDBFilePath(); });
-}
-STDMETHODIMP DatabaseObject::put_PDBFilePath(BSTR value) noexcept {
-  return Do([&] { database_->SetPDBFilePath(com::Text(value)); });
-}
-STDMETHODIMP DatabaseObject::get_PDBDatabaseName(BSTR* value) noexcept {
-  return GetText(value, [&] { return database_->PDBDatabaseName(); });
-}
-STDMETHODIMP DatabaseObject::put_PDBDatabaseName(BSTR value) noexcept {
-  return Do([&] { database_->SetPDBDatabaseName(com::Text(value)); });
-}
-STDMETHODIMP DatabaseObject::get_CreatorId(BSTR* value) noexcept {
-  return GetText(value, [&] { return database_->CreatorId(); });
-}
-STDMETHODIMP DatabaseObject::put_CreatorId(BSTR value) noexcept {
-  return Do([&] { database_->SetCreatorId(com::Text(value)); });
-}
-STDMETHODIMP DatabaseObject::get_DatabaseFor(::eDatabaseForType* value) noexcept {
-  return Get(value, [&] { return static_cast<::eDatabaseForType>(database_->DatabaseFor()); });
-}
-STDMETHODIMP DatabaseObject::OpenDatabase(VARIANT_BOOL* result) noexcept {
-  return GetBool(result, [&] { return database_->OpenDatabase(); });
-}
-STDMETHODIMP DatabaseObject::CloseDatabase() noexcept {
-  return Do([&] { database_->CloseDatabase(); });
-}
-STDMETHODIMP DatabaseObject::RemoveDatabase() noexcept {
-  return Do([&] { database_->RemoveDatabase(); });
-}
-STDMETHODIMP DatabaseObject::CreateDatabase(VARIANT_BOOL* result) noexcept {
-  return GetBool(result, [&] { return database_->CreateDatabase(); });
-}
 STDMETHODIMP DatabaseObject::ReadAppInfoBlock(::_PDBByteStream** oByteStream) noexcept {
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
@@ -95,18 +62,6 @@ STDMETHODIMP DatabaseObject::WriteSortInfoBlock(::_PDBByteStream** oByteStream) 
     StreamArgument stream(server(), oByteStream);
     database_->WriteSortInfoBlock(stream.Given().BlockBytes());
   });
-}
-STDMETHODIMP DatabaseObject::get_IterationIndex(long* value) noexcept {
-  return Get(value, [&] { return database_->IterationIndex(); });
-}
-STDMETHODIMP DatabaseObject::put_IterationIndex(long value) noexcept {
-  return Do([&] { database_->SetIterationIndex(value); });
-}
-STDMETHODIMP DatabaseObject::BOF(VARIANT_BOOL* result) noexcept {
-  return GetBool(result, [&] { return database_->BOF(); });
-}
-STDMETHODIMP DatabaseObject::EOF(VARIANT_BOOL* result) noexcept {
-  return GetBool(result, [&] { return database_->EOF_(); });
 }
 
 template <class Read>
@@ -155,21 +110,6 @@ STDMETHODIMP DatabaseObject::ReadNextModified(long* Index, long* UniqueId, short
   return ReadRecord(Index, UniqueId, Category, Attributes, aData, result,
                     [&] { return database_->NextModified(); });
 }
-STDMETHODIMP DatabaseObject::Remove(long UniqueId) noexcept {
-  return Do([&] { database_->Remove(UniqueId); });
-}
-STDMETHODIMP DatabaseObject::RemoveAll() noexcept {
-  return Do([&] { database_->RemoveAll(); });
-}
-STDMETHODIMP DatabaseObject::RemoveWithDeleteFlag() noexcept {
-  return Do([&] { database_->RemoveWithDeleteFlag(); });
-}
-STDMETHODIMP DatabaseObject::ResetModifyFlags() noexcept {
-  return Do([&] { database_->ResetModifyFlags(); });
-}
-STDMETHODIMP DatabaseObject::get_RecordCount(long* value) noexcept {
-  return Get(value, [&] { return database_->RecordCount(); });
-}
 STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
                                     ::eRecordAttribute* Attributes,
                                     ::_PDBByteStream** oByteStream) noexcept {
@@ -179,12 +119,6 @@ STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
     *UniqueId =
         database_->Update(Index, *UniqueId, *Category, *Attributes, stream.Given().RecordBytes());
   });
-}
-STDMETHODIMP DatabaseObject::CreateDateTime(DATE* result) noexcept {
-  return Get(result, [&] { return database_->CreateDateTime(); });
-}
-STDMETHODIMP DatabaseObject::ModifyDateTime(DATE* result) noexcept {
-  return Get(result, [&] { return database_->ModifyDateTime(); });
 }
 STDMETHODIMP DatabaseObject::get_SyncIndex(::_CSyncIndex** value) noexcept {
   return Get(value, [&] {

@@ -19,25 +19,55 @@ class DatabaseObject final : public Object<DatabaseObject, ::_PDBDatabasePC, ::P
   DatabaseObject(Server& server, std::shared_ptr<pylon::PDBDatabase> database);
   ~DatabaseObject();
 
-  STDMETHODIMP get_PDBFilePath(BSTR* value) noexcept override;
-  STDMETHODIMP put_PDBFilePath(BSTR value) noexcept override;
-  STDMETHODIMP get_PDBDatabaseName(BSTR* value) noexcept override;
-  STDMETHODIMP put_PDBDatabaseName(BSTR value) noexcept override;
-  STDMETHODIMP get_CreatorId(BSTR* value) noexcept override;
-  STDMETHODIMP put_CreatorId(BSTR value) noexcept override;
-  STDMETHODIMP get_DatabaseFor(::eDatabaseForType* value) noexcept override;
-  STDMETHODIMP OpenDatabase(VARIANT_BOOL* result) noexcept override;
-  STDMETHODIMP CloseDatabase() noexcept override;
-  STDMETHODIMP RemoveDatabase() noexcept override;
-  STDMETHODIMP CreateDatabase(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP get_PDBFilePath(BSTR* value) noexcept override {
+    return GetText(value, [&] { return database_->PDBFilePath(); });
+  }
+  STDMETHODIMP put_PDBFilePath(BSTR value) noexcept override {
+    return Do([&] { database_->SetPDBFilePath(com::Text(value)); });
+  }
+  STDMETHODIMP get_PDBDatabaseName(BSTR* value) noexcept override {
+    return GetText(value, [&] { return database_->PDBDatabaseName(); });
+  }
+  STDMETHODIMP put_PDBDatabaseName(BSTR value) noexcept override {
+    return Do([&] { database_->SetPDBDatabaseName(com::Text(value)); });
+  }
+  STDMETHODIMP get_CreatorId(BSTR* value) noexcept override {
+    return GetText(value, [&] { return database_->CreatorId(); });
+  }
+  STDMETHODIMP put_CreatorId(BSTR value) noexcept override {
+    return Do([&] { database_->SetCreatorId(com::Text(value)); });
+  }
+  STDMETHODIMP get_DatabaseFor(::eDatabaseForType* value) noexcept override {
+    return Get(value, [&] { return static_cast<::eDatabaseForType>(database_->DatabaseFor()); });
+  }
+  STDMETHODIMP OpenDatabase(VARIANT_BOOL* result) noexcept override {
+    return GetBool(result, [&] { return database_->OpenDatabase(); });
+  }
+  STDMETHODIMP CloseDatabase() noexcept override {
+    return Do([&] { database_->CloseDatabase(); });
+  }
+  STDMETHODIMP RemoveDatabase() noexcept override {
+    return Do([&] { database_->RemoveDatabase(); });
+  }
+  STDMETHODIMP CreateDatabase(VARIANT_BOOL* result) noexcept override {
+    return GetBool(result, [&] { return database_->CreateDatabase(); });
+  }
   STDMETHODIMP ReadAppInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
   STDMETHODIMP WriteAppInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
   STDMETHODIMP ReadSortInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
   STDMETHODIMP WriteSortInfoBlock(::_PDBByteStream** oByteStream) noexcept override;
-  STDMETHODIMP get_IterationIndex(long* value) noexcept override;
-  STDMETHODIMP put_IterationIndex(long value) noexcept override;
-  STDMETHODIMP BOF(VARIANT_BOOL* result) noexcept override;
-  STDMETHODIMP EOF(VARIANT_BOOL* result) noexcept override;
+  STDMETHODIMP get_IterationIndex(long* value) noexcept override {
+    return Get(value, [&] { return database_->IterationIndex(); });
+  }
+  STDMETHODIMP put_IterationIndex(long value) noexcept override {
+    return Do([&] { database_->SetIterationIndex(value); });
+  }
+  STDMETHODIMP BOF(VARIANT_BOOL* result) noexcept override {
+    return GetBool(result, [&] { return database_->BOF(); });
+  }
+  STDMETHODIMP EOF(VARIANT_BOOL* result) noexcept override {
+    return GetBool(result, [&] { return database_->EOF_(); });
+  }
   STDMETHODIMP ReadNext(long* Index, long* UniqueId, short* Category,
                         ::eRecordAttribute* Attributes, ::_PDBByteStream** oByteStream,
                         VARIANT_BOOL* result) noexcept override;
@@ -50,15 +80,29 @@ class DatabaseObject final : public Object<DatabaseObject, ::_PDBDatabasePC, ::P
   STDMETHODIMP ReadNextModified(long* Index, long* UniqueId, short* Category,
                                 ::eRecordAttribute* Attributes, ::_PDBByteStream** aData,
                                 VARIANT_BOOL* result) noexcept override;
-  STDMETHODIMP Remove(long UniqueId) noexcept override;
-  STDMETHODIMP RemoveAll() noexcept override;
-  STDMETHODIMP RemoveWithDeleteFlag() noexcept override;
-  STDMETHODIMP ResetModifyFlags() noexcept override;
-  STDMETHODIMP get_RecordCount(long* value) noexcept override;
+  STDMETHODIMP Remove(long UniqueId) noexcept override {
+    return Do([&] { database_->Remove(UniqueId); });
+  }
+  STDMETHODIMP RemoveAll() noexcept override {
+    return Do([&] { database_->RemoveAll(); });
+  }
+  STDMETHODIMP RemoveWithDeleteFlag() noexcept override {
+    return Do([&] { database_->RemoveWithDeleteFlag(); });
+  }
+  STDMETHODIMP ResetModifyFlags() noexcept override {
+    return Do([&] { database_->ResetModifyFlags(); });
+  }
+  STDMETHODIMP get_RecordCount(long* value) noexcept override {
+    return Get(value, [&] { return database_->RecordCount(); });
+  }
   STDMETHODIMP Update(long Index, long* UniqueId, short* Category, ::eRecordAttribute* Attributes,
                       ::_PDBByteStream** oByteStream) noexcept override;
-  STDMETHODIMP CreateDateTime(DATE* result) noexcept override;
-  STDMETHODIMP ModifyDateTime(DATE* result) noexcept override;
+  STDMETHODIMP CreateDateTime(DATE* result) noexcept override {
+    return Get(result, [&] { return database_->CreateDateTime(); });
+  }
+  STDMETHODIMP ModifyDateTime(DATE* result) noexcept override {
+    return Get(result, [&] { return database_->ModifyDateTime(); });
+  }
   STDMETHODIMP get_SyncIndex(::_CSyncIndex** value) noexcept override;
   STDMETHODIMP get_DatabaseType(BSTR* value) noexcept override;
   STDMETHODIMP put_DatabaseType(BSTR value) noexcept override;

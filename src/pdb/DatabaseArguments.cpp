@@ -8,13 +8,18 @@ namespace pylon {
 namespace {
 
 template <size_t N>
+std::u16string Misfit(std::u16string_view text, std::u16string_view what) {
+  return u"\"" + std::u16string(text) + u"\" is no " + std::u16string(what) +
+         u": it may have up to " + ToText(int64_t{N}) + u" characters of the system's code page";
+}
+
+template <size_t N>
 void RequireText(std::u16string_view text, std::u16string_view what,
                  const AnsiCodePage& code_page) {
-  if (FixedText<N>::Holds(text, code_page)) return;
-  throw BadArgument(u"\"" + std::u16string(text) + u"\" is no " + std::u16string(what) +
-                    u": it may have up to " + ToText(int64_t{N}) +
-                    u" characters of the system's code page");
+  if (!FixedText<N>::Holds(text, code_page)) throw BadArgument(Misfit<N>(text, what));
 }
+
+constexpr std::u16string_view kDatabaseName = u"database name";
 
 }  // namespace
 
@@ -39,7 +44,10 @@ AutomationError NoSuchRecord(int32_t unique_id) {
 }
 
 void RequireDatabaseName(std::u16string_view name, const AnsiCodePage& code_page) {
-  RequireText<32>(name, u"database name", code_page);
+  RequireText<32>(name, kDatabaseName, code_page);
+}
+std::u16string WhyNotADatabaseName(std::u16string_view name) {
+  return Misfit<32>(name, kDatabaseName);
 }
 void RequireCreatorId(std::u16string_view id, const AnsiCodePage& code_page) {
   RequireText<4>(id, u"creator id", code_page);

@@ -20,6 +20,7 @@ void RequireRecordFields(int32_t unique_id, int16_t category, int32_t attributes
 AutomationError NoSuchRecord(int32_t unique_id);
 
 void RequireDatabaseName(std::u16string_view name, const AnsiCodePage& code_page);
+std::u16string WhyNotADatabaseName(std::u16string_view name);  // its words, for a log
 void RequireCreatorId(std::u16string_view id, const AnsiCodePage& code_page);
 void RequireDatabaseType(std::u16string_view id, const AnsiCodePage& code_page);
 

@@ -152,9 +152,7 @@ bool PDBDatabasePC::CreateDatabase() {
   if (name.empty()) name = file_.NameNoExt();
   if (name.empty()) return Refuse(u"a database can't be created without a name");
   if (!PalmName::Holds(name, *code_page_)) {
-    return Refuse(u"\"" + name +
-                  u"\" is no database name: it may have up to 32 characters of the "
-                  u"system's code page");
+    return Refuse(WhyNotADatabaseName(name));
   }
   const Date now = clock_->Now();
   const bool is_new = !file_.Exists();

@@ -228,7 +228,7 @@ TEST_P(DatabasePlaceTest, TheCursorStaysWithItsRecord) {
   };
   for (const auto& c : cases) {
     for (const bool known : {true, false}) {
-      SCOPED_TRACE(std::string(c.name) + (known ? "" : ", opened anew"));
+      SCOPED_TRACE(std::string(c.name) + (known ? "" : ", opened again"));
       std::shared_ptr<PDBDatabase> database = Create();
       const std::vector<int32_t> ids = Add(*database, {"a", "b", "c", "d", "e"}, eDirty);
       if (!known) {

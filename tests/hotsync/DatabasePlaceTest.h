@@ -26,8 +26,8 @@ struct PlaceKind {
   std::function<std::unique_ptr<DatabasePlace>()> make;
 };
 
-// What a conduit may count on wherever it runs. See where it is instantiated; another program adds
-// its places by compiling DatabasePlaceTest.cpp and instantiating the suite itself.
+// The behaviour that conduits rely on wherever they run. See where it is instantiated; another
+// program adds its places by compiling DatabasePlaceTest.cpp and instantiating the suite itself.
 class DatabasePlaceTest : public ::testing::TestWithParam<PlaceKind> {
  protected:
   DatabasePlaceTest() { NextSync(); }

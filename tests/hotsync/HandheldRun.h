@@ -11,7 +11,7 @@
 
 namespace pylon::testing {
 
-// What AppforgeAppSettings knows of a run over HotSync.
+// A run over HotSync, as AppforgeAppSettings sees it.
 struct HandheldRun final : RunningSync {
   explicit HandheldRun(std::shared_ptr<PDBFileSystem> of) : files(std::move(of)) {}
   eDeviceType DeviceType() const override { return dtHotSync; }

@@ -301,7 +301,7 @@ TEST_F(SyncIndex, DoesNotOverwriteAFileThatCameLater) {
   EXPECT_EQ(Index()->UniqueId(u"a"), 1);
 }
 
-TEST_F(SyncIndex, TellsTheCallerWhereThereIsNoLog) {
+TEST_F(SyncIndex, RaisesDamageWhereThereIsNoLog) {
   log_ = nullptr;
   file() = Ascii("no index");
   auto index = Index();
@@ -376,8 +376,8 @@ TEST_F(DatabaseWithIndex, GoesWithTheNameOfTheDatabase) {
     std::function<void(PDBDatabase&)> rename;
   };
   const Case kCases[] = {
-      {"named anew", true, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
-      {"named anew, unread", false, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
+      {"renamed", true, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
+      {"renamed, unread", false, [](PDBDatabase& d) { d.SetPDBDatabaseName(u"Old:Stock"); }},
       {"there and back", true,
        [](PDBDatabase& d) {
          d.SetPDBDatabaseName(u"X");

@@ -146,7 +146,7 @@ TEST(PDBByteStream, BufferBounds) {
   EXPECT_EQ(ToHex(stream.BlockBytes()), "01 02 07 00");
 }
 
-// What a failed call leaves behind, offset and text, is checked along with its error.
+// The offset and text that a failed call leaves behind are checked along with its error.
 TEST(PDBByteStream, OutOfBounds) {
   using S = PDBByteStream;
   using Call = std::function<void(S&, std::u16string&, int32_t&)>;

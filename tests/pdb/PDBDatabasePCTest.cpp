@@ -362,7 +362,7 @@ TEST(PDBDatabasePC, AReadThatFailsIsAnErrorAndTheCursorStays) {
 }
 
 // A component that creates what it can't open must not replace what may be whole.
-TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotCreatedAnew) {
+TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotReplaced) {
   const struct {
     const char* name;
     std::function<void(MemoryDisk&)> fault;
@@ -422,7 +422,7 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotCreatedAnew) {
   }
 }
 
-TEST(PDBDatabasePC, WhoComesInWhileItIsOpenedIsTurnedAway) {
+TEST(PDBDatabasePC, CallsWhileItIsOpenedAreRefused) {
   DatabaseFile file(ThreeRecords());
   const auto database = file.Database();
   file.folder.while_opening = [&] {

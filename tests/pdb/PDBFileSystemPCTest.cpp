@@ -208,8 +208,7 @@ TEST_F(FileSystem, EachFailureIsToldOnceAndNotTriedAgain) {
   EXPECT_TRUE(Has(u"C"));
   ASSERT_EQ(failures.size(), 2u);
   EXPECT_EQ(failures[0].kind, FailureKind::kUnsaved);
-  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("error 31"))
-      << "what the caller of CloseDatabase was told";
+  EXPECT_THAT(ToUtf8(failures[0].text), HasSubstr("error 31")) << "what CloseDatabase raised";
   EXPECT_THAT(ToUtf8(failures[1].text), HasSubstr("error 32"));
   folder_.calls.clear();
   EXPECT_FALSE(system_.End(failures));

@@ -65,7 +65,7 @@ class CollectingLog final : public LogSink {
   std::vector<std::string> lines;
 };
 
-// What a caller sees of one record.
+// A record as callers see it.
 struct Record {
   int32_t id = 0;
   int16_t category = 0;
