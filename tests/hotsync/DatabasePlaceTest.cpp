@@ -98,16 +98,14 @@ TEST_P(DatabasePlaceTest, BadArgumentsChangeNothing) {
     const char* name;
     int32_t index;
     Record record;
-  } cases[] = {
-      {"category below 0", 1, {ids[0], -1, 0, {}}},
-      {"category above 15", 1, {ids[0], 16, 0, {}}},
-      {"attributes below 0", 1, {ids[0], 0, -1, {}}},
-      {"attributes above 255", 1, {ids[0], 0, 256, {}}},
-      {"id below 0", 1, {-1, 0, 0, {}}},
-      {"id above 24 bits", 1, {0x1000000, 0, 0, {}}},
-      {"id of another record", 1, {ids[1], 0, 0, {}}},
-      {"id of a record for a new one", 0, {ids[0], 0, 0, {}}},
-  };
+  } cases[] = {{"category below 0", 1, {ids[0], -1, 0, {}}},
+               {"category above 15", 1, {ids[0], 16, 0, {}}},
+               {"attributes below 0", 1, {ids[0], 0, -1, {}}},
+               {"attributes above 255", 1, {ids[0], 0, 256, {}}},
+               {"id below 0", 1, {-1, 0, 0, {}}},
+               {"id above 24 bits", 1, {0x1000000, 0, 0, {}}},
+               {"id of another record", 1, {ids[1], 0, 0, {}}},
+               {"id of a record for a new one", 0, {ids[0], 0, 0, {}}}};
   for (const auto& c : cases) {
     EXPECT_EQ(ErrorOf([&] { Put(*database, c.index, c.record); }), 5) << c.name;
   }
@@ -123,26 +121,24 @@ TEST_P(DatabasePlaceTest, MembersOfAClosedDatabaseRaise) {
   database->CloseDatabase();
   EXPECT_FALSE(database->IsOpen());
   PDBDatabase& d = *database;
-  const std::function<void()> calls[] = {
-      [&] { (void)d.Next(); },
-      [&] { (void)d.ByIndex(1); },
-      [&] { (void)d.ById(1); },
-      [&] { (void)d.NextModified(); },
-      [&] { d.Update(0, 0, 0, 0, {}); },
-      [&] { d.Remove(7); },
-      [&] { d.RemoveAll(); },
-      [&] { d.RemoveWithDeleteFlag(); },
-      [&] { d.ResetModifyFlags(); },
-      [&] { (void)d.ReadAppInfoBlock(); },
-      [&] { d.WriteAppInfoBlock({}); },
-      [&] { (void)d.ReadSortInfoBlock(); },
-      [&] { d.WriteSortInfoBlock({}); },
-      [&] { (void)d.RecordCount(); },
-      [&] { (void)d.IterationIndex(); },
-      [&] { d.SetIterationIndex(1); },
-      [&] { (void)d.BOF(); },
-      [&] { (void)d.EOF_(); },
-  };
+  const std::function<void()> calls[] = {[&] { (void)d.Next(); },
+                                         [&] { (void)d.ByIndex(1); },
+                                         [&] { (void)d.ById(1); },
+                                         [&] { (void)d.NextModified(); },
+                                         [&] { d.Update(0, 0, 0, 0, {}); },
+                                         [&] { d.Remove(7); },
+                                         [&] { d.RemoveAll(); },
+                                         [&] { d.RemoveWithDeleteFlag(); },
+                                         [&] { d.ResetModifyFlags(); },
+                                         [&] { (void)d.ReadAppInfoBlock(); },
+                                         [&] { d.WriteAppInfoBlock({}); },
+                                         [&] { (void)d.ReadSortInfoBlock(); },
+                                         [&] { d.WriteSortInfoBlock({}); },
+                                         [&] { (void)d.RecordCount(); },
+                                         [&] { (void)d.IterationIndex(); },
+                                         [&] { d.SetIterationIndex(1); },
+                                         [&] { (void)d.BOF(); },
+                                         [&] { (void)d.EOF_(); }};
   for (const auto& call : calls) EXPECT_EQ(ErrorOf(call), 5) << "call " << &call - calls;
   d.CloseDatabase();  // nothing to do, and no error
   EXPECT_EQ(AllTexts(*Open()), Texts({"a"}));
@@ -190,11 +186,9 @@ TEST_P(DatabasePlaceTest, AttributesAndCategoryShareAByte) {
     int16_t category;
     int32_t attributes_read;
     int16_t category_read;
-  } cases[] = {
-      {0, 15, 0, 15},           {eSecret | eDirty, 8, eSecret | eDirty, 8},
-      {eArchive, 3, 0, 3},      {eDelete | eArchive, 3, eDelete | eArchive, 3},
-      {eDelete, 9, eDelete, 1}, {7, 0, 0, 0},
-  };
+  } cases[] = {{0, 15, 0, 15},           {eSecret | eDirty, 8, eSecret | eDirty, 8},
+               {eArchive, 3, 0, 3},      {eDelete | eArchive, 3, eDelete | eArchive, 3},
+               {eDelete, 9, eDelete, 1}, {7, 0, 0, 0}};
   std::shared_ptr<PDBDatabase> database = Create();
   for (const auto& c : cases) Put(*database, 0, {0, c.category, c.attributes, Ascii("x")});
   NextSync();
@@ -214,18 +208,16 @@ TEST_P(DatabasePlaceTest, TheCursorStaysWithItsRecord) {
     int read;           // so many
     size_t removed[2];  // then remove these, by the order in which they were added
     Texts rest;         // what ReadNext gives then
-  } cases[] = {
-      {"the one just read", kAll, 2, {1, 1}, {"c", "d", "e"}},
-      {"those before", kAll, 3, {0, 1}, {"d", "e"}},
-      {"the next", kAll, 2, {2, 2}, {"d", "e"}},
-      {"one behind the next", kAll, 1, {3, 3}, {"b", "c", "e"}},
-      {"before and behind", kAll, 2, {0, 3}, {"c", "e"}},
-      {"at the end", kAll, 5, {0, 4}, {}},
-      {"nothing read", kAll, 0, {1, 0}, {"c", "d", "e"}},
-      {"modified: the one just read", kModified, 2, {1, 1}, {"c", "d", "e"}},
-      {"modified: one before", kModified, 2, {0, 0}, {"c", "d", "e"}},
-      {"modified: the next", kModified, 2, {2, 2}, {"d", "e"}},
-  };
+  } cases[] = {{"the one just read", kAll, 2, {1, 1}, {"c", "d", "e"}},
+               {"those before", kAll, 3, {0, 1}, {"d", "e"}},
+               {"the next", kAll, 2, {2, 2}, {"d", "e"}},
+               {"one behind the next", kAll, 1, {3, 3}, {"b", "c", "e"}},
+               {"before and behind", kAll, 2, {0, 3}, {"c", "e"}},
+               {"at the end", kAll, 5, {0, 4}, {}},
+               {"nothing read", kAll, 0, {1, 0}, {"c", "d", "e"}},
+               {"modified: the one just read", kModified, 2, {1, 1}, {"c", "d", "e"}},
+               {"modified: one before", kModified, 2, {0, 0}, {"c", "d", "e"}},
+               {"modified: the next", kModified, 2, {2, 2}, {"d", "e"}}};
   for (const auto& c : cases) {
     for (const bool known : {true, false}) {
       SCOPED_TRACE(std::string(c.name) + (known ? "" : ", opened again"));

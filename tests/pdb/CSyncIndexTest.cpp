@@ -67,14 +67,12 @@ class SyncIndex : public ::testing::Test {
 };
 
 TEST_F(SyncIndex, GivesBackWhatItWasGiven) {
-  const std::u16string kKeys[] = {
-      u"1",
-      u"Caf\u00E9\u2013\u20AC",
-      {u'a', 0, u'b'},
-      std::u16string(254, u'x'),
-      std::u16string(255, u'x'),
-      std::u16string(32'767, u'x'),
-  };
+  const std::u16string kKeys[] = {u"1",
+                                  u"Caf\u00E9\u2013\u20AC",
+                                  {u'a', 0, u'b'},
+                                  std::u16string(254, u'x'),
+                                  std::u16string(255, u'x'),
+                                  std::u16string(32'767, u'x')};
   folder_.folders = {u"C:\\data"};
   auto index = Index();
   EXPECT_FALSE(index->SyncIndexExists());
@@ -123,16 +121,14 @@ TEST_F(SyncIndex, WritesOnlyWhatChanged) {
     std::function<void(CSyncIndex&)> change;
     bool changes;
   };
-  const Case kCases[] = {
-      {"nothing", [](CSyncIndex&) {}, false},
-      {"a look-up", [](CSyncIndex& i) { i.UniqueId(u"a"); }, false},
-      {"the same id", [](CSyncIndex& i) { i.SetUniqueId(u"a", 1); }, false},
-      {"no such key", [](CSyncIndex& i) { i.Remove(u"b"); }, false},
-      {"another id", [](CSyncIndex& i) { i.Add(u"a", 2); }, true},
-      {"another key", [](CSyncIndex& i) { i.Add(u"b", 1); }, true},
-      {"removed", [](CSyncIndex& i) { i.Remove(u"a"); }, true},
-      {"cleared", [](CSyncIndex& i) { i.Clear(); }, true},
-  };
+  const Case kCases[] = {{"nothing", [](CSyncIndex&) {}, false},
+                         {"a look-up", [](CSyncIndex& i) { i.UniqueId(u"a"); }, false},
+                         {"the same id", [](CSyncIndex& i) { i.SetUniqueId(u"a", 1); }, false},
+                         {"no such key", [](CSyncIndex& i) { i.Remove(u"b"); }, false},
+                         {"another id", [](CSyncIndex& i) { i.Add(u"a", 2); }, true},
+                         {"another key", [](CSyncIndex& i) { i.Add(u"b", 1); }, true},
+                         {"removed", [](CSyncIndex& i) { i.Remove(u"a"); }, true},
+                         {"cleared", [](CSyncIndex& i) { i.Clear(); }, true}};
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     file() = before;
@@ -152,8 +148,7 @@ TEST_F(SyncIndex, RefusesKeysThatTheFileCantHold) {
   const Case kCases[] = {
       {{}, "1001 Invalid key"},
       {u"\u4E2D", "1001 Invalid key: "},
-      {std::u16string(32'768, u'x'), "1001 Invalid key: it has 32768 characters"},
-  };
+      {std::u16string(32'768, u'x'), "1001 Invalid key: it has 32768 characters"}};
   const auto index = Index();
   for (const Case& c : kCases) {
     EXPECT_THAT(ErrorTextOf([&] { index->Add(c.key, 1); }), StartsWith(c.error));
@@ -197,8 +192,7 @@ TEST_F(SyncIndex, SetsADamagedFileAside) {
       {"a negative length", Image({FromHex("01 00 00 00 FF FF FF 41")}).Build()},
       {"a key that is too long", Image({too_long}).Build()},
       {"a good entry before", Image({FromHex("01 00 00 00 01 41"), {}}).Build()},
-      {"something else", other.Build()},
-  };
+      {"something else", other.Build()}};
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     folder_.files = {{kIndex, c.bytes}, {std::u16string(kIndex) + u".damaged", {}}};
@@ -227,12 +221,10 @@ TEST_F(SyncIndex, AFileThatCantBeReadIsNotTakenForAnEmptyOne) {
     const char* what;
     std::function<void()> fail;
   };
-  const Case kCases[] = {
-      {"locked", [&] { folder_.open.insert(kIndex); }},
-      {"header", [&] { folder_.FailNth("Read", 1); }},
-      {"list", [&] { folder_.FailNth("Read", 2); }},
-      {"body", [&] { folder_.FailNth("Read", 3); }},
-  };
+  const Case kCases[] = {{"locked", [&] { folder_.open.insert(kIndex); }},
+                         {"header", [&] { folder_.FailNth("Read", 1); }},
+                         {"list", [&] { folder_.FailNth("Read", 2); }},
+                         {"body", [&] { folder_.FailNth("Read", 3); }}};
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     log_->lines.clear();
@@ -363,12 +355,6 @@ TEST_F(DatabaseWithIndex, ClosingTheDatabaseWritesItLast) {
   EXPECT_EQ(index->UniqueId(u"x"), id);
 }
 
-TEST_F(DatabaseWithIndex, TheEndOfTheFileSystemWritesIt) {
-  Create(u"Stock")->SyncIndex()->Add(u"x", 1);
-  system_.Close();
-  EXPECT_EQ(Index()->UniqueId(u"x"), 1);
-}
-
 TEST_F(DatabaseWithIndex, GoesWithTheNameOfTheDatabase) {
   struct Case {
     const char* what;
@@ -443,8 +429,7 @@ TEST_F(DatabaseWithIndex, ANewDatabaseOfTheNameStartsWithNone) {
          EXPECT_EQ(database->SyncIndex()->UniqueId(u"x"), 0);
          database->CloseDatabase();
        },
-       false},
-  };
+       false}};
   for (const Case& c : kCases) {
     SCOPED_TRACE(c.what);
     fill();

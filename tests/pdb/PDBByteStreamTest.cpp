@@ -192,8 +192,7 @@ TEST(PDBByteStream, OutOfBounds) {
       {"string at a large offset", StreamOf(Bytes(50000)), 40000, text, 6},
       {"string that grows too long", StreamOf(Bytes(50000, std::byte{'x'})), 32000, text, 6},
       {"two bytes cut", ArrayOf("41 C3"), 0, text, 9},
-      {"three bytes cut", ArrayOf("41 E2 82"), 0, text, 9},
-  };
+      {"three bytes cut", ArrayOf("41 E2 82"), 0, text, 9}};
   for (const auto& c : cases) {
     S stream = c.stream;
     std::u16string old = u"old";
@@ -220,15 +219,13 @@ TEST(PDBByteStream, NullTerminatedStringsAreWritten) {
     const char16_t* text;
     bool utf8;
     const char* bytes;  // the spare one included
-  } cases[] = {
-      {u"", true, "00 00"},
-      {u"Ab", true, "41 62 00 00"},
-      {u"\u00E9", true, "C3 A9 00 00"},
-      {u"\u20AC", true, "80 00 00"},     // ANSI code 128 is stored as it is
-      {u"\u2122", true, "C2 99 00 00"},  // by its ANSI code 0x99, not its character
-      {u"\u00E9\u20AC", false, "E9 80 00 00"},
-      {u"\u0416", true, "3F 00 00"},
-  };
+  } cases[] = {{u"", true, "00 00"},
+               {u"Ab", true, "41 62 00 00"},
+               {u"\u00E9", true, "C3 A9 00 00"},
+               {u"\u20AC", true, "80 00 00"},     // ANSI code 128 is stored as it is
+               {u"\u2122", true, "C2 99 00 00"},  // by its ANSI code 0x99, not its character
+               {u"\u00E9\u20AC", false, "E9 80 00 00"},
+               {u"\u0416", true, "3F 00 00"}};
   for (const auto& c : cases) {
     PDBByteStream stream;
     stream.SetUTF8Strings(c.utf8);
@@ -247,21 +244,19 @@ TEST(PDBByteStream, NullTerminatedStringsAreRead) {
     bool utf8;
     const char16_t* text;
     int32_t end;
-  } cases[] = {
-      {"terminated", "41 42 00 43", 0, true, u"AB", 3},
-      {"from within", "41 42 00 43", 1, true, u"B", 3},
-      {"empty", "00 41", 0, true, u"", 1},
-      {"without terminator", "41 42", 0, true, u"AB", 2},
-      {"from behind the end", "41 42", 9, true, u"", 2},
-      {"two bytes", "C3 A9 00", 0, true, u"\u00E9", 3},
-      {"last two-byte lead", "DB BF 00", 0, true, u"\u06FF", 3},
-      {"DC is a character", "DC 42 00", 0, true, u"\u00DC\u0042", 3},
-      {"E0 is a character", "E0 A0 80 00", 0, true, u"\u00E0\u00A0\u20AC", 4},
-      {"three bytes", "E2 82 AC 00", 0, true, u"\u20AC", 4},
-      {"four bytes count as three", "F0 9F 98 80 00", 0, true, u"\u07D8\u20AC", 5},
-      {"C1 is a character", "C1 00", 0, true, u"\u00C1", 2},
-      {"code page", "C3 A9 80 00", 0, false, u"\u00C3\u00A9\u20AC", 4},
-  };
+  } cases[] = {{"terminated", "41 42 00 43", 0, true, u"AB", 3},
+               {"from within", "41 42 00 43", 1, true, u"B", 3},
+               {"empty", "00 41", 0, true, u"", 1},
+               {"without terminator", "41 42", 0, true, u"AB", 2},
+               {"from behind the end", "41 42", 9, true, u"", 2},
+               {"two bytes", "C3 A9 00", 0, true, u"\u00E9", 3},
+               {"last two-byte lead", "DB BF 00", 0, true, u"\u06FF", 3},
+               {"DC is a character", "DC 42 00", 0, true, u"\u00DC\u0042", 3},
+               {"E0 is a character", "E0 A0 80 00", 0, true, u"\u00E0\u00A0\u20AC", 4},
+               {"three bytes", "E2 82 AC 00", 0, true, u"\u20AC", 4},
+               {"four bytes count as three", "F0 9F 98 80 00", 0, true, u"\u07D8\u20AC", 5},
+               {"C1 is a character", "C1 00", 0, true, u"\u00C1", 2},
+               {"code page", "C3 A9 80 00", 0, false, u"\u00C3\u00A9\u20AC", 4}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     PDBByteStream stream = ArrayOf(c.bytes);

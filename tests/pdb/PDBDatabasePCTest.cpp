@@ -99,29 +99,6 @@ TEST(PDBDatabasePC, FilesOfEveryPlatform) {
   }
 }
 
-TEST(PDBDatabasePC, BlocksKeepTheirLengthAndAnEmptyOneGoes) {
-  DatabaseFile file(ThreeRecords());
-  const auto database = file.Open();
-  EXPECT_EQ(ToHex(database->ReadAppInfoBlock()), "");
-  database->WriteAppInfoBlock(FromHex("01 00 00 00"));
-  database->WriteSortInfoBlock(FromHex("01 02 03"));
-  database->CloseDatabase();
-  ASSERT_TRUE(database->OpenDatabase());
-  EXPECT_EQ(ToHex(database->ReadAppInfoBlock()), "01 00 00 00");
-  EXPECT_EQ(ToHex(database->ReadSortInfoBlock()), "01 02 03");
-
-  database->WriteSortInfoBlock(database->ReadSortInfoBlock());  // as it was read
-  database->WriteAppInfoBlock({});
-  EXPECT_EQ(ErrorOf([&] { database->WriteAppInfoBlock(Bytes(32768)); }), 6);
-  database->CloseDatabase();
-  FileImage expected = ThreeRecords();
-  expected.sort_info = FromHex("01 02 03");
-  expected.seed = 9;
-  expected.next_id = 10;
-  expected.modified = 14 * 86400;
-  EXPECT_EQ(ToHex(file.bytes()), ToHex(expected.Build()));
-}
-
 TEST(PDBDatabasePC, WhatWasOnlyReadIsNotWritten) {
   FileImage image = ThreeRecords();
   image.gap = 2;
@@ -186,16 +163,14 @@ TEST(PDBDatabasePC, UniqueIdsOfNewRecords) {
     std::vector<uint32_t> held;  // ids of records; 0: a record that has none
     std::vector<int32_t> given;  // to two new ones
     std::vector<int32_t> after;  // all ids then
-  } cases[] = {
-      {"an empty database", 0, 0, {}, {1, 2}, {1, 2}},
-      {"above the highest", 0, 0, {5, 3}, {6, 7}, {5, 3, 6, 7}},
-      {"above the seed", 10, 11, {5}, {11, 12}, {5, 11, 12}},
-      {"a seed without a next id", 10, 0, {5}, {1, 12}, {5, 1, 12}},
-      {"records without id come first", 0, 0, {0, 4, 0}, {7, 8}, {5, 4, 6, 7, 8}},
-      {"held ids are passed over", 100, 3, {3, 102}, {103, 104}, {3, 102, 103, 104}},
-      {"a seed beyond all ids", 0x904C0000, 0, {2, 6}, {7, 8}, {2, 6, 7, 8}},
-      {"the largest seed", 0xFFFFFFFF, 0, {9}, {10, 11}, {9, 10, 11}},
-  };
+  } cases[] = {{"an empty database", 0, 0, {}, {1, 2}, {1, 2}},
+               {"above the highest", 0, 0, {5, 3}, {6, 7}, {5, 3, 6, 7}},
+               {"above the seed", 10, 11, {5}, {11, 12}, {5, 11, 12}},
+               {"a seed without a next id", 10, 0, {5}, {1, 12}, {5, 1, 12}},
+               {"records without id come first", 0, 0, {0, 4, 0}, {7, 8}, {5, 4, 6, 7, 8}},
+               {"held ids are passed over", 100, 3, {3, 102}, {103, 104}, {3, 102, 103, 104}},
+               {"a seed beyond all ids", 0x904C0000, 0, {2, 6}, {7, 8}, {2, 6, 7, 8}},
+               {"the largest seed", 0xFFFFFFFF, 0, {9}, {10, 11}, {9, 10, 11}}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     FileImage image;
@@ -289,13 +264,11 @@ TEST(PDBDatabasePC, AFailedSaveLosesNothingAndCanBeRepeated) {
     const char* name;
     const char* operation;
     int n;
-  } cases[] = {
-      {"the body can't be read", "Read", 1},
-      {"the new file can't be opened", "Open", 1},
-      {"a short write", "Write", 1},
-      {"the new file can't be closed", "Close", 2},
-      {"the old file can't be replaced", "Replace", 1},
-  };
+  } cases[] = {{"the body can't be read", "Read", 1},
+               {"the new file can't be opened", "Open", 1},
+               {"a short write", "Write", 1},
+               {"the new file can't be closed", "Close", 2},
+               {"the old file can't be replaced", "Replace", 1}};
   for (const bool is_new : {false, true}) {
     for (const auto& c : cases) {
       SCOPED_TRACE(std::string(c.name) + (is_new ? ", new" : ""));
@@ -366,21 +339,20 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotReplaced) {
   const struct {
     const char* name;
     std::function<void(MemoryDisk&)> fault;
-    bool creates;
+    const char* reason;
   } cases[] = {
-      {"header", [](MemoryDisk& f) { f.FailNth("Read", 1); }, false},
-      {"record list", [](MemoryDisk& f) { f.FailNth("Read", 2); }, false},
-      {"in use", [](MemoryDisk& f) { f.open.insert(DatabaseFile::kPath); }, false},
-      {"damaged", [](MemoryDisk& f) { f.files[DatabaseFile::kPath].resize(90); }, false},
+      {"header", [](MemoryDisk& f) { f.FailNth("Read", 1); }, "error 31"},
+      {"record list", [](MemoryDisk& f) { f.FailNth("Read", 2); }, "error 31"},
+      {"in use", [](MemoryDisk& f) { f.open.insert(DatabaseFile::kPath); }, "error 32"},
+      {"damaged", [](MemoryDisk& f) { f.files[DatabaseFile::kPath].resize(90); }, "record list"},
       {"AppInfo too large",
        [](MemoryDisk& f) {
          FileImage image = ThreeRecords();
          image.app_info = Bytes(32768);
          f.files[DatabaseFile::kPath] = image.Build();
        },
-       false},
-      {"missing", [](MemoryDisk& f) { f.files.clear(); }, true},
-  };
+       "AppInfo"},
+      {"missing", [](MemoryDisk& f) { f.files.clear(); }, "no such file"}};
   const auto without_reading = [](PDBDatabasePC& database) {
     const bool created = database.CreateDatabase();
     database.CloseDatabase();
@@ -392,22 +364,25 @@ TEST(PDBDatabasePC, AFileThatCouldNotBeOpenedIsNotReplaced) {
     const auto database = file.Database();
     c.fault(file.folder);
     const Bytes before = file.exists() ? file.bytes() : Bytes();
+    const size_t open = file.folder.open.size();
     try {
       EXPECT_FALSE(database->OpenDatabase());
+      EXPECT_THAT(file.log->lines.back(), HasSubstr(c.reason));
     } catch (const AutomationError& error) {
+      EXPECT_THAT(error.what(), HasSubstr(c.reason));
       EXPECT_EQ(error.number(), 6);
     }
+    EXPECT_EQ(file.folder.open.size(), open);
     file.folder.open.clear();
-    EXPECT_EQ(without_reading(*database), c.creates);
-    if (c.creates) continue;
+    const bool creates = !file.exists();
+    EXPECT_EQ(without_reading(*database), creates);
+    if (creates) continue;
     EXPECT_THAT(file.log->lines.back(), HasSubstr("delete it first"));
     EXPECT_EQ(file.bytes(), before);
-    const std::function<void()> lifts[] = {
-        [&] { EXPECT_TRUE(database->OpenDatabase()); },
-        [&] { database->RemoveDatabase(); },
-        [&] { database->SetPDBFilePath(u"C:\\pdb\\Other.pdb"); },
-        [&] { file.folder.files.clear(); },
-    };
+    const std::function<void()> lifts[] = {[&] { EXPECT_TRUE(database->OpenDatabase()); },
+                                           [&] { database->RemoveDatabase(); },
+                                           [&] { database->SetPDBFilePath(u"C:\\pdb\\Other.pdb"); },
+                                           [&] { file.folder.files.clear(); }};
     for (const auto& lift : lifts) {
       database->Abandon();
       database->SetPDBFilePath(DatabaseFile::kPath);

@@ -45,14 +45,12 @@ TEST(PDBUtils, PalmDatesRoundToWholeDaysHalvesToEven) {
   const struct {
     uint32_t seconds;
     Date date;
-  } cases[] = {
-      {0, 1462},
-      {43199, 1462},
-      {43200, 1462},  // half a day, to day 0
-      {86399, 1463},
-      {86400 + 43200, 1464},  // one and a half, to day 2
-      {0xFFFFFFFF, 1462 + 49710},
-  };
+  } cases[] = {{0, 1462},
+               {43199, 1462},
+               {43200, 1462},  // half a day, to day 0
+               {86399, 1463},
+               {86400 + 43200, 1464},  // one and a half, to day 2
+               {0xFFFFFFFF, 1462 + 49710}};
   for (const auto& c : cases) {
     EXPECT_EQ(kUtils.PalmLongToDate(static_cast<int32_t>(c.seconds)), c.date) << c.seconds;
   }
@@ -86,10 +84,8 @@ TEST(PDBUtils, Utf8OfEveryCode) {
   const struct {
     int32_t code;
     const char* bytes;
-  } cases[] = {
-      {0, "00"},           {0x7F, "7F"},         {0x80, "C2 80"},      {0x7FF, "DF BF"},
-      {0x800, "E0 A0 80"}, {0x20AC, "E2 82 AC"}, {0xFFFF, "EF BF BF"},
-  };
+  } cases[] = {{0, "00"},           {0x7F, "7F"},         {0x80, "C2 80"},     {0x7FF, "DF BF"},
+               {0x800, "E0 A0 80"}, {0x20AC, "E2 82 AC"}, {0xFFFF, "EF BF BF"}};
   for (const auto& c : cases) EXPECT_EQ(kUtils.ToUTF8(c.code), FromHex(c.bytes)) << c.code;
   for (int32_t code = 0x80; code <= 0xFFFF; ++code) {
     ASSERT_EQ(kUtils.ToUTF16(kUtils.ToUTF8(code)), code);
