@@ -18,7 +18,6 @@ namespace pylon {
 namespace {
 
 using testing::Ascii;
-using testing::CollectingLog;
 using testing::ErrorOf;
 using testing::FixedClock;
 using ::testing::HasSubstr;
@@ -30,28 +29,23 @@ using testing::Record;
 // Case counts here, which the registry's doesn't.
 class MapSettings final : public UserSettings {
  public:
-  std::optional<std::u16string> Read(std::u16string_view application, std::u16string_view section,
-                                     std::u16string_view key) override {
+  using View = std::u16string_view;
+
+  std::optional<std::u16string> Read(View application, View section, View key) override {
     const auto found = values.find(NameOf(application, section, key));
     return found == values.end() ? std::nullopt : std::optional(found->second);
   }
-  void Write(std::u16string_view application, std::u16string_view section, std::u16string_view key,
-             std::u16string_view value) override {
+  void Write(View application, View section, View key, View value) override {
     values[NameOf(application, section, key)] = value;
   }
-  bool Delete(std::u16string_view application, std::u16string_view section,
-              std::u16string_view key) override {
+  bool Delete(View application, View section, View key) override {
     return values.erase(NameOf(application, section, key)) > 0;
+  }
+  static std::u16string NameOf(View application, View section, View key) {
+    return std::u16string(application).append(u"/").append(section).append(u"/").append(key);
   }
 
   std::map<std::u16string, std::u16string> values;
-
- private:
-  static std::u16string NameOf(std::u16string_view application, std::u16string_view section,
-                               std::u16string_view key) {
-    return std::u16string(application) + u"/" + std::u16string(section) + u"/" +
-           std::u16string(key);
-  }
 };
 
 struct TestRun final : RunningSync {
@@ -68,7 +62,7 @@ class AppSettings : public ::testing::Test {
 
   void StartFileSystem() {
     run_->files = std::make_shared<PDBFileSystemPC>(u"C:\\pdb", folder_.Factory(), dftWindows,
-                                                    AnsiCodePage::Windows1252(), clock_, log_);
+                                                    AnsiCodePage::Windows1252(), clock_, nullptr);
   }
   AppforgeAppSettings For(eDeviceType device) {
     run_->device_type = device;
@@ -92,19 +86,14 @@ class AppSettings : public ::testing::Test {
                  Fields("Font", "second"), Fields("Size", "")});
   }
   static Bytes Fields(std::string_view key, std::string_view value) {
-    Bytes bytes = Ascii(key);
-    bytes.push_back({});
-    const Bytes text = Ascii(value);
-    bytes.insert(bytes.end(), text.begin(), text.end());
-    bytes.resize(bytes.size() + 2);
-    return bytes;
+    return Ascii(std::string(key) + '\0' + std::string(value) + std::string(2, '\0'));
   }
   // What another program finds in the file.
   std::vector<Record> Records() {
     MemoryDisk copy;
     copy.files = folder_.files;
     PDBFileSystemPC files(u"C:\\pdb", copy.Factory(), dftWindows, AnsiCodePage::Windows1252(),
-                          clock_, log_);
+                          clock_, nullptr);
     std::shared_ptr<PDBDatabase> database;
     EXPECT_TRUE(files.OpenDatabase(u"Memo-Settings", database));
     return ReadAll(*database);
@@ -112,7 +101,6 @@ class AppSettings : public ::testing::Test {
 
   MemoryDisk folder_;
   FixedClock clock_;
-  std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
   std::shared_ptr<TestRun> run_ = std::make_shared<TestRun>();
   MapSettings store_;
 };
@@ -185,6 +173,17 @@ TEST_F(AppSettings, OfTheHandheldAreFoundWithoutSection) {
   }
   EXPECT_EQ(folder_.files, before);
   EXPECT_TRUE(folder_.open.empty());
+}
+
+// What the user has deleted leaves an empty record, which is no setting; others are, deleted or
+// not.
+TEST_F(AppSettings, OfTheHandheldAreFoundBehindDeletedRecords) {
+  CreateTable({eStringField, eStringField, eStringField}, {});
+  std::shared_ptr<PDBDatabase> database;
+  ASSERT_TRUE(run_->files->OpenDatabase(u"Memo-Settings", database));
+  Put(*database, 0, {0, 0, eDelete, {}});
+  Put(*database, 0, {0, 0, eDelete | eArchive, Fields("Font", "Tahoma")});
+  EXPECT_EQ(OnHandheld().GetSettings(u"Memo", u"", u"Font"), u"Tahoma");
 }
 
 TEST_F(AppSettings, OfTheHandheldAreChangedAndNotAdded) {

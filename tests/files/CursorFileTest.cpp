@@ -16,14 +16,13 @@ class MemoryPlace final : public FilePlace {
   }
   std::u16string folder() const override { return u"\\test"; }
   bool Exists(std::u16string_view name) override {
-    return disk_.files.contains(DevicePath(File(name))) ||
-           disk_.folders.contains(DevicePath(File(name)));
+    return disk_.files.contains(File(name)) || disk_.folders.contains(File(name));
   }
   std::string Read(std::u16string_view name) override { return disk_.Text(File(name)); }
   void Write(std::u16string_view name, std::string_view bytes) override {
     disk_.Put(File(name), bytes);
   }
-  void Delete(std::u16string_view name) override { disk_.files.erase(DevicePath(File(name))); }
+  void Delete(std::u16string_view name) override { disk_.files.erase(File(name)); }
   Date Now() override { return ToDate(MemoryDisk::File().modified); }
 
  private:
@@ -50,6 +49,7 @@ TEST(CursorFile, LeavesTheLengthAndTheLineWhereTheyAre) {
   EXPECT_EQ(line, u"two");
   EXPECT_TRUE(file.CloseFile());
   EXPECT_EQ(std::ranges::count(disk.calls, "EndAt"), 0) << "it ends there already";
+  EXPECT_EQ(std::ranges::count(disk.calls, "Flush"), 1);
 }
 
 TEST(CursorFile, ATemporaryFileIsThereWhileItIsOpen) {

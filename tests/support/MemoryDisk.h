@@ -136,7 +136,7 @@ class MemoryFileCalls final : public FileCalls {
     file_->resize(static_cast<size_t>(position));
     return 0;
   }
-  uint32_t Flush() override { return 0; }
+  uint32_t Flush() override { return disk_.Call("Flush"); }
   uint32_t GetTime(FileTime which, DateParts& local) override {
     local = which == FileTime::kCreation ? file_->created : file_->modified;
     return disk_.Call("GetTime");
@@ -153,9 +153,9 @@ class MemoryFileCalls final : public FileCalls {
   }
   uint32_t CreateFolder(const std::u16string& path) override {
     if (const uint32_t error = disk_.Call("CreateFolder")) return error;
-    if (IsFile(path)) return file_error::kAlreadyExists;
+    if (IsFile(path) || IsFolder(path)) return file_error::kAlreadyExists;
     if (!disk_.HasFolderOf(path)) return file_error::kPathNotFound;
-    if (!disk_.folders.empty()) disk_.folders.insert(DevicePath(path));
+    disk_.folders.insert(DevicePath(path));
     return 0;
   }
   uint32_t Delete(const std::u16string& path) override {
