@@ -5,8 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "base/Registry.h"
 #include "base/Text.h"
-#include "base/Win32.h"
 #include "tests/support/Errors.h"
 
 namespace pylon {
@@ -48,7 +48,7 @@ class RegistrySettings : public ::testing::Test {
   RegistryUserSettings settings_;
 
  private:
-  static void Remove() { ::RegDeleteTreeW(HKEY_CURRENT_USER, Wide(std::u16string(kRoot))); }
+  static void Remove() { DeleteRegistryTree(HKEY_CURRENT_USER, kRoot); }
 };
 
 TEST_F(RegistrySettings, WhatIsSavedIsReadUntilItIsDeleted) {
@@ -71,15 +71,10 @@ TEST_F(RegistrySettings, WhatIsSavedIsReadUntilItIsDeleted) {
 
 TEST_F(RegistrySettings, AreWhereBasicProgramsKeepThem) {
   Write(u"Options", u"Font", u"Arial");
-  wchar_t text[6] = {};
-  DWORD size = sizeof(text);
-  DWORD type = 0;
-  const std::u16string path = kRoot + std::u16string(u"\\Options");
-  ASSERT_EQ(::RegGetValueW(HKEY_CURRENT_USER, Wide(path), L"Font", RRF_RT_ANY, &type, text, &size),
-            ERROR_SUCCESS);
-  EXPECT_EQ(type, static_cast<DWORD>(REG_SZ));
-  EXPECT_EQ(size, sizeof(text));
-  EXPECT_STREQ(text, L"Arial");
+  const RegistryText stored =
+      QueryRegistryText(HKEY_CURRENT_USER, kRoot + std::u16string(u"\\Options"), L"Font");
+  EXPECT_EQ(stored.status, ERROR_SUCCESS);
+  EXPECT_EQ(stored.text, u"Arial");
 }
 
 TEST_F(RegistrySettings, OnlyTextIsRead) {

@@ -63,16 +63,14 @@ class RegistryObjectTest : public ::testing::Test {
     raw.data.resize(size);
     if (::RegQueryValueExW(key_.get(), name, nullptr, &raw.type,
                            reinterpret_cast<BYTE*>(raw.data.data()), &size) != ERROR_SUCCESS) {
-      return {REG_NONE, "no such value"};
+      return {REG_NONE, kMissing};
     }
     raw.data.resize(size);
     return raw;
   }
-  bool Exists(const wchar_t* name) {
-    return ::RegQueryValueExW(key_.get(), name, nullptr, nullptr, nullptr, nullptr) ==
-           ERROR_SUCCESS;
-  }
+  bool Exists(const wchar_t* name) { return Stored(name).data != kMissing; }
 
+  static constexpr char kMissing[] = "no such value";
   const std::u16string path_ = u"Software\\Pylon test " + ToText(::GetCurrentProcessId());
   RegistryKey key_;
 };
@@ -160,6 +158,9 @@ TEST_F(RegistryObjectTest, AMissingValueBecomesTheDefaultOrStaysMissing) {
   EXPECT_EQ(RegistryObject::GetValue(key(), u"new", Text(u"text")), Text(u"text"));
   EXPECT_EQ(Stored(L"new"), (Raw{REG_SZ, Utf16(u"text\0"sv)}));
   EXPECT_EQ(RegistryObject::GetValue(key(), u"new", Text(u"other")), Text(u"text"));
+  EXPECT_EQ(RegistryObject::DeleteValue(key(), u"new"), 0);
+  EXPECT_FALSE(Exists(L"new"));
+  EXPECT_NE(RegistryObject::DeleteValue(key(), u"new"), 0);
 
   EXPECT_EQ(RegistryObject::GetValue(key(), u"", Tagged(true)), Tagged(true)) << "the unnamed one";
   EXPECT_EQ(RegistryObject::GetValue(key(), u""), Tagged(uint8_t{1}));
@@ -186,13 +187,6 @@ TEST_F(RegistryObjectTest, OpeningMakesAKeyEvenToReadIt) {
   EXPECT_EQ(RegistryObject::DeleteKey(RegistryObject::kCurrentUser, lasting + u"\\sub"), 0);
   EXPECT_EQ(RegistryObject::DeleteKey(RegistryObject::kCurrentUser, lasting), 0);
   EXPECT_NE(RegistryObject::DeleteKey(RegistryObject::kCurrentUser, lasting), 0);
-}
-
-TEST_F(RegistryObjectTest, DeletesValues) {
-  Store(L"value", REG_SZ, Utf16(u"x\0"sv));
-  EXPECT_EQ(RegistryObject::DeleteValue(key(), u"value"), 0);
-  EXPECT_FALSE(Exists(L"value"));
-  EXPECT_NE(RegistryObject::DeleteValue(key(), u"value"), 0);
 }
 
 TEST_F(RegistryObjectTest, WhatTheCodePageLacksReachesNoOtherValue) {

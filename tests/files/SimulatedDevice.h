@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,10 +24,14 @@ class SilentProgress final : public DeviceProgress {
   void Advance(int32_t) noexcept override { Yield(); }
   void HideFile() noexcept override {}
   bool IsStopped() const noexcept override { return yields >= yields_to_stop; }
-  void Yield() noexcept override { ++yields; }
+  void Yield() noexcept override {
+    ++yields;
+    if (on_yield) on_yield();
+  }
 
   int yields = 0;
   int yields_to_stop = 1'000'000;
+  std::function<void()> on_yield;
 };
 
 // The simulated device of the build tree, in a folder of the test's own: "device" in it is the

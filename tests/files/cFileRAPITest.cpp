@@ -38,22 +38,19 @@ class cFileRAPITest : public ::testing::Test {
 
 TEST_F(cFileRAPITest, FailuresReadAsTheLinkOrTheDeviceSays) {
   const struct {
-    const char* name;
-    const char* settings;
+    const char* fault;
     const char16_t* file;
     const char* message;
     int32_t number;
   } kCases[] = {
-      {"missing", "", u"\\a", "Unknown Error: 2 RAPI Error: 0", 2},
-      {"held", "[Faults]\r\nLockedFile=\\b\r\n", u"\\b", "Unknown Error: 32 RAPI Error: 0", 32},
-      {"unreadable", "[Faults]\r\nUnreadableFile=\\b\r\n", u"\\b",
-       "Unknown Error: 23 RAPI Error: 0", 23},
-      {"lost", "[Faults]\r\nLinkLostAfterCalls=0\r\n", u"\\b",
-       "Connection to ActiveSync has been closed.", -2147014795}};
+      {"", u"\\a", "Unknown Error: 2 RAPI Error: 0", 2},
+      {"LockedFile=\\b", u"\\b", "Unknown Error: 32 RAPI Error: 0", 32},
+      {"UnreadableFile=\\b", u"\\b", "Unknown Error: 23 RAPI Error: 0", 23},
+      {"LinkLostAfterCalls=0", u"\\b", "Connection to ActiveSync has been closed.", -2147014795}};
   device_.Write(u"\\b", "bb");
   for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    device_.Reconnect(test.settings);
+    SCOPED_TRACE(test.fault);
+    device_.Reconnect(std::string("[Faults]\r\n") + test.fault + "\r\n");
     EXPECT_FALSE(file_->OpenFile(test.file, u"R", {}));
     std::u16string message;
     int32_t number = 0;
@@ -63,13 +60,9 @@ TEST_F(cFileRAPITest, FailuresReadAsTheLinkOrTheDeviceSays) {
     EXPECT_EQ(number, test.number);
     EXPECT_EQ(device_.connection->IsLost(), test.number < 0);
   }
-  const struct {
-    uint32_t error;
-    const char16_t* text;
-  } kTexts[] = {{80, u"File Exists."}, {87, u"Invalid Parameter"}, {112, u"Disk Full"}};
-  for (const auto& test : kTexts) {
-    EXPECT_EQ(RapiFileCalls(device_.connection).Describe(test.error), test.text);
-  }
+  const RapiFileCalls calls(device_.connection);
+  EXPECT_EQ(calls.Describe(80) + calls.Describe(87) + calls.Describe(112),
+            u"File Exists.Invalid ParameterDisk Full");
   device_.connection->End();
   EXPECT_FALSE(file_->OpenFile(u"\\b", u"R", {}));
   EXPECT_THAT(Error(), EndsWith("Connection to ActiveSync has been closed."));
@@ -79,18 +72,16 @@ TEST_F(cFileRAPITest, FailuresReadAsTheLinkOrTheDeviceSays) {
 
 TEST_F(cFileRAPITest, WhatADeviceDoesNotTakeIsAFailedWrite) {
   const struct {
-    const char* name;
     const char* settings;
     int32_t written;
     const char* message;
     bool closes;
-  } kCases[] = {{"full", "DiskSize=800\r\n", 300, "Disk Full", true},
-                {"full, in two steps", "DiskSize=800\r\n[Faults]\r\nShortWrites=1\r\n", 300,
-                 "Disk Full", true},
-                {"lost", "[Faults]\r\nLinkLostAt=CeWriteFile 2\r\n", 0,
+  } kCases[] = {{"DiskSize=800\r\n", 300, "Disk Full", true},
+                {"DiskSize=800\r\n[Faults]\r\nShortWrites=1\r\n", 300, "Disk Full", true},
+                {"[Faults]\r\nLinkLostAt=CeWriteFile 2\r\n", 0,
                  "Connection to ActiveSync has been closed.", false}};
   for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
+    SCOPED_TRACE(test.settings);
     device_.Reconnect(test.settings);
     ASSERT_TRUE(file_->OpenFile(u"\\c", u"W", {}));
     const Bytes bytes(500);
@@ -282,20 +273,17 @@ TEST(cRegRAPI, ReadsTheDevicesName) {
 
 TEST(RapiConnection, FailsWithTheCauseAndTriesAgain) {
   const struct {
-    const char* name;
-    const char* settings;
+    const char* fault;
     int yields_to_stop;
     const char* cause;
-  } kCases[] = {
-      {"init fails", "[Faults]\r\nConnect=error\r\n", 1'000, "refuses to start: 0x80004005"},
-      {"device refuses", "[Faults]\r\nConnect=refused\r\n", 1'000,
-       "refuses the connection: 0x80004005"},
-      {"no answer", "[Faults]\r\nConnect=no-answer\r\n", 1'000'000, "does not answer"},
-      {"stopped", "[Faults]\r\nConnect=no-answer\r\n", 3, "cancelled"}};
+  } kCases[] = {{"error", 1'000, "refuses to start: 0x80004005"},
+                {"refused", 1'000, "refuses the connection: 0x80004005"},
+                {"no-answer", 1'000'000, "does not answer"},
+                {"no-answer", 3, "cancelled"}};
   SimulatedDevice device;
   for (const auto& test : kCases) {
-    SCOPED_TRACE(test.name);
-    device.Configure(test.settings);
+    SCOPED_TRACE(test.cause);
+    device.Configure(std::string("[Faults]\r\nConnect=") + test.fault + "\r\n");
     device.progress.yields = 0;
     device.progress.yields_to_stop = test.yields_to_stop;
     EXPECT_FALSE(device.Connect());
@@ -316,24 +304,13 @@ TEST(RapiConnection, FailsWithTheCauseAndTriesAgain) {
 }
 
 TEST(RapiConnection, EndsDuringTheWait) {
-  class Impatient final : public DeviceProgress {
-   public:
-    explicit Impatient(RapiConnection& connection) : connection_(connection) {}
-    void ShowFile(std::u16string_view, int32_t) noexcept override {}
-    void Advance(int32_t) noexcept override {}
-    void HideFile() noexcept override {}
-    bool IsStopped() const noexcept override { return false; }
-    void Yield() noexcept override { connection_.End(); }
-
-   private:
-    RapiConnection& connection_;
-  };
   SimulatedDevice device;
   device.Configure("[Link]\r\nConnectDelay=500\r\n");
-  Impatient progress(*device.connection);
-  EXPECT_FALSE(device.connection->Start(SimulatedDevice::FullLibrary(), progress, device.cause));
+  device.progress.on_yield = [&] { device.connection->End(); };
+  EXPECT_FALSE(device.Connect());
   EXPECT_THAT(ToUtf8(device.cause), HasSubstr("has been ended"));
   EXPECT_FALSE(device.connection->IsConnected());
+  device.progress.on_yield = nullptr;
   device.Reconnect("");
 }
 
