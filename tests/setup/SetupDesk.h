@@ -140,6 +140,22 @@ inline void ExpectTextsFit(HWND window) {
   }
 }
 
+// At every DPI all controls are in their places and their texts fit; the client grows as the system
+// suggests it. The size is that of the window at 96 DPI, its own when it isn't given.
+inline void ExpectTidyAtEveryDpi(HWND window, SIZE size = {}) {
+  RECT at_96 = {};
+  ::GetWindowRect(window, &at_96);
+  if (!size.cx) size = {at_96.right - at_96.left, at_96.bottom - at_96.top};
+  for (const int dpi : {96, 144, 192, 96}) {
+    SCOPED_TRACE(std::to_string(dpi) + " DPI");
+    RECT rect = {0, 0, ::MulDiv(size.cx, dpi, 96), ::MulDiv(size.cy, dpi, 96)};
+    ::SendMessageW(window, WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
+                   reinterpret_cast<LPARAM>(&rect));
+    ExpectTidy(window);
+    ExpectTextsFit(window);
+  }
+}
+
 // The Tab key reaches every enabled control from the top left downwards, group by group, once.
 inline std::vector<int> TabOrder(HWND window) {
   std::vector<int> order;

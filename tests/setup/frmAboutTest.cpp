@@ -69,17 +69,7 @@ TEST_F(AboutWindow, IsTidyAndKeepsTheUserFromItsOwner) {
   frmAbout about(PylonExe());
   about.Show(owner);
   EXPECT_FALSE(::IsWindowEnabled(owner));
-  RECT at_96 = {};
-  ::GetWindowRect(about.handle(), &at_96);
-  for (const int dpi : {96, 144, 192}) {
-    SCOPED_TRACE(dpi);
-    RECT rect = {0, 0, ::MulDiv(at_96.right - at_96.left, dpi, 96),
-                 ::MulDiv(at_96.bottom - at_96.top, dpi, 96)};
-    ::SendMessageW(about.handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
-                   reinterpret_cast<LPARAM>(&rect));
-    ExpectTidy(about.handle());
-    ExpectTextsFit(about.handle());
-  }
+  ExpectTidyAtEveryDpi(about.handle());
   Click(about.handle(), frmAbout::kOk);
   EXPECT_TRUE(::IsWindowEnabled(owner));
   ::DestroyWindow(owner);

@@ -150,17 +150,7 @@ TEST_F(AddWindow, AFileThatIsNoComponentIsToldOf) {
 }
 
 TEST_F(AddWindow, IsTidyAtEveryDpiAndInOrder) {
-  RECT at_96 = {};
-  ::GetWindowRect(handle(), &at_96);
-  for (const int dpi : {96, 144, 192, 96}) {
-    SCOPED_TRACE(dpi);
-    RECT rect = {0, 0, ::MulDiv(at_96.right - at_96.left, dpi, 96),
-                 ::MulDiv(at_96.bottom - at_96.top, dpi, 96)};
-    ::SendMessageW(handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
-                   reinterpret_cast<LPARAM>(&rect));
-    ExpectTidy(handle());
-    ExpectTextsFit(handle());
-  }
+  ExpectTidyAtEveryDpi(handle());
   using A = frmAddConduit;
   EXPECT_EQ(TabOrder(handle()), (std::vector<int>{A::kClass, A::kCheck, A::kFile, A::kAppId,
                                                   A::kFolder, A::kBrowse, A::kAdd, A::kCancel}));

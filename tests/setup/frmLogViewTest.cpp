@@ -169,14 +169,7 @@ TEST_F(LogWindow, ALargeLogShowsItsEndAtOnce) {
 TEST_F(LogWindow, IsTidyAtEveryDpi) {
   Log(u"Mary", {u"one"});
   window.Show(u"My App", u"");
-  for (const int dpi : {96, 144, 192, 96}) {
-    SCOPED_TRACE(dpi);
-    RECT rect = {0, 0, ::MulDiv(560, dpi, 96), ::MulDiv(320, dpi, 96)};
-    ::SendMessageW(handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
-                   reinterpret_cast<LPARAM>(&rect));
-    ExpectTidy(handle());
-    ExpectTextsFit(handle());
-  }
+  ExpectTidyAtEveryDpi(handle(), {560, 320});
 }
 
 }  // namespace

@@ -428,20 +428,18 @@ TEST_F(SetupWindow, InstallsAndRemovesForActiveSync) {
   Registry registry;
   SKIP_WITH_ACTIVESYNC(registry);
   Open(kTwo);
-  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"ActiveSync is not on this PC.");
   EXPECT_EQ(Text(frmSetup::kPcActiveSync), u"ActiveSync is not on this PC.");
   EXPECT_FALSE(Enabled(handle(), frmSetup::kGuestMode));
   registry.Install(u"C:\\CEAPPMGR.EXE");
   PressF5();
-  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Not installed");
-  EXPECT_FALSE(Enabled(handle(), frmSetup::kRemoveActiveSync));
-  Click(handle(), frmSetup::kInstallActiveSync);
-  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Installed");
-  EXPECT_NE(Registry::Conduit(L"Memos"), Registry::kMissing);
-  EXPECT_FALSE(Enabled(handle(), frmSetup::kInstallActiveSync));
+  for (const bool installed : {false, true, false}) {
+    EXPECT_EQ(Text(frmSetup::kActiveSyncState), installed ? u"Installed" : u"Not installed");
+    EXPECT_EQ(Registry::Conduit(L"Memos") != Registry::kMissing, installed);
+    EXPECT_NE(Enabled(handle(), frmSetup::kInstallActiveSync), installed);
+    EXPECT_EQ(Enabled(handle(), frmSetup::kRemoveActiveSync), installed);
+    Click(handle(), installed ? frmSetup::kRemoveActiveSync : frmSetup::kInstallActiveSync);
+  }
   Click(handle(), frmSetup::kRemoveActiveSync);
-  EXPECT_EQ(Registry::Conduit(L"Memos"), Registry::kMissing);
-  EXPECT_EQ(Text(frmSetup::kActiveSyncState), u"Not installed");
   services->broken = true;
   const BoxAnswer answer;
   Click(handle(), frmSetup::kInstallActiveSync);
@@ -671,13 +669,8 @@ TEST_F(SetupWindow, IsTidyAtEveryDpiWithNoneOneAndManyConduits) {
   for (const std::string& settings : {std::string(), std::string("[A]\r\nClassID=L.A\r\n"), many}) {
     Open(settings.c_str());
     SCOPED_TRACE(std::to_string(Rows()) + " conduits");
-    for (const int dpi : {96, 144, 192, 96}) {
-      SCOPED_TRACE(std::to_string(dpi) + " DPI");
-      for (const auto& [width, height] : {std::pair{800, 600}, {740, 560}, {1200, 800}}) {
-        GoToDpi(dpi, width, height);
-        ExpectTidy(handle());
-        ExpectTextsFit(handle());
-      }
+    for (const SIZE size : {SIZE{800, 600}, {740, 560}, {1200, 800}}) {
+      ExpectTidyAtEveryDpi(handle(), size);
     }
   }
   Press(*window, Control(frmSetup::kList), VK_END);
