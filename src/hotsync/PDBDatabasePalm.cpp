@@ -5,6 +5,7 @@
 
 #include "base/Text.h"
 #include "pdb/DatabaseArguments.h"
+#include "pdb/DatabaseText.h"
 #include "pdb/PDBFormat.h"
 
 namespace pylon {
@@ -41,7 +42,7 @@ PDBDatabasePalm::Link PDBDatabasePalm::RequireOpen() const {
 }
 
 bool PDBDatabasePalm::Refuse(std::u16string_view reason) const {
-  log_->UpdateLog(u"Database \"" + name_ + u"\": " + std::u16string(reason));
+  log_->UpdateLog(DatabaseText(name_, reason));
   return false;
 }
 

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "base/AutomationError.h"
+#include "pdb/DatabaseText.h"
 
 namespace pylon {
 PDBFileSystemPalm::PDBFileSystemPalm(std::shared_ptr<Handheld> handheld,
@@ -14,7 +15,7 @@ PDBFileSystemPalm::PDBFileSystemPalm(std::shared_ptr<Handheld> handheld,
       indexes_(std::move(indexes)) {}
 
 bool PDBFileSystemPalm::RefuseEnded(std::u16string_view name) const {
-  log_->UpdateLog(u"Database \"" + std::u16string(name) + u"\": the file system has ended");
+  log_->UpdateLog(DatabaseText(name, u"the file system has ended"));
   return false;
 }
 

@@ -7,6 +7,7 @@
 
 #include "base/AutomationError.h"
 #include "base/Text.h"
+#include "pdb/DatabaseText.h"
 
 namespace pylon {
 namespace {
@@ -56,7 +57,7 @@ bool PDBFileSystemPC::IsDatabaseName(std::u16string_view name) {
 }
 
 bool PDBFileSystemPC::Refuse(std::u16string_view name, std::u16string_view reason) const {
-  log_->UpdateLog(u"Database \"" + std::u16string(name) + u"\": " + std::u16string(reason));
+  log_->UpdateLog(DatabaseText(name, reason));
   return false;
 }
 
