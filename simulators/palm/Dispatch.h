@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <cstdint>
 #include <exception>
 #include <new>
@@ -11,6 +10,7 @@
 #include "SuiteError.h"
 #include "base/AutomationError.h"
 #include "base/Com.h"
+#include "base/Implements.h"
 
 namespace pylon::palm {
 
@@ -65,25 +65,8 @@ HRESULT CaughtError(const wchar_t* source, EXCEPINFO* info) noexcept;
 // IDispatch over the table Self::kMembers, for a class that is called by name only. Self has kName,
 // the source of its errors. Made with com::Make; belongs to one STA thread.
 template <class Self>
-class Dispatch : public IDispatch {
+class Dispatch : public com::Implements<IDispatch> {
  public:
-  Dispatch(const Dispatch&) = delete;
-  Dispatch& operator=(const Dispatch&) = delete;
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IDispatch) return E_NOINTERFACE;
-    *object = static_cast<IDispatch*>(this);
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete static_cast<Self*>(this);
-    return left;
-  }
   STDMETHODIMP GetTypeInfoCount(UINT* count) noexcept override {
     if (!count) return E_POINTER;
     *count = 0;
@@ -132,13 +115,6 @@ class Dispatch : public IDispatch {
     }
     return DISP_E_MEMBERNOTFOUND;
   }
-
- protected:
-  Dispatch() = default;
-  ~Dispatch() = default;
-
- private:
-  std::atomic<ULONG> references_{1};
 };
 
 }  // namespace pylon::palm

@@ -516,46 +516,18 @@ com::Ptr<IDispatch> Create(std::shared_ptr<Session> session) {
 
 std::atomic<size_t> refused_objects = 0;
 
-class ClassFactory final : public IClassFactory {
- public:
-  ClassFactory(const SuiteClass& suite_class, std::shared_ptr<Session> session)
-      : class_(suite_class), session_(std::move(session)) {}
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IClassFactory) return E_NOINTERFACE;
-    *object = static_cast<IClassFactory*>(this);
-    AddRef();
-    return S_OK;
+HRESULT CreateObject(const SuiteClass& suite_class, const std::shared_ptr<Session>& session,
+                     REFIID id, void** object) noexcept {
+  if (!session) {
+    ++refused_objects;
+    return static_cast<HRESULT>(kNoSession);
   }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
+  try {
+    return suite_class.create(session)->QueryInterface(id, object);
+  } catch (...) {
+    return CaughtError(suite_class.prog_id, nullptr);
   }
-  STDMETHODIMP CreateInstance(IUnknown* outer, REFIID id, void** object) noexcept override {
-    if (!object) return E_POINTER;
-    *object = nullptr;
-    if (outer) return CLASS_E_NOAGGREGATION;
-    if (!session_) {
-      ++refused_objects;
-      return static_cast<HRESULT>(kNoSession);
-    }
-    try {
-      return class_.create(session_)->QueryInterface(id, object);
-    } catch (...) {
-      return CaughtError(class_.prog_id, nullptr);
-    }
-  }
-  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
-
- private:
-  const SuiteClass& class_;
-  const std::shared_ptr<Session> session_;
-  std::atomic<ULONG> references_{1};
-};
+}
 
 }  // namespace
 
@@ -578,7 +550,10 @@ size_t RefusedObjects() { return refused_objects; }
 
 SuiteServer::SuiteServer(std::shared_ptr<Session> session) {
   for (const SuiteClass& suite_class : SuiteClasses()) {
-    const auto factory = com::Make<ClassFactory>(suite_class, session);
+    const auto factory =
+        com::MakeClassFactory([&suite_class, session](REFIID id, void** object) noexcept {
+          return CreateObject(suite_class, session, id, object);
+        });
     DWORD registration = 0;
     const HRESULT result = ::CoRegisterClassObject(suite_class.id, factory.get(),
                                                    CLSCTX_LOCAL_SERVER | CLSCTX_INPROC_SERVER,
