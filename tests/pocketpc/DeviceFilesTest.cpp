@@ -227,48 +227,5 @@ TEST_F(DeviceFilesTest, FindsByPattern) {
   EXPECT_EQ(rapi.CeGetFileAttributes(L"\\none"), INVALID_FILE_ATTRIBUTES);
 }
 
-TEST_F(DeviceFilesTest, HasTheDiskThatTheSettingsSay) {
-  // 15 bytes lie there already.
-  Reconnect("[Device]\nDiskSize=20\n");
-  STORE_INFORMATION store = {};
-  const auto free = [&] {
-    EXPECT_TRUE(rapi.CeGetStoreInformation(&store));
-    return store.dwFreeSize;
-  };
-  EXPECT_EQ(free(), 5u);
-  EXPECT_EQ(store.dwStoreSize, 20u);
-
-  HANDLE file = Open(L"\\file");
-  EXPECT_EQ(Write(file, "HELLO, world"), "112 after 10") << "5 replace, 5 are free";
-  EXPECT_EQ(free(), 0u);
-  EXPECT_EQ(Write(file, "!"), "112 after 0");
-  EXPECT_EQ(Write(file, ""), "ok after 0");
-  rapi.CeSetFilePointer(file, 11, nullptr, FILE_BEGIN);
-  EXPECT_FALSE(rapi.CeSetEndOfFile(file));
-  EXPECT_EQ(Outcome(false), "112");
-  rapi.CeSetFilePointer(file, 4, nullptr, FILE_BEGIN);
-  EXPECT_TRUE(rapi.CeSetEndOfFile(file));
-  EXPECT_EQ(free(), 6u);
-  rapi.CeSetFilePointer(file, 8, nullptr, FILE_BEGIN);
-  EXPECT_EQ(Write(file, "far"), "112 after 2") << "the gap takes room";
-  rapi.CeCloseHandle(file);
-  EXPECT_EQ(ReadFile(OnPc("file")), std::string("HELL\0\0\0\0fa", 10));
-
-  EXPECT_FALSE(rapi.CeCopyFile(L"\\read-only", L"\\copy", TRUE));
-  EXPECT_EQ(Outcome(false), "112");
-  EXPECT_FALSE(std::filesystem::exists(OnPc("copy")));
-  EXPECT_TRUE(rapi.CeCopyFile(L"\\read-only", L"\\file", FALSE)) << "replaces a longer one";
-  EXPECT_EQ(free(), 5u);
-  EXPECT_TRUE(rapi.CeDeleteFile(L"\\folder\\inner"));
-  EXPECT_EQ(free(), 10u);
-  rapi.CeSetFileAttributes(L"\\file", FILE_ATTRIBUTE_NORMAL);
-  rapi.CeCloseHandle(Open(L"\\file", kWrite, CREATE_ALWAYS));
-  EXPECT_EQ(free(), 15u);
-
-  Reconnect("[Device]\nDiskSize=2\n");
-  EXPECT_EQ(free(), 0u) << "too full already";
-  EXPECT_EQ(TryOpen(L"\\nothing", kWrite, CREATE_NEW), "ok") << "an empty file takes no room";
-}
-
 }  // namespace
 }  // namespace pocketpc::testing

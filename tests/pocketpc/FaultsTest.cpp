@@ -1,7 +1,5 @@
 // What goes wrong when the settings say so.
 
-#include <functional>
-
 #include "tests/pocketpc/SimulatedDevice.h"
 
 namespace pocketpc::testing {
@@ -68,30 +66,6 @@ TEST_F(FaultsTest, TheLinkIsLostWhereTheSettingsSay) {
   EXPECT_EQ(Outcome(rapi.CeDeleteFile(L"\\file") != FALSE), "rapi 80072746");
   Reconnect();
   EXPECT_EQ(WorkOnFile(), whole) << "the next connection is sound";
-}
-
-TEST_F(FaultsTest, OneFileIsUnreadableAnotherLocked) {
-  for (const char* name : {"bad", "locked", "good"}) WriteFile(OnPc(name), "text");
-  Connect("[Faults]\nUnreadableFile=\\Bad\nLockedFile=\\Locked\n");
-  const HANDLE file = Open(L"\\bad");
-  EXPECT_EQ(Read(file, 4), "23");
-  EXPECT_EQ(Write(file, "more"), "ok after 4");
-  rapi.CeCloseHandle(file);
-  const struct {
-    const char* what;
-    std::function<BOOL()> call;
-    const char* outcome;
-  } cases[] = {
-      {"copy the unreadable", [&] { return rapi.CeCopyFile(L"\\bad", L"\\new", TRUE); }, "23"},
-      {"copy onto it", [&] { return rapi.CeCopyFile(L"\\good", L"\\bad", FALSE); }, "ok"},
-      {"open the locked", [&] { return Open(L"\\LOCKED") != INVALID_HANDLE_VALUE; }, "32"},
-      {"delete it", [&] { return rapi.CeDeleteFile(L"\\locked"); }, "32"},
-      {"move it", [&] { return rapi.CeMoveFile(L"\\locked", L"\\new"); }, "32"},
-      {"copy it", [&] { return rapi.CeCopyFile(L"\\locked", L"\\new", TRUE); }, "32"},
-      {"copy onto it", [&] { return rapi.CeCopyFile(L"\\good", L"\\locked", FALSE); }, "32"},
-      {"open another", [&] { return Open(L"\\good") != INVALID_HANDLE_VALUE; }, "ok"},
-  };
-  for (const auto& c : cases) EXPECT_EQ(Outcome(c.call() != FALSE), c.outcome) << c.what;
 }
 
 }  // namespace

@@ -157,15 +157,6 @@ class SimulatedDevice : public ::testing::Test {
 
   std::filesystem::path OnPc(std::string_view path) const { return home_ / "device" / path; }
   std::string LogText() const { return ReadFile(home_ / "rapi.log"); }
-  // The log's lines that begin so.
-  std::vector<std::string> LogLines(std::string_view start) const {
-    std::vector<std::string> lines;
-    std::istringstream text(LogText());
-    for (std::string line; std::getline(text, line);) {
-      if (line.starts_with(start)) lines.push_back(line);
-    }
-    return lines;
-  }
 
   std::filesystem::path home_;  // holds the INI file, the log and the folder "device"
   HMODULE module_;

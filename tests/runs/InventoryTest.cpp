@@ -383,23 +383,5 @@ TEST_F(InventoryTest, AnotherFileDoesNotRemoveWhatItLacks) {
   EXPECT_EQ(Cells("A", 2), "1");
 }
 
-TEST_F(InventoryTest, AFileKeepsItsMarkAndBecomesUtf8) {
-  std::u16string text = u"\uFEFFArticle:string,Stock:long\n\u03A9,1\n";
-  Write({reinterpret_cast<const char*>(text.data()), 2 * text.size()});
-  const std::string csv = Csv();
-  Sync();
-  EXPECT_EQ(Csv(), csv) << "the handheld had nothing new";
-  Handheld handheld(database());
-  handheld.Change("\xCE\xA9", [](PDBAppforgeRecord& record) { record.SetLongValue(2, 2); });
-  handheld.Close();
-  Sync();
-  EXPECT_EQ(Csv(),
-            "\xEF\xBB\xBF"
-            "Article:string,Stock:long\r\n\xCE\xA9,2\r\n");
-  Write("Article:string,Stock:long\r\n\xCE\xA9,2\r\nCaf\xE9,1\r\n");  // no UTF-8 any more
-  Sync();
-  EXPECT_EQ(Cells("Caf\xC3\xA9", 2), "1");
-}
-
 }  // namespace
 }  // namespace pylon

@@ -212,31 +212,6 @@ TEST_F(MemosTest, BothSidesChange) {
   EXPECT_TRUE(Memos().contains("Home: Emptied too\nbase\n"));
 }
 
-TEST_F(MemosTest, AnOlderBackupThatIsEditedReplacesNothing) {
-  Write("a.txt", "A\nfirst\n");
-  Sync();
-  fs::copy_file(database(), home() / "backup.pdb");
-  Write("a.txt", "A\nnewer\n");
-  Write("b.txt", "B\n");
-  Sync();
-  // Its one record is edited, and the next one takes the id that b.txt's has.
-  fs::remove(database());
-  fs::copy_file(home() / "backup.pdb", database());
-  Handheld handheld(database());
-  Memo memo = handheld.memos.at(0);
-  memo.text = "A\nedited\n";
-  memo.attributes = eDirty;
-  handheld.Store(0, memo);
-  handheld.Store(1, {0, 0, eDirty, "Other\n"});
-  handheld.Close();
-  Sync();
-  EXPECT_EQ(Files(folder()), (std::map<std::string, std::string>{{"a.txt", "A\nedited\n"},
-                                                                 {"a (conflict).txt", "A\nnewer\n"},
-                                                                 {"b.txt", "B\n"},
-                                                                 {"Other.txt", "Other\n"}}))
-      << Log();
-}
-
 TEST_F(MemosTest, AFileThatIsOpenGetsOneConflictCopyAndOnlyWhenItIsClosed) {
   Write("a.txt", "A\n");
   Sync();

@@ -51,24 +51,6 @@ TEST(Columns, RefusesWhatIsNoHeader) {
   }
 }
 
-TEST(Columns, NamesTheFirstDifference) {
-  const Columns table = Header(u"a:string,b:long");
-  const struct {
-    const char16_t* file;
-    const char16_t* difference;
-  } cases[] = {
-      {u"a:string,b:long", u""},
-      {u"a:string,b:byte", u"column 2 is b:byte in the file and b:long in the database"},
-      {u"a:string,B:long", u"column 2 is B:long in the file and b:long in the database"},
-      {u"a:string", u"column 2 is missing in the file and b:long in the database"},
-      {u"a:string,b:long,c:date", u"column 3 is c:date in the file and missing in the database"},
-      {u"b:long,a:string", u"column 1 is b:long in the file and a:string in the database"},
-  };
-  for (const auto& c : cases) {
-    EXPECT_EQ(ToUtf8(DifferenceOf(Header(c.file), table)), ToUtf8(c.difference));
-  }
-}
-
 TEST(Columns, TellsCellsThatHoldNoValue) {
   using enum FieldType;
   const struct {
