@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <functional>
-#include <random>
 
 #include "tests/support/Errors.h"
 #include "tests/support/PdbTesting.h"
@@ -12,7 +11,6 @@ namespace pylon {
 namespace {
 
 using testing::Ascii;
-using testing::BlockOf;
 using testing::ErrorOf;
 using testing::FromHex;
 using testing::StreamOf;
@@ -62,40 +60,6 @@ TEST(PDBAppforgeDefinition, ABlockGoesBothWays) {
     const PDBByteStream made = definition.AppInfoBlock();
     EXPECT_EQ(HexOf(made), ToHex(block));
     EXPECT_EQ(ToHex(made.BlockBytes()), ToHex(block));
-  }
-}
-
-TEST(PDBAppforgeDefinition, RandomSchemasGoBothWays) {
-  std::mt19937 random(1);
-  const auto draw = [&random](unsigned below) { return static_cast<size_t>(random() % below); };
-  const auto text = [&](unsigned longest) {
-    // Every byte except zero, and no blanks at the ends.
-    Bytes bytes(draw(longest + 1));
-    for (std::byte& byte : bytes) byte = static_cast<std::byte>(draw(255) + 1);
-    if (!bytes.empty()) bytes.front() = bytes.back() = std::byte{'_'};
-    return bytes;
-  };
-  for (int i = 0; i < 1000; ++i) {
-    PDBAppforgeDefinition definition;
-    for (size_t count = draw(i % 20 == 0 ? 1500 : 20); count > 0; --count) {
-      definition.AddFieldName(AnsiCodePage::Windows1252().Decode(text(12)),
-                              static_cast<int32_t>(draw(256)));
-    }
-    Bytes block = BlockOf(definition.AppInfoBlock());
-    for (size_t at = 0; at < 275; ++at) block[at] = static_cast<std::byte>(random());
-    for (size_t at = 2; at < 258; at += 16) {
-      Bytes category = text(16);
-      category.resize(16);
-      std::ranges::copy(category, block.begin() + static_cast<ptrdiff_t>(at));
-    }
-    PDBAppforgeDefinition copy;
-    ASSERT_TRUE(copy.IsAppforgeData(StreamOf(block)));
-    ASSERT_EQ(HexOf(copy.AppInfoBlock()), ToHex(block));
-    ASSERT_EQ(copy.FieldCount(), definition.FieldCount());
-    for (int16_t k = 1; k <= copy.FieldCount(); ++k) {
-      ASSERT_EQ(copy.FieldName(k), definition.FieldName(k));
-      ASSERT_EQ(copy.FieldType(k), definition.FieldType(k));
-    }
   }
 }
 
