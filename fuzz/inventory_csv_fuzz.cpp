@@ -7,7 +7,8 @@
 
 #include "samples/inventory/Columns.h"
 #include "samples/inventory/Csv.h"
-#include "samples/inventory/Text.h"
+#include "samples/inventory/Files.h"
+#include "tests/samples/Latin1.h"
 
 namespace inventory {
 namespace {
@@ -16,18 +17,9 @@ void Check(bool holds) {
   if (!holds) std::abort();
 }
 
-class Latin1 final : public CodePage {
- public:
-  std::u16string Decode(std::string_view bytes) const override {
-    std::u16string text;
-    for (const char c : bytes) text += static_cast<unsigned char>(c);
-    return text;
-  }
-};
-
 void ReadAsTable(std::string_view bytes) {
-  const FileText file = ReadFileText(bytes, Latin1());
-  Check(ReadFileText(WriteFileText(file), Latin1()).text == file.text);
+  const TableText file = ReadText(bytes, sample::Latin1());
+  Check(ReadText(WriteText(file), sample::Latin1()).text == file.text);
   size_t line = 0;
   for (const CsvRow& row : ParseCsv(file.text)) {
     Check(row.line > line);
