@@ -11,6 +11,7 @@
 #include "base/Text.h"
 #include "files/FileCalls.h"
 #include "files/FileNames.h"
+#include "pdb/DatabaseText.h"
 #include "pdb/PDBUtils.h"
 
 namespace pylon {
@@ -79,10 +80,6 @@ class GatheringWriter {
   bool failed_ = false;
 };
 
-std::u16string LineOf(std::u16string_view path, std::u16string_view reason) {
-  return u"Database " + std::u16string(path) + u": " + std::u16string(reason);
-}
-
 std::u16string Range(size_t first, size_t last) {
   return ToText(static_cast<int64_t>(first)) + u" to " + ToText(static_cast<int64_t>(last));
 }
@@ -108,7 +105,9 @@ std::u16string PdbFile::FailureText() const {
   return file_->ReadErrorHandler(message, number) ? message : std::u16string();
 }
 
-std::u16string PdbFile::Line(std::u16string_view reason) const { return LineOf(Path(), reason); }
+std::u16string PdbFile::Line(std::u16string_view reason) const {
+  return DatabaseFileText(Path(), reason);
+}
 
 AutomationError PdbFile::DeviceError(std::u16string_view path, std::u16string_view what) const {
   std::u16string failure;
@@ -116,7 +115,7 @@ AutomationError PdbFile::DeviceError(std::u16string_view path, std::u16string_vi
   if (file_->ReadErrorHandler(failure, number)) failure = u" (" + failure + u")";
   std::optional<FailureKind> kind;
   if (number == static_cast<int32_t>(file_error::kCancelled)) kind = FailureKind::kCancelled;
-  return AutomationError(ErrorNumber::kDeviceIo, LineOf(path, what) + failure, kind);
+  return AutomationError(ErrorNumber::kDeviceIo, DatabaseFileText(path, what) + failure, kind);
 }
 
 std::u16string PdbFile::AppInfoOverflow(size_t size) {
