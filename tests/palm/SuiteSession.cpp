@@ -78,13 +78,6 @@ Argument::Argument(VARIANT* variable) {
   V_VARIANTREF(value.get()) = variable;
 }
 
-Argument Missing() {
-  com::Variant value;
-  V_VT(value.get()) = VT_ERROR;
-  V_ERROR(value.get()) = DISP_E_PARAMNOTFOUND;
-  return Argument(std::move(value));
-}
-
 Argument ByteArray(std::string_view bytes) {
   return Argument(com::FromBytes(std::as_bytes(std::span(bytes))));
 }

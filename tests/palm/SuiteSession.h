@@ -54,7 +54,6 @@ struct Argument {
   Argument(Argument&&) = default;
   com::Variant value;
 };
-Argument Missing();
 Argument ByteArray(std::string_view bytes);
 
 // An object of the suite, called by name.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <system_error>
 
+#include "base/Implements.h"
 #include "base/Text.h"
 #include "files/ProgramFiles.h"
 
@@ -108,35 +109,11 @@ class Object final : public FirstNotify, public SecondNotify {
   ULONG references_ = 1;
 };
 
-class Factory final : public IClassFactory {
- public:
-  explicit Factory(const CLSID& id) : id_(id) {}
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = id == IID_IUnknown || id == IID_IClassFactory ? this : nullptr;
-    if (!*object) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) noexcept override {
-    const auto made = com::Ptr<FirstNotify>::Own(new Object(id_));
-    return made->QueryInterface(id, object);
-  }
-  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
-
- private:
-  const CLSID id_;
-  ULONG references_ = 1;
-};
-
 DWORD Offer(const CLSID& id, std::optional<com::ReachableInterface>& reachable) {
   DWORD registration = 0;
-  const auto factory = com::Ptr<IUnknown>::Own(new Factory(id));
+  const auto factory = com::MakeClassFactory([id](REFIID wanted, void** object) noexcept {
+    return com::Ptr<FirstNotify>::Own(new Object(id))->QueryInterface(wanted, object);
+  });
   com::Check(::CoRegisterClassObject(id, factory.get(), CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
                                      &registration));
   if (!reachable) reachable.emplace(IID_IClassFactory, factory.get());

@@ -66,35 +66,5 @@ TEST_F(RegistryTest, ValuesOfEveryForm) {
   EXPECT_EQ(Value(key, L"Name"), "6");
 }
 
-TEST_F(RegistryTest, KeysBelowKeys) {
-  Connect("[HKLM\\Software\\Maker\\App]\nVersion=1\n[HKCU\\Owner]\n");
-  // The constants as 64-bit programs may pass them, with the sign and without.
-  const auto unsigned_root = reinterpret_cast<HKEY>(ULONG_PTR{0x80000002});
-  const struct {
-    HKEY root;
-    const wchar_t* sub_key;
-    LONG result;
-  } cases[] = {
-      {HKEY_LOCAL_MACHINE, L"Software\\Maker\\App", ERROR_SUCCESS},
-      {unsigned_root, L"software\\maker", ERROR_SUCCESS},
-      {HKEY_LOCAL_MACHINE, L"Soft", ERROR_FILE_NOT_FOUND},
-      {HKEY_LOCAL_MACHINE, nullptr, ERROR_SUCCESS},
-      {HKEY_CLASSES_ROOT, L"", ERROR_SUCCESS},
-      {HKEY_LOCAL_MACHINE, L"Ident", ERROR_FILE_NOT_FOUND},
-      {HKEY_LOCAL_MACHINE, L"Owner", ERROR_FILE_NOT_FOUND},
-      {HKEY_CURRENT_USER, L"Owner", ERROR_SUCCESS},
-      {HKEY_USERS, L"Owner", ERROR_INVALID_HANDLE},
-  };
-  HKEY key = nullptr;
-  for (const auto& c : cases) {
-    EXPECT_EQ(rapi.CeRegOpenKeyEx(c.root, c.sub_key, 0, 0, &key), c.result) << &c - cases;
-  }
-  HKEY below = nullptr;
-  ASSERT_EQ(rapi.CeRegOpenKeyEx(HKEY_LOCAL_MACHINE, L"Software", 0, 0, &key), ERROR_SUCCESS);
-  ASSERT_EQ(rapi.CeRegOpenKeyEx(key, L"Maker\\App", 0, 0, &below), ERROR_SUCCESS);
-  EXPECT_EQ(Value(below, L"version"), "1: 31 00 00 00");
-  EXPECT_EQ(rapi.CeRegOpenKeyEx(key, L"Maker", 0, 0, nullptr), ERROR_INVALID_PARAMETER);
-}
-
 }  // namespace
 }  // namespace pocketpc::testing
