@@ -138,6 +138,8 @@ TEST_F(SyncIndex, WritesOnlyWhatChanged) {
     index->CloseIndex();
     EXPECT_EQ(file() == before, !c.changes);
   }
+  index->Clear();
+  EXPECT_FALSE(index->Changed()) << "it is empty already";
 }
 
 TEST_F(SyncIndex, RefusesKeysThatTheFileCantHold) {

@@ -204,6 +204,53 @@ TEST(PDBDatabasePC, GivenIdsRaiseTheSeed) {
   EXPECT_EQ(ToHex(ByteSpan(file.bytes()).subspan(68, 8)), "00 00 00 C8 00 00 00 C9");
 }
 
+TEST(PDBDatabasePC, IdsOfEmptyRecordsDontCountAndAreNotGivenAgain) {
+  FileImage image;
+  image.records = {{0, 6, Ascii("x")}, {0, 7, {}}, {0, 50, {}}};
+  DatabaseFile file(image);
+  const auto database = file.Open();
+  EXPECT_EQ(Put(*database, 0, {0, 0, 0, Ascii("n")}), 8);
+}
+
+TEST(PDBDatabasePC, ForAnotherPlatformRecordsGetTheirIdsAtTheEnd) {
+  DatabaseFile file(ThreeRecords());
+  const auto database = file.Open();
+  EXPECT_EQ(Put(*database, 0, {0, 0, 0, Ascii("a")}), 10);
+  database->SetDatabaseFor(dftPalmHotSync);
+  EXPECT_EQ(Put(*database, 0, {0, 0, 0, Ascii("b")}), 0);
+  database->SetDatabaseFor(dftWindows);
+  database->CloseDatabase();
+  ASSERT_TRUE(database->OpenDatabase());
+  EXPECT_EQ(ReadAll(*database).back().id, 11);
+}
+
+TEST(PDBDatabasePC, DeletedRecordsKeepTheirFlags) {
+  FileImage image;
+  image.records = {{eDelete | eDirty, 1, {}}, {eDirty, 2, {}}};
+  DatabaseFile file(image);
+  const auto database = file.Open();
+  database->ResetModifyFlags();
+  EXPECT_EQ(ReadAll(*database)[0].attributes, eDelete | eDirty);
+  EXPECT_EQ(ReadAll(*database)[1].attributes, 0);
+}
+
+TEST(PDBDatabasePC, ABlockMayBeEmpty) {
+  FileImage image;
+  image.records = {{0, 1, Ascii("x")}};
+  Bytes bytes = image.Build();
+  bytes[59] = std::byte{78 + 8};  // SortInfo starts where the record does
+  DatabaseFile file(bytes);
+  EXPECT_TRUE(file.Database()->OpenDatabase());
+}
+
+TEST(PDBDatabasePC, WhatCantBeDeletedStaysOpen) {
+  DatabaseFile file(ThreeRecords());
+  const auto database = file.Open();
+  file.folder.FailNth("Delete", 1);
+  EXPECT_EQ(ErrorOf([&] { database->RemoveDatabase(); }), 57);
+  EXPECT_EQ(ReadAll(*database)[2].data, Ascii("three"));
+}
+
 TEST(PDBDatabasePC, IdsThatHaveRunOutAreAnErrorAndNothingIsLost) {
   FileImage image;
   image.records = {{0, 0xFFFFFF, Ascii("last")}};
@@ -436,6 +483,7 @@ TEST(PDBDatabasePC, NamesThatAHeaderCannotHold) {
   EXPECT_EQ(database->PDBDatabaseName(), longest);
   EXPECT_EQ(ErrorOf([&] { database->SetPDBDatabaseName(longest + u"x"); }), 5);
   EXPECT_EQ(ErrorOf([&] { database->SetPDBDatabaseName(u"\u0416"); }), 5);
+  EXPECT_EQ(ErrorOf([&] { database->SetPDBDatabaseName(std::u16string(u"a\0b", 3)); }), 5);
   EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"12345"); }), 5);
   EXPECT_EQ(ErrorOf([&] { database->SetDatabaseType(u"\u0416"); }), 5);
   EXPECT_EQ(database->PDBDatabaseName(), longest);
