@@ -17,7 +17,6 @@ using testing::DatabaseFile;
 using ::testing::ElementsAre;
 using testing::ErrorOf;
 using testing::FileImage;
-using testing::FromHex;
 using ::testing::HasSubstr;
 using testing::MemoryDisk;
 using testing::Put;
