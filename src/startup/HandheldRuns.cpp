@@ -50,33 +50,34 @@ std::u16string_view LastName(std::u16string_view path) noexcept {
 
 }  // namespace
 
-HandheldRuns::HandheldRuns(Server& server, PcSide pc)
-    : utils_(pc.code_page), components_(server), program_{server, std::move(pc), components_} {}
+HandheldRuns::HandheldRuns(Server& server, PcSide pc, HandheldTarget::Link link)
+    : utils_(pc.code_page),
+      components_(server),
+      program_{server, std::move(pc), components_},
+      link_(std::move(link)) {}
 
-SyncResult HandheldRuns::Sync(const std::shared_ptr<Handheld>& handheld,
-                              const HandheldTarget::Link& link, const Conduit& wanted) {
+SyncResult HandheldRuns::Sync(const std::shared_ptr<Handheld>& handheld, const Conduit& wanted) {
   try {
     const auto turn = TakeTurn(busy_);
-    return RunOne(handheld, link, wanted);
+    return RunOne(handheld, wanted);
   } catch (const std::exception&) {
     Report(*handheld, CurrentError().description());
   }
   return SyncResult::kFailed;
 }
 
-SyncResult HandheldRuns::RunOne(const std::shared_ptr<Handheld>& handheld,
-                                const HandheldTarget::Link& link, const Conduit& wanted) {
+SyncResult HandheldRuns::RunOne(const std::shared_ptr<Handheld>& handheld, const Conduit& wanted) {
   const std::shared_ptr<cConduitList> conduits = Conduits();
   const int16_t index = Find(*conduits, wanted);
   if (index == 0) {
-    Report(*handheld, std::u16string(kNoAppIdOnHandheld) + u" " + Unknown(*conduits, wanted));
+    Report(*handheld, NoAppIdText(link_.name) + u" " + Unknown(*conduits, wanted));
     return SyncResult::kFailed;
   }
   const bool described = conduits->Failure(index).empty();
   const std::u16string name = described ? conduits->ApplicationName(index) : conduits->AppId(index);
   SyncRequest request;
   request.app_id = conduits->AppId(index);
-  request.target = std::make_unique<HandheldTarget>(program_.pc, handheld, link);
+  request.target = std::make_unique<HandheldTarget>(program_.pc, handheld, link_);
   request.attended = false;
   const SyncOutcome outcome = RunSync(program_, *conduits, std::move(request));
   switch (outcome.result()) {
@@ -147,7 +148,7 @@ int16_t HandheldRuns::Require(const cConduitList& conduits, const Conduit& wante
 }
 
 std::u16string HandheldRuns::Unknown(const cConduitList& conduits, const Conduit& wanted) const {
-  if (!wanted.creator) return u"HotSync does not say which conduit it means.";
+  if (!wanted.creator) return link_.name + u" does not say which conduit it means.";
   std::u16string text = u"No conduit is registered for the creator id '" +
                         utils_.PalmLongtoId(*wanted.creator) + u"'.";
   for (int16_t index = 1; index <= conduits.Count(); ++index) {

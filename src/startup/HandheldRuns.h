@@ -31,10 +31,9 @@ class HandheldRuns {
     std::u16string path;
   };
 
-  HandheldRuns(Server& server, PcSide pc);
+  HandheldRuns(Server& server, PcSide pc, HandheldTarget::Link link);
 
-  SyncResult Sync(const std::shared_ptr<Handheld>& handheld, const HandheldTarget::Link& link,
-                  const Conduit& wanted);
+  SyncResult Sync(const std::shared_ptr<Handheld>& handheld, const Conduit& wanted);
   // These raise AutomationError.
   void Configure(const Conduit& wanted);
   HotSyncHost::Conduit Describe(const Conduit& wanted);
@@ -49,12 +48,12 @@ class HandheldRuns {
   int16_t Find(const cConduitList& conduits, const Conduit& wanted) const;  // 0: there is none
   int16_t Require(const cConduitList& conduits, const Conduit& wanted) const;
   std::u16string Unknown(const cConduitList& conduits, const Conduit& wanted) const;
-  SyncResult RunOne(const std::shared_ptr<Handheld>& handheld, const HandheldTarget::Link& link,
-                    const Conduit& wanted);
+  SyncResult RunOne(const std::shared_ptr<Handheld>& handheld, const Conduit& wanted);
 
   PDBUtils utils_;
   ComComponentFactory components_;
   SyncProgram program_;
+  HandheldTarget::Link link_;
   std::shared_ptr<cConduitList> conduits_;
   uint64_t conduits_written_ = 0;  // their file
   bool busy_ = false;

@@ -9,7 +9,8 @@
 namespace pylon {
 
 HotSyncRuns::HotSyncRuns(Server& server, PcSide pc)
-    : code_page_(pc.code_page), runs_(server, std::move(pc)) {}
+    : code_page_(pc.code_page),
+      runs_(server, std::move(pc), {u"HotSync", SuiteLink::kClosedText}) {}
 
 bool HotSyncRuns::Sync(std::optional<int32_t> creator) {
   const std::shared_ptr<SuiteHandheld> handheld = SuiteHandheld::Connect(code_page_);
@@ -21,9 +22,7 @@ bool HotSyncRuns::Sync(std::optional<int32_t> creator) {
     return false;
   }
   if (running.creator && *running.creator != 0) creator = running.creator;
-  const SyncResult result =
-      runs_.Sync(handheld, {u"HotSync", SuiteLink::kClosedText}, {creator, running.path});
-  return result == SyncResult::kDone;
+  return runs_.Sync(handheld, {creator, running.path}) == SyncResult::kDone;
 }
 
 void HotSyncRuns::Configure(std::optional<int32_t> creator, std::u16string_view path) {

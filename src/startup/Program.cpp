@@ -234,7 +234,7 @@ int Program::Sync(const ProgramArguments& arguments) {
   cConduitList conduits(folder_, components, code_page_);
   const int16_t database_type = arguments.DatabaseType();
   if (arguments.app_id.empty()) {
-    ShowMessage(database_type == dftPalmHotSync ? kNoAppIdOnHandheld : UsageText());
+    ShowMessage(database_type == dftPalmHotSync ? NoAppIdText(u"HotSync") : UsageText());
     return kExitFailed;
   }
   SyncRequest request;

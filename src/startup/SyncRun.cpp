@@ -41,6 +41,10 @@ RunConduit FindConduit(cConduitList& conduits, const std::u16string& app_id) {
 
 }  // namespace
 
+std::u16string NoAppIdText(std::u16string_view link) {
+  return u"No Application ID found for the CreatorID supplied by " + std::u16string(link) + u".";
+}
+
 SyncOutcome RunSync(const SyncProgram& program, cConduitList& conduits, SyncRequest request) {
   frmLog log_window;
   frmStatus status;

@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <string_view>
 
 #include "automation/Server.h"
 #include "conduits/ConduitComponent.h"
@@ -25,9 +26,8 @@ struct SyncRequest {
   bool attended = true;  // see SyncSurroundings
 };
 
-// What a run without an AppId says when a handheld has asked for it.
-inline constexpr char16_t kNoAppIdOnHandheld[] =
-    u"No Application ID found for the CreatorID supplied by HotSync.";
+// Why a sync that a handheld's session has asked for, over this link, has no conduit to run.
+std::u16string NoAppIdText(std::u16string_view link);
 
 // One sync from its windows to its end: status window, log, driver. The process runs one at a time;
 // while it runs its windows pump messages. The list outlives the call. Raises the error of a window

@@ -1,7 +1,6 @@
 // A conduit component for the tests of whole runs. What it does in BeginSynchronize is named by the
 // environment variable PYLON_PROBE; what it saw goes line by line to the file PYLON_PROBE_OUT.
 
-#include <atomic>
 #include <cstdlib>
 #include <fstream>
 #include <functional>
@@ -11,6 +10,7 @@
 #include "automation/Library.h"
 #include "base/AutomationError.h"
 #include "base/Com.h"
+#include "base/Implements.h"
 #include "base/Text.h"
 #include "tests/probe/ProbeConduit.h"
 
@@ -43,57 +43,77 @@ com::Ptr<::PDBFileSystem> FileSystemOf(::_oSyncInfo* sync) {
   return files;
 }
 
-// The stream class must come from the run's own process: a direct pointer, no proxy.
-HRESULT NoteStreamIsDirect() {
+com::Ptr<::_PDBByteStream> NewStream() {
   com::Ptr<::_PDBByteStream> stream;
   com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr,
                                 CLSCTX_INPROC_SERVER | CLSCTX_LOCAL_SERVER, IID__PDBByteStream,
                                 reinterpret_cast<void**>(stream.Receive())));
-  com::Ptr<IUnknown> proxy;
-  const IID proxy_manager = {0x00000008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
-  Note(SUCCEEDED(stream->QueryInterface(proxy_manager, reinterpret_cast<void**>(proxy.Receive())))
-           ? "stream proxy"
-           : "stream direct");
-  return S_OK;
+  return stream;
 }
 
-HRESULT WriteRecords(::_oSyncInfo* sync) {
-  const auto files = FileSystemOf(sync);
-  com::Ptr<::PDBDatabase> database;
+// The database of all these tests; false when it can't be created or opened.
+bool Create(::PDBFileSystem* files, com::Ptr<::PDBDatabase>& database) {
   VARIANT_BOOL done = VARIANT_FALSE;
-  VARIANT name;
   const com::Bstr text = Text(u"Probe");
+  VARIANT name;
   V_VT(&name) = VT_BSTR;
   V_BSTR(&name) = text.get();
   com::Check(files->CreateDatabase(name, database.InOut(), &done));
-  com::Ptr<::PDBDatabase> again;
-  com::Check(files->OpenDatabase(text.get(), again.InOut(), &done));
-  Note(database.get() == again.get() ? "same database" : "another database");
+  return done != VARIANT_FALSE;
+}
+bool Open(::PDBFileSystem* files, com::Ptr<::PDBDatabase>& database) {
+  VARIANT_BOOL done = VARIANT_FALSE;
+  com::Check(files->OpenDatabase(Text(u"Probe").get(), database.InOut(), &done));
+  return done != VARIANT_FALSE;
+}
+void Close(::PDBDatabase* database) {
+  com::Check(database->CloseDatabase(), database, IID_PDBDatabase);
+}
 
-  com::Ptr<::_PDBByteStream> stream;
-  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr, CLSCTX_INPROC_SERVER,
-                                IID__PDBByteStream, reinterpret_cast<void**>(stream.Receive())));
+// The stream class must come from the run's own process: a direct pointer, no proxy.
+void NoteStreamIsDirect() {
+  com::Ptr<IUnknown> proxy;
+  const IID proxy_manager = {0x00000008, 0, 0, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
+  Note(SUCCEEDED(
+           NewStream()->QueryInterface(proxy_manager, reinterpret_cast<void**>(proxy.Receive())))
+           ? "stream proxy"
+           : "stream direct");
+}
+
+long PutRecord(::PDBDatabase* database, long index, com::Ptr<::_PDBByteStream> stream,
+               short category = 0) {
+  long id = 0;
+  ::eRecordAttribute attributes = ::eDirty;
+  com::Check(database->Update(index, &id, &category, &attributes, stream.InOut()));
+  return id;
+}
+void PutText(::PDBDatabase* database, long index, const std::u16string& text) {
+  com::Ptr<::_PDBByteStream> stream = NewStream();
+  long offset = 0;
+  com::Check(stream->StringToByte(com::Bstr(text).get(), &offset));
+  PutRecord(database, index, std::move(stream));
+}
+
+void WriteRecord(::_oSyncInfo* sync, bool close) {
+  const auto files = FileSystemOf(sync);
+  com::Ptr<::PDBDatabase> database, again;
+  Create(files.get(), database);
+  Open(files.get(), again);
+  Note(database.get() == again.get() ? "same database" : "another database");
+  com::Ptr<::_PDBByteStream> stream = NewStream();
   long offset = 0;
   com::Check(stream->LongToByte(0x01020304, &offset, VARIANT_TRUE));
-  long id = 0;
-  short category = 2;
-  ::eRecordAttribute attributes = ::eDirty;
-  com::Check(database->Update(0, &id, &category, &attributes, stream.InOut()));
-  Note("record id " + std::to_string(id));
-  if (Setting("PYLON_PROBE") == "records") com::Check(database->CloseDatabase());
-  return S_OK;
+  Note("record id " + std::to_string(PutRecord(database.get(), 0, std::move(stream), 2)));
+  if (close) Close(database.get());
 }
 
 // Adds 1 to the number that the last run left in the index of a database of the file system, and in
 // that of one of the component's own making.
 void CountInIndexes(::_oSyncInfo* sync) {
   com::Ptr<::PDBDatabase> database;
+  Create(FileSystemOf(sync).get(), database);
   VARIANT_BOOL done = VARIANT_FALSE;
-  VARIANT name;
-  const com::Bstr text = Text(u"Probe");
-  V_VT(&name) = VT_BSTR;
-  V_BSTR(&name) = text.get();
-  com::Check(FileSystemOf(sync)->CreateDatabase(name, database.InOut(), &done));
+  const com::Bstr key = Text(u"Probe");
   com::Ptr<::_PDBDatabasePC> own;
   com::Check(::CoCreateInstance(CLSID_PDBDatabasePC, nullptr, CLSCTX_INPROC_SERVER,
                                 IID__PDBDatabasePC, reinterpret_cast<void**>(own.Receive())));
@@ -103,41 +123,19 @@ void CountInIndexes(::_oSyncInfo* sync) {
     com::Ptr<::_CSyncIndex> index;
     com::Check(each->get_SyncIndex(index.Receive()));
     long count = 0;
-    com::Check(index->get_UniqueId(text.get(), &count));
-    com::Check(index->put_UniqueId(text.get(), count + 1));
+    com::Check(index->get_UniqueId(key.get(), &count));
+    com::Check(index->put_UniqueId(key.get(), count + 1));
     Note("index " + std::to_string(count));
     com::Check(each->CloseDatabase());
   }
 }
 
-com::Ptr<::_PDBByteStream> NewStream() {
-  com::Ptr<::_PDBByteStream> stream;
-  com::Check(::CoCreateInstance(CLSID_PDBByteStream, nullptr, CLSCTX_INPROC_SERVER,
-                                IID__PDBByteStream, reinterpret_cast<void**>(stream.Receive())));
-  return stream;
-}
-
-void PutRecord(::PDBDatabase* database, long index, const std::u16string& text) {
-  com::Ptr<::_PDBByteStream> stream = NewStream();
-  long offset = 0;
-  com::Check(stream->StringToByte(com::Bstr(text).get(), &offset));
-  long id = 0;
-  short category = 0;
-  ::eRecordAttribute attributes = ::eDirty;
-  com::Check(database->Update(index, &id, &category, &attributes, stream.InOut()));
-}
-
 // Makes a database of so many records of 100 bytes.
 void Fill(::_oSyncInfo* sync, int records) {
   com::Ptr<::PDBDatabase> database;
-  VARIANT_BOOL done = VARIANT_FALSE;
-  const com::Bstr name = Text(u"Probe");
-  VARIANT argument;
-  V_VT(&argument) = VT_BSTR;
-  V_BSTR(&argument) = name.get();
-  com::Check(FileSystemOf(sync)->CreateDatabase(argument, database.InOut(), &done));
-  for (int i = 0; i < records; ++i) PutRecord(database.get(), 0, std::u16string(99, u'r'));
-  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+  Create(FileSystemOf(sync).get(), database);
+  for (int i = 0; i < records; ++i) PutText(database.get(), 0, std::u16string(99, u'r'));
+  Close(database.get());
 }
 
 // Opens the database, changes its first record or looks at each, and closes it. A component that
@@ -146,29 +144,25 @@ HRESULT Visit(::_oSyncInfo* sync, const std::string& what) {
   const bool change = what.starts_with("change");
   const bool minds = what != "read, not minding";
   com::Ptr<::PDBDatabase> database;
-  VARIANT_BOOL done = VARIANT_FALSE;
-  const com::Bstr name = Text(u"Probe");
-  com::Check(FileSystemOf(sync)->OpenDatabase(name.get(), database.InOut(), &done));
-  if (!done) {
+  if (!Open(FileSystemOf(sync).get(), database)) {
     Note("not opened");
     return minds ? Fail(static_cast<HRESULT>(0x800A0035), L"Probe", L"No database") : S_OK;
   }
   long count = 0;
   com::Check(database->get_RecordCount(&count));
   if (change) {
-    PutRecord(database.get(), 1, u"changed");
+    PutText(database.get(), 1, u"changed");
   } else {
     for (long i = 1; i <= count; ++i) {
       com::Ptr<::_PDBByteStream> stream = NewStream();
       long id = 0;
       short category = 0;
       ::eRecordAttribute attributes = {};
+      VARIANT_BOOL done = VARIANT_FALSE;
       com::Check(database->ReadNextByIndex(i, &id, &category, &attributes, stream.InOut(), &done));
     }
   }
-  if (what != "change, unclosed") {
-    com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
-  }
+  if (what != "change, unclosed") Close(database.get());
   Note(std::string(change ? "changed" : "read") + " of " + std::to_string(count));
   return S_OK;
 }
@@ -177,17 +171,11 @@ HRESULT Visit(::_oSyncInfo* sync, const std::string& what) {
 void OpenOrCreate(::_oSyncInfo* sync) {
   const auto files = FileSystemOf(sync);
   com::Ptr<::PDBDatabase> database;
-  VARIANT_BOOL done = VARIANT_FALSE;
-  const com::Bstr name = Text(u"Probe");
-  com::Check(files->OpenDatabase(name.get(), database.InOut(), &done));
-  Note(done ? "opened" : "not opened");
-  if (done) return;
-  VARIANT argument;
-  V_VT(&argument) = VT_BSTR;
-  V_BSTR(&argument) = name.get();
-  com::Check(files->CreateDatabase(argument, database.InOut(), &done));
-  Note(done ? "created" : "not created");
-  com::Check(database->CloseDatabase(), database.get(), IID_PDBDatabase);
+  const bool opened = Open(files.get(), database);
+  Note(opened ? "opened" : "not opened");
+  if (opened) return;
+  Note(Create(files.get(), database) ? "created" : "not created");
+  Close(database.get());
 }
 
 // Works until the user cancels, or for as long as any test waits.
@@ -209,7 +197,8 @@ HRESULT WaitForCancel(::_oSyncInfo* sync) {
   return S_OK;
 }
 
-class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
+class Conduit final
+    : public com::WithoutDispatch<com::Implements<::ISyncNotify, ISupportErrorInfo>> {
  public:
   ~Conduit() {
     // A component may report as it goes.
@@ -223,36 +212,6 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     }
   }
 
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = nullptr;
-    if (id == IID_IUnknown || id == IID_IDispatch || id == IID_ISyncNotify) {
-      *object = static_cast<::ISyncNotify*>(this);
-    } else if (id == IID_ISupportErrorInfo) {
-      *object = static_cast<ISupportErrorInfo*>(this);
-    } else {
-      return E_NOINTERFACE;
-    }
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) {
-      references_ = 1;
-      delete this;
-    }
-    return left;
-  }
-  STDMETHODIMP GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
-    return E_NOTIMPL;
-  }
-  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                      UINT*) noexcept override {
-    return E_NOTIMPL;
-  }
   STDMETHODIMP InterfaceSupportsErrorInfo(REFIID id) noexcept override {
     return id == IID_ISyncNotify ? S_OK : S_FALSE;
   }
@@ -264,13 +223,13 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
     if (what == "error") return Fail(static_cast<HRESULT>(0x800A0005), L"S", L"T");
     if (what == "mismatch") return DISP_E_TYPEMISMATCH;
     if (what == "unknown-error") return Fail(static_cast<HRESULT>(0x80041234), L"Probe", L"odd");
-    if (what == "direct") return NoteStreamIsDirect();
+    if (what == "direct") NoteStreamIsDirect();
     if (what == "open or create") OpenOrCreate(sync);
     if (what.starts_with("fill ")) Fill(sync, std::stoi(what.substr(5)));
     if (what.starts_with("change") || what == "read" || what == "read, not minding") {
       return Visit(sync, what);
     }
-    if (what == "records" || what == "unclosed") return WriteRecords(sync);
+    if (what == "records" || what == "unclosed") WriteRecord(sync, what == "records");
     if (what == "late" || what == "cancel") {
       sync_ = com::Ptr<::_oSyncInfo>::Share(sync);
       if (what == "cancel") return WaitForCancel(sync);
@@ -325,56 +284,28 @@ class Conduit final : public ::ISyncNotify, public ISupportErrorInfo {
   }
 
   com::Ptr<::_oSyncInfo> sync_;
-  std::atomic<ULONG> references_{1};
 };
 
-// Any object that is no conduit.
-class Stranger final : public IUnknown {
+// Any object that is not a conduit.
+class Stranger final : public com::Implements<ISupportErrorInfo> {
  public:
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = id == IID_IUnknown ? this : nullptr;
-    if (!*object) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-
- private:
-  std::atomic<ULONG> references_{1};
+  STDMETHODIMP InterfaceSupportsErrorInfo(REFIID) noexcept override { return S_FALSE; }
 };
 
-// Lives as long as the DLL, so it counts nothing.
 template <class T>
-class Factory final : public IClassFactory {
- public:
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = id == IID_IUnknown || id == IID_IClassFactory ? this : nullptr;
-    return *object ? S_OK : E_NOINTERFACE;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return 2; }
-  STDMETHODIMP_(ULONG) Release() noexcept override { return 1; }
-  STDMETHODIMP CreateInstance(IUnknown*, REFIID id, void** object) noexcept override {
-    auto* const created = new T;
-    const HRESULT result = created->QueryInterface(id, object);
-    created->Release();
-    return result;
-  }
-  STDMETHODIMP LockServer(BOOL) noexcept override { return S_OK; }
-};
+HRESULT ClassObject(REFIID iid, void** object) {
+  const auto create = [](REFIID id, void** created) noexcept {
+    return com::Make<T>()->QueryInterface(id, created);
+  };
+  return com::MakeClassFactory(create)->QueryInterface(iid, object);
+}
 
 }  // namespace
 }  // namespace pylon
 
 extern "C" __declspec(dllexport) HRESULT STDAPICALLTYPE
     ProbeClassObject(REFCLSID id, REFIID iid, void** object) {
-  static pylon::Factory<pylon::Conduit> conduit;
-  static pylon::Factory<pylon::Stranger> stranger;
-  if (id == pylon::kProbeConduit) return conduit.QueryInterface(iid, object);
-  if (id == pylon::kProbeStranger) return stranger.QueryInterface(iid, object);
+  if (id == pylon::kProbeConduit) return pylon::ClassObject<pylon::Conduit>(iid, object);
+  if (id == pylon::kProbeStranger) return pylon::ClassObject<pylon::Stranger>(iid, object);
   return CLASS_E_CLASSNOTAVAILABLE;
 }

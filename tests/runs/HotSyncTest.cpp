@@ -8,14 +8,12 @@
 #include <fstream>
 #include <map>
 #include <set>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "tests/automation/Processes.h"
-#include "tests/probe/ProbeRegistration.h"
+#include "tests/runs/ProbeRun.h"
 #include "tests/runs/SampleRun.h"
 #include "tests/setup/SimulatedHotSync.h"
 #include "tests/support/PdbTesting.h"
@@ -31,11 +29,12 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::IsSupersetOf;
+using testing::Lines;
 using ::testing::Not;
 using testing::Process;
 using testing::Quoted;
 using ::testing::StartsWith;
-using Strings = std::vector<std::string>;
+using testing::Strings;
 
 constexpr char kMemos[] = "Memos";
 constexpr char kClosed[] = "Connection to HotSync has been closed.";
@@ -108,11 +107,8 @@ class HotSyncTest : public testing::SampleRun<kMemos> {
   const Strings& Said() const { return said_; }
   Strings SessionLog() const { return Lines(home() / "hotsync.log"); }
   Strings Notes() const { return Lines(NotesFile()); }
-  // The texts of the log's lines, without their times.
   Strings PylonLog(const char* app_id = kMemos) const {
-    Strings lines = Lines(home() / app_id / "Palm User" / (std::string(app_id) + ".log"));
-    for (std::string& line : lines) line.erase(0, line.find('\t') + 1);
-    return lines;
+    return testing::LogTexts(home() / app_id / "Palm User" / (std::string(app_id) + ".log"));
   }
   Strings Calls() const { return Lines(home() / "handheld.log"); }
   // Those that would change the handheld.
@@ -176,15 +172,6 @@ class HotSyncTest : public testing::SampleRun<kMemos> {
 
  private:
   fs::path NotesFile() const { return home() / "notes.txt"; }
-  static Strings Lines(const fs::path& path) {
-    Strings lines;
-    std::istringstream text(testing::ReadFile(path));
-    for (std::string line; std::getline(text, line);) {
-      lines.push_back(line.substr(0, line.find('\r')));
-    }
-    return lines;
-  }
-
   Strings said_;
 };
 

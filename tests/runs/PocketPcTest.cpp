@@ -8,14 +8,11 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "base/Text.h"
 #include "base/Win32.h"
-#include "tests/automation/Processes.h"
-#include "tests/probe/ProbeRegistration.h"
+#include "tests/runs/ProbeRun.h"
 
 namespace pylon {
 namespace {
@@ -27,29 +24,21 @@ using ::testing::ElementsAreArray;
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using testing::Lines;
 using ::testing::Not;
 using testing::Process;
 using testing::Quoted;
 using ::testing::StartsWith;
-using Strings = std::vector<std::string>;
+using testing::Strings;
 
+constexpr char16_t kArguments[] = u"-AppId Probe -Database 5";
 constexpr char kNotConnected[] = "ActiveSync Failed to Initialize.  Unable to connect to device.";
 constexpr char kClosed[] = "Connection to ActiveSync has been closed.";
 
-Strings Lines(const std::filesystem::path& path) {
-  Strings lines;
-  std::istringstream text(testing::ReadFile(path));
-  for (std::string line; std::getline(text, line);)
-    lines.push_back(line.substr(0, line.find('\r')));
-  return lines;
-}
-
-class PocketPcTest : public ::testing::Test {
+class PocketPcTest : public testing::ProbeRun {
  protected:
-  static void SetUpTestSuite() { testing::RegisterProbe(); }
-
   void SetUp() override {
-    std::filesystem::copy_file("Pylon.exe", home() / "Pylon.exe");
+    ProbeRun::SetUp();
     std::filesystem::copy_file("simulators/pocketpc/rapi.dll", home() / "rapi.dll");
     std::filesystem::create_directories(temp());
     ::GetEnvironmentVariableW(L"TEMP", old_temp_, MAX_PATH);
@@ -59,30 +48,21 @@ class PocketPcTest : public ::testing::Test {
   }
   void TearDown() override { ::SetEnvironmentVariableW(L"TEMP", old_temp_); }
 
-  const std::filesystem::path& home() const { return folder_.path(); }
   std::filesystem::path temp() const { return home() / "temp"; }
   std::filesystem::path DeviceFile(const std::string& name) const {
     return home() / "device" / "My Documents" / "Probe" / name;
   }
   void Configure(const std::string& keys = "", const std::string& library = "rapi.dll") {
-    std::ofstream(home() / "Pylon.ini", std::ios::binary)
-        << "[Pylon]\r\nSimulatedPocketPC=" << library
-        << "\r\n[Probe]\r\nClassID=PylonProbe.Conduit\r\n"
-        << keys;
+    WriteSettings("[Pylon]\r\nSimulatedPocketPC=" + library +
+                  "\r\n[Probe]\r\nClassID=PylonProbe.Conduit\r\n" + keys);
   }
   void SimulateWith(const std::string& settings) {
     std::ofstream(home() / "rapi.ini", std::ios::binary) << settings;
     std::filesystem::remove(home() / "rapi.log");
-    std::filesystem::remove(home() / "notes.txt");
+    std::filesystem::remove(NotesFile());
     std::filesystem::remove_all(home() / "Probe");
   }
-  Strings Notes() const { return Lines(home() / "notes.txt"); }
-  // The texts of the log's lines, without their times.
-  Strings Log(const char* device = "Pocket_PC") const {
-    Strings lines = Lines(home() / "Probe" / device / "Probe.log");
-    for (std::string& line : lines) line.erase(0, line.find('\t') + 1);
-    return lines;
-  }
+  Strings Log(const char* device = "Pocket_PC") const { return ProbeRun::Log(device); }
   // The names of the device calls of the last run, questions for errors left out.
   Strings Calls() const {
     Strings calls;
@@ -103,23 +83,13 @@ class PocketPcTest : public ::testing::Test {
     return kept;
   }
 
-  Process Start(const std::u16string& probe) {
-    return Process(
-        Quoted(home() / "Pylon.exe") + u" -AppId Probe -Database 5",
-        {{u"PYLON_PROBE", probe}, {u"PYLON_PROBE_OUT", (home() / "notes.txt").u16string()}});
-  }
-  DWORD Run(const std::u16string& probe) { return Start(probe).Wait().value_or(99); }
+  DWORD Run(const std::u16string& probe) { return ProbeRun::Run(kArguments, probe); }
   std::string RunIntoMessage(const std::u16string& probe) {
-    Process process = Start(probe);
-    const auto box = testing::WaitForMessageBox(process.id());
-    if (!box) return "(no message box)";
-    testing::PressOk(process.id());
-    EXPECT_EQ(process.Wait().value_or(99), 1U) << "a failed run, and no second box";
-    return ToUtf8(box->text);
+    return ProbeRun::RunIntoMessage(kArguments, probe);
   }
   // Runs into a window of the program that is shown, and gives it a message.
   DWORD RunAndCancel(const std::u16string& probe, const std::function<bool(HWND)>& when) {
-    Process process = Start(probe);
+    Process process = Start(kArguments, probe);
     HWND window = nullptr;
     EXPECT_TRUE(testing::WaitUntil([&] {
       window = testing::FindWindowOf(process.id(), L"Pylon.frmStatus");
@@ -130,7 +100,6 @@ class PocketPcTest : public ::testing::Test {
   }
 
  private:
-  testing::TemporaryFolder folder_;
   wchar_t old_temp_[MAX_PATH] = {};
 };
 

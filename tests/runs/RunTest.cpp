@@ -4,16 +4,12 @@
 
 #include <filesystem>
 #include <fstream>
-#include <map>
-#include <sstream>
 #include <string>
-#include <vector>
 
 #include "base/Text.h"
 #include "base/Win32.h"
 #include "files/ProgramFiles.h"
-#include "tests/automation/Processes.h"
-#include "tests/probe/ProbeRegistration.h"
+#include "tests/runs/ProbeRun.h"
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/setup/SimulatedHotSync.h"
@@ -24,6 +20,7 @@ namespace {
 
 using testing::Process;
 using testing::Quoted;
+using testing::Strings;
 
 std::u16string UserName() {
   wchar_t name[257] = {};
@@ -31,71 +28,17 @@ std::u16string UserName() {
   return ::GetUserNameW(name, &size) ? FromWide(name) : u"_unknown_";
 }
 
-class RunTest : public ::testing::Test {
+class RunTest : public testing::ProbeRun {
  protected:
-  static void SetUpTestSuite() { testing::RegisterProbe(); }
-
   void SetUp() override {
-    std::filesystem::copy_file("Pylon.exe", home() / "Pylon.exe");
+    ProbeRun::SetUp();
     WriteSettings(
         "[General]\r\n[Probe]\r\nClassID=PylonProbe.Conduit\r\n"
         "[Empty]\r\n[Gone]\r\nClassID=No.Such\r\n"
         "[Stranger]\r\nClassID=PylonProbe.Stranger\r\n");
   }
-
-  const std::filesystem::path& home() const { return folder_.path(); }
-  void WriteSettings(const std::string& text) {
-    std::ofstream(home() / "Pylon.ini", std::ios::binary) << text;
-  }
-  std::filesystem::path NotesFile() const { return home() / "notes.txt"; }
-  std::vector<std::string> Notes() const {
-    std::vector<std::string> lines;
-    std::istringstream text(testing::ReadFile(NotesFile()));
-    for (std::string line; std::getline(text, line);) {
-      lines.push_back(line.substr(0, line.find('\r')));
-    }
-    return lines;
-  }
-  // The texts of the log's lines, without their times.
-  std::vector<std::string> Log() const {
-    const std::filesystem::path user(UserName());
-    std::vector<std::string> lines;
-    std::istringstream text(testing::ReadFile(home() / "Probe" / user / "Probe.log"));
-    for (std::string line; std::getline(text, line);) {
-      const size_t tab = line.find('\t');
-      EXPECT_GT(tab, 8U) << "a time comes first";
-      lines.push_back(line.substr(tab + 1, line.find('\r') - tab - 1));
-    }
-    return lines;
-  }
-
-  Process Start(const std::u16string& arguments, const std::u16string& probe = u"ok") {
-    return Process(Quoted(home() / "Pylon.exe") + u" " + arguments,
-                   {{u"PYLON_PROBE", probe}, {u"PYLON_PROBE_OUT", NotesFile().u16string()}});
-  }
-  DWORD Run(const std::u16string& arguments, const std::u16string& probe = u"ok") {
-    return Start(arguments, probe).Wait().value_or(99);
-  }
-  // Runs into the one message box, reads and closes it.
-  std::u16string RunIntoMessage(const std::u16string& arguments,
-                                const std::u16string& probe = u"ok", DWORD exit_code = 1) {
-    Process process = Start(arguments, probe);
-    return MessageOf(process, exit_code);
-  }
-  static std::u16string MessageOf(Process& process, DWORD exit_code) {
-    const auto box = testing::WaitForMessageBox(process.id());
-    if (!box) return u"(no message box)";
-    EXPECT_EQ(box->title, u"Pylon Manager");
-    testing::PressOk(process.id());
-    EXPECT_EQ(process.Wait().value_or(99), exit_code) << "and no second box";
-    return box->text;
-  }
-
- private:
-  testing::TemporaryFolder folder_;
+  Strings Log() const { return ProbeRun::Log(UserName()); }
 };
-
-using Strings = std::vector<std::string>;
 
 TEST_F(RunTest, AGoodRunCallsTheComponentAndLogs) {
   EXPECT_EQ(Run(u"-AppId Probe -Database 4"), 0U);
@@ -104,50 +47,45 @@ TEST_F(RunTest, AGoodRunCallsTheComponentAndLogs) {
   EXPECT_EQ(Run(u"/APPID probe /database 2"), 0U);
   EXPECT_EQ(Log().size(), 4U) << "the log grows";
   EXPECT_EQ(Log()[2], "Begin Sync to create files on PC:2");
-}
-
-TEST_F(RunTest, AnEmptyDatabaseSwitchMeansFilesForWindows) {
   EXPECT_EQ(Run(u"-AppId Probe -Database"), 0U);
-  EXPECT_EQ(Log()[0], "Begin Sync to create files on PC:4");
+  EXPECT_EQ(Log()[4], "Begin Sync to create files on PC:4");
 }
 
-TEST_F(RunTest, WhatCannotRunIsToldInOneMessageBox) {
-  const std::u16string ini = (home() / "Pylon.ini").u16string();
-  const std::u16string usage =
-      u"No Application ID Supplied.\r\n"
-      u"Pylon -AppId {application id} -Database {Database type}\r\n\r\n"
-      u"AppId = The Application Id to find the settings in Pylon.ini\r\n"
-      u"Database = the type of database we create PDB files for.\r\n"
-      u"    0- Palm HotSync\r\n    1- Palm VFS\r\n    2- Pocket PC\r\n    3- Symbian\r\n"
-      u"    4- Windows PC (Default)\r\n    5- ActiveSync";
+TEST_F(RunTest, WhatCannotRunIsReportedInOneMessageBox) {
+  const std::string ini = ToUtf8((home() / "Pylon.ini").u16string());
+  const std::string usage =
+      "No Application ID Supplied.\r\n"
+      "Pylon -AppId {application id} -Database {Database type}\r\n\r\n"
+      "AppId = The Application Id to find the settings in Pylon.ini\r\n"
+      "Database = the type of database we create PDB files for.\r\n"
+      "    0- Palm HotSync\r\n    1- Palm VFS\r\n    2- Pocket PC\r\n    3- Symbian\r\n"
+      "    4- Windows PC (Default)\r\n    5- ActiveSync";
   const struct {
     const char16_t* arguments;
-    std::u16string message;
+    std::string message;
   } cases[] = {
-      {u"-Database 0", u"No Application ID found for the CreatorID supplied by HotSync."},
+      {u"-Database 0", "No Application ID found for the CreatorID supplied by HotSync."},
       {u"-Database 2", usage},
-      {u"-AppId Unknown -Database 4", u"This Application 'Unknown' is not registered with Pyln."},
-      {u"-AppId General -Database 4", u"This Application 'General' is not registered with Pyln."},
+      {u"-AppId Unknown -Database 4", "This Application 'Unknown' is not registered with Pyln."},
+      {u"-AppId General -Database 9", "This Application 'General' is not registered with Pyln."},
       {u"-AppId Empty -Database 4",
-       u"Unable to find this ActiveX ClassID to create the conduit.\r\nApplicationId: Empty\r\n"
-       u"Ini File: " +
+       "Unable to find this ActiveX ClassID to create the conduit.\r\nApplicationId: Empty\r\n"
+       "Ini File: " +
            ini},
-      {u"-AppId Gone -Database 4",
-       u"Unable to load the Active DLL/EXE.  Make sure it is install and registered correctly."
-       u"\r\nNo.Such"},
+      {u"-AppId Gone -Database 9",
+       "Unable to load the Active DLL/EXE.  Make sure it is install and registered correctly."
+       "\r\nNo.Such"},
       {u"-AppId Stranger -Database 4",
-       u"Active DLL/EXE missing ISyncNotify Implementation.\r\nPylonProbe.Stranger"},
+       "Active DLL/EXE missing ISyncNotify Implementation.\r\nPylonProbe.Stranger"},
       {u"-AppId Probe -Database 5",
-       u"ActiveSync Failed to Initialize.  Unable to connect to device."},
-      {u"-AppId Probe -Database 0", u"No HotSync session is running."},
+       "ActiveSync Failed to Initialize.  Unable to connect to device."},
+      {u"-AppId Probe -Database 0", "No HotSync session is running."},
       {u"-AppId Probe -Database 9",
-       u"There is no database type 9.\r\n" + usage.substr(usage.find(u"Database ="))},
-      {u"-AppId Probe -Database four", u"Run-time error '13':\r\n\r\nType mismatch"},
-      {u"-AppId Probe -Database +-4", u"Run-time error '13':\r\n\r\nType mismatch"},
-      {u"-AppId Probe -Database 40000", u"Run-time error '6':\r\n\r\nOverflow"},
+       "There is no database type 9.\r\n" + usage.substr(usage.find("Database ="))},
+      {u"-AppId Probe -Database four", "Run-time error '13':\r\n\r\nType mismatch"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(ToUtf8(RunIntoMessage(c.arguments)), ToUtf8(c.message)) << ToUtf8(c.arguments);
+    EXPECT_EQ(RunIntoMessage(c.arguments), c.message) << ToUtf8(c.arguments);
   }
   EXPECT_EQ(Notes(), Strings{}) << "no component was called";
 }
@@ -162,7 +100,7 @@ TEST_F(RunTest, AComponentsErrorIsTheUsersMessageAndTheLogs) {
       {u"unknown-error", "Conduit Error: -2147216844 (Probe) odd"},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(ToUtf8(RunIntoMessage(u"-AppId Probe -Database 4", c.probe)), c.message);
+    EXPECT_EQ(RunIntoMessage(u"-AppId Probe -Database 4", c.probe), c.message);
     EXPECT_EQ(Log().back(), std::string("Sync Failed: ") + c.message);
   }
   for (const std::string& note : Notes()) EXPECT_EQ(note, "BeginSynchronize");
@@ -291,7 +229,7 @@ class InstallTest : public RunTest {
   static std::u16string Registered() { return Registry::Conduit(L"My Probe"); }
 
   using Registry = testing::ActiveSyncRegistry;
-  const std::u16string no_hotsync_ = u"HotSync is not Installed.";
+  const std::string no_hotsync_ = "HotSync is not Installed.";
   Registry registry_;
   testing::SimulatedHotSync palm_;
 };
@@ -309,20 +247,20 @@ TEST_F(InstallTest, ActiveSyncStartsWhatWasInstalled) {
 
   Process connected(Registered());
   EXPECT_EQ(MessageOf(connected, 1),
-            u"ActiveSync Failed to Initialize.  Unable to connect to device.");
+            "ActiveSync Failed to Initialize.  Unable to connect to device.");
   EXPECT_EQ(Run(u"-AppId My Probe -uninstall"), 0U);
   EXPECT_EQ(Registered(), Registry::kMissing);
   EXPECT_EQ(Run(u"-AppId My Probe -uninstall"), 0U);
 }
 
 TEST_F(InstallTest, HotSyncCallsWhatWasInstalled) {
-  const std::u16string no_activesync = u"ActiveSync is not Installed.";
+  const std::string no_activesync = "ActiveSync is not Installed.";
   palm_.Install();
   WriteSettings("[My Probe]\r\nClassID=PylonProbe.Conduit\r\nPalmInstall=probe.prc\r\n");
   std::filesystem::create_directory(home() / "My Probe");
   std::ofstream(home() / "My Probe" / "probe.prc") << "application";
   EXPECT_TRUE(RunIntoMessage(u"-AppId \"My Probe\" -install")
-                  .starts_with(no_activesync + u"\r\n\r\nHotSync has no user yet"));
+                  .starts_with(no_activesync + "\r\n\r\nHotSync has no user yet"));
   palm_.AddUser(L"Mary");
   EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install", u"ok", 0), no_activesync);
   EXPECT_EQ(palm_.Conduits(),
@@ -331,29 +269,29 @@ TEST_F(InstallTest, HotSyncCallsWhatWasInstalled) {
 
   palm_.Fail("CmRemoveConduitByCreatorID=-1006");
   EXPECT_TRUE(RunIntoMessage(u"-AppId \"My Probe\" -uninstall")
-                  .starts_with(u"The conduit could not be removed from HotSync: the registry"));
+                  .starts_with("The conduit could not be removed from HotSync: the registry"));
   palm_.Fail("");
   EXPECT_EQ(Run(u"-AppId \"My Probe\" -uninstall"), 0U);
   EXPECT_EQ(palm_.Conduits(), "");
 
   palm_.AddConduit(0x50724265, u"The probe of others", u"probe.dll");
-  EXPECT_NE(RunIntoMessage(u"-AppId \"My Probe\" -install").find(u"'The probe of others'"),
-            std::u16string::npos);
+  EXPECT_NE(RunIntoMessage(u"-AppId \"My Probe\" -install").find("'The probe of others'"),
+            std::string::npos);
 }
 
-TEST_F(InstallTest, WhatFailsIsToldInOneMessageBox) {
+TEST_F(InstallTest, WhatFailsIsReportedInOneMessageBox) {
   EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
-            no_hotsync_ + u"\r\n\r\nActiveSync is not Installed.");
+            no_hotsync_ + "\r\n\r\nActiveSync is not Installed.");
   registry_.RefuseConduits();
   registry_.Install(u"C:\\gone\\CEAPPMGR.EXE");
   EXPECT_EQ(RunIntoMessage(u"-AppId \"My Probe\" -install"),
             no_hotsync_ +
-                u"\r\n\r\nUnable to Install Conduit for ActiveSync.  Verify you write permissions "
-                u"to the registery for HKEY_LOCAL_MACHINE\r\n\r\n"
-                u"Unable to install Pocket PC Application");
+                "\r\n\r\nUnable to Install Conduit for ActiveSync.  Verify you write permissions "
+                "to the registery for HKEY_LOCAL_MACHINE\r\n\r\n"
+                "Unable to install Pocket PC Application");
   EXPECT_EQ(RunIntoMessage(u"-AppId Unknown -install"),
-            u"This Application 'Unknown' is not registered with Pyln.");
-  EXPECT_TRUE(RunIntoMessage(u"-uninstall").starts_with(u"No Application ID Supplied."));
+            "This Application 'Unknown' is not registered with Pyln.");
+  EXPECT_TRUE(RunIntoMessage(u"-uninstall").starts_with("No Application ID Supplied."));
 }
 
 TEST_F(InstallTest, InstallWinsOverUninstallAndBothOverDatabase) {

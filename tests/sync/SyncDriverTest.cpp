@@ -93,7 +93,7 @@ struct Factory final : ComponentFactory {
     std::u16string GetConduitInfo(eConduitType type) override {
       return type == ctCreatorID ? u"memo" : type == ctApplicationName ? u"Memos" : u"";
     }
-    void BeginSynchronize(const std::shared_ptr<oSyncInfo>& sync) override { factory.sync(*sync); }
+    void BeginSynchronize(const std::shared_ptr<oSyncInfo>& info) override { factory.sync(*info); }
     void ConfigureConduit() override {}
     void SynchronizeClose() override { factory.close(); }
     Factory& factory;
@@ -154,14 +154,14 @@ class SyncDriverTest : public ::testing::Test {
  protected:
   SyncOutcome Run(std::unique_ptr<SyncTarget> target) {
     const PcSide pc = {u"C:\\Pylon", AnsiCodePage::Windows1252(), clock_, disk_.Factory()};
-    *log_ = LogLines();
+    log_ = std::make_shared<LogLines>();
     SyncDriver driver({pc,
                        [this](std::u16string_view name) {
                          return std::make_unique<MemoryStore>(settings_, name);
                        },
                        components_, view_, log_, std::move(target), u"nothing to sync with",
                        attended_});
-    const SyncOutcome outcome = driver.Run(conduit_);
+    SyncOutcome outcome = driver.Run(conduit_);
     EXPECT_TRUE(log_->closed);
     EXPECT_EQ(driver.SyncInfo()->FileSystem(), nullptr) << "the run let go of it";
     return outcome;
@@ -176,7 +176,7 @@ class SyncDriverTest : public ::testing::Test {
   MemoryDisk disk_;
   MemoryStore::Values settings_;
   NoView view_;
-  std::shared_ptr<LogLines> log_ = std::make_shared<LogLines>();
+  std::shared_ptr<LogLines> log_;  // of the last run
   Factory components_;
   TargetState target_;
   RunConduit conduit_ = {u"Memos", u"Test.Memos", {}, u"C:\\Pylon\\Memos", {}, {}, false, {}};
