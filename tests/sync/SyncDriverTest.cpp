@@ -31,6 +31,8 @@ using testing::MemoryDisk;
 using testing::MemoryHandheld;
 using Strings = std::vector<std::string>;
 
+using enum SyncResult;
+
 constexpr char kLost[] = "The link has gone.";
 
 struct NoView final : StatusView {
@@ -200,7 +202,7 @@ TEST_F(SyncDriverTest, KeepsTheContractWithTheComponent) {
     calls.emplace_back("release");
     EXPECT_FALSE(target_.ended) << "a component may call back while it is released";
   };
-  EXPECT_EQ(Run().result(), SyncResult::kDone);
+  EXPECT_EQ(Run().result(), kDone);
   EXPECT_THAT(calls, ElementsAre("BeginSynchronize", "SynchronizeClose", "release"));
   EXPECT_THAT(log_->lines, ElementsAre("Begin", "Sync Finished"));
   EXPECT_EQ(log_->file, "Memos of Device");
@@ -211,95 +213,41 @@ TEST_F(SyncDriverTest, KeepsTheContractWithTheComponent) {
 }
 
 TEST_F(SyncDriverTest, OutcomesMergeWhatWentWrong) {
-  const AutomationError disk_full(61, u"Memos", u"Database \"M\": disk full");
-  const Failure unsaved = {FailureKind::kUnsaved, u"Database \"M\": disk full"};
-  const Failure other = {FailureKind::kUnsaved, u"Database \"N\": disk full"};
-  const Failure stopped = {FailureKind::kCancelled, u"Database \"M\": as the user wants"};
-  const std::string conduit_error = "Conduit Error: 61 (Memos) Database \"M\": disk full";
+  enum { kRaises = 1, kCancels = 2, kLoses = 4 };
+  const AutomationError error(61, u"Memos", u"Database M: disk full");
+  const Failure m = {FailureKind::kUnsaved, u"Database M: disk full"};
+  const Failure n = {FailureKind::kUnsaved, u"Database N: disk full"};
+  const Failure link = {FailureKind::kUnsaved, u"Database M: The link has gone."};
+  const Failure stopped = {FailureKind::kCancelled, u"Database M: as the user wants"};
+  const std::string raised = "Conduit Error: 61 (Memos) Database M: disk full";
+  const std::string not_n = "\r\nDatabase N: disk full", lost = "\r\nThe link has gone.";
+  const std::string unsaved = "Sync Failed: what was changed could not be saved.";
   const struct {
     const char* name;
-    bool raises, cancels, loses;
+    int events;
     Failures unsaved;
     SyncResult result;
     std::string text;
-    const char* last_line;  // in the log
+    std::string last_line;  // in the log
   } cases[] = {
-      {"nothing", false, false, false, {}, SyncResult::kDone, "", "Sync Finished"},
-      {"cancelled too late", false, true, false, {}, SyncResult::kDone, "", "Sync Finished"},
-      {"cancelled", true, true, false, {}, SyncResult::kCancelled, conduit_error, nullptr},
-      {"raised", true, false, false, {}, SyncResult::kFailed, conduit_error, nullptr},
-      {"unsaved",
-       false,
-       false,
-       false,
-       {unsaved, other},
-       SyncResult::kFailed,
-       "Database \"M\": disk full\r\nDatabase \"N\": disk full",
-       "Sync Failed: what was changed could not be saved."},
-      {"raised and unsaved",
-       true,
-       false,
-       false,
-       {unsaved, other},
-       SyncResult::kFailed,
-       conduit_error + "\r\nDatabase \"N\": disk full",
-       nullptr},
-      {"cancelled and unsaved",
-       true,
-       true,
-       false,
-       {other},
-       SyncResult::kFailed,
-       conduit_error + "\r\nDatabase \"N\": disk full",
-       nullptr},
-      {"a copy stopped",
-       false,
-       false,
-       false,
-       {stopped},
-       SyncResult::kCancelled,
-       "",
-       "Sync Failed: what was changed could not be saved."},
-      {"a copy stopped, another unsaved",
-       false,
-       false,
-       false,
-       {stopped, other},
-       SyncResult::kFailed,
-       "Database \"N\": disk full",
-       "Sync Failed: what was changed could not be saved."},
-      {"lost unnoticed",
-       false,
-       false,
-       true,
-       {},
-       SyncResult::kFailed,
-       kLost,
-       "Sync Failed: The link has gone."},
-      {"raised and lost",
-       true,
-       false,
-       true,
-       {},
-       SyncResult::kFailed,
-       conduit_error + "\r\n" + kLost,
-       kLost},
-      {"cancelled and lost",
-       true,
-       true,
-       true,
-       {},
-       SyncResult::kFailed,
-       conduit_error + "\r\n" + kLost,
-       kLost},
-      {"unsaved because it was lost",
-       false,
-       false,
-       true,
-       {{FailureKind::kUnsaved, u"Database \"M\": The link has gone."}},
-       SyncResult::kFailed,
-       "Database \"M\": The link has gone.",
-       "Sync Failed: what was changed could not be saved."},
+      {"nothing", 0, {}, kDone, "", "Sync Finished"},
+      {"cancelled too late", kCancels, {}, kDone, "", "Sync Finished"},
+      {"cancelled", kRaises | kCancels, {}, kCancelled, raised, "Sync Failed: " + raised},
+      {"raised", kRaises, {}, kFailed, raised, "Sync Failed: " + raised},
+      {"unsaved", 0, {m, n}, kFailed, "Database M: disk full" + not_n, unsaved},
+      {"raised, unsaved", kRaises, {m, n}, kFailed, raised + not_n, "Sync Failed: " + raised},
+      {"cancelled, unsaved",
+       kRaises | kCancels,
+       {n},
+       kFailed,
+       raised + not_n,
+       "Sync Failed: " + raised},
+      {"a copy stopped", 0, {stopped}, kCancelled, "", unsaved},
+      {"one stopped, one unsaved", 0, {stopped, n}, kFailed, not_n.substr(2), unsaved},
+      {"lost unnoticed", kLoses, {}, kFailed, kLost, std::string("Sync Failed: ") + kLost},
+      {"raised, lost", kRaises | kLoses, {}, kFailed, raised + lost, kLost},
+      {"cancelled, lost", kRaises | kCancels | kLoses, {}, kFailed, raised + lost, kLost},
+      {"unsaved as it was lost", kLoses, {link}, kFailed, ToUtf8(link.text), unsaved},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
@@ -307,15 +255,15 @@ TEST_F(SyncDriverTest, OutcomesMergeWhatWentWrong) {
     target_ = TargetState();
     target_.files->unsaved = c.unsaved;
     components_.sync = [&](oSyncInfo& sync) {
-      sync.SetCancelSync(c.cancels);
-      target_.lost = c.loses;
-      if (c.raises) throw disk_full;
+      sync.SetCancelSync(c.events & kCancels);
+      target_.lost = c.events & kLoses;
+      if (c.events & kRaises) throw error;
     };
     const SyncOutcome outcome = Run();
     EXPECT_EQ(outcome.result(), c.result);
     EXPECT_EQ(ToUtf8(TextOf(outcome)), c.text);
-    EXPECT_EQ(log_->lines.back(), c.last_line ? c.last_line : "Sync Failed: " + conduit_error);
-    EXPECT_EQ(KeptTheDate(), c.result == SyncResult::kDone);
+    EXPECT_EQ(log_->lines.back(), c.last_line);
+    EXPECT_EQ(KeptTheDate(), c.result == kDone);
     EXPECT_TRUE(target_.ended);
   }
 }
@@ -326,7 +274,7 @@ TEST_F(SyncDriverTest, ACancelThatTheComponentClearsAsItGoesStillCounts) {
     components_.release = [&sync] { sync.UpdateStatusMain(u"Going"); };
     throw AutomationError(ErrorNumber::kInvalidArgument);
   };
-  EXPECT_EQ(Run().result(), SyncResult::kCancelled);
+  EXPECT_EQ(Run().result(), kCancelled);
 }
 
 TEST_F(SyncDriverTest, ALinkErrorOfTheComponentIsToldOnce) {
@@ -340,61 +288,52 @@ TEST_F(SyncDriverTest, ALinkErrorOfTheComponentIsToldOnce) {
 }
 
 TEST_F(SyncDriverTest, ARefusedRunSaysWhyWhereItIsRead) {
+  using Creation = ComponentFactory::Failure;
+  const std::string load =
+      "Unable to load the Active DLL/EXE.  Make sure it is install and registered "
+      "correctly.\r\nTest.Memos";
+  const std::string no_interface =
+      "Active DLL/EXE missing ISyncNotify Implementation.\r\nTest.Memos";
   const struct {
-    const char* name;
+    std::string text;
     std::function<void()> refuse;
-    const char* text;
-    Strings log;         // of a run that somebody watches
-    Strings unattended;  // of one that nobody does
+    Strings log;  // before a run that nobody watches writes the text there too
   } cases[] = {
-      {"not registered",
+      {"unknown",
        [&] {
          conduit_.refusal = Failure{FailureKind::kRefused, u"unknown"};
        },
-       "unknown",
-       {},
-       {"Sync Failed: unknown"}},
-      {"no component",
-       [&] { components_.failure = ComponentFactory::Failure::kNotCreated; },
-       "Unable to load the Active DLL/EXE.  Make sure it is install and registered "
-       "correctly.\r\nTest.Memos",
-       {},
-       {"Sync Failed: Unable to load the Active DLL/EXE.  Make sure it is install and registered "
-        "correctly.\r\nTest.Memos"}},
-      {"another class",
-       [&] { components_.failure = ComponentFactory::Failure::kNoInterface; },
-       "Active DLL/EXE missing ISyncNotify Implementation.\r\nTest.Memos",
-       {},
-       {"Sync Failed: Active DLL/EXE missing ISyncNotify Implementation.\r\nTest.Memos"}},
-      {"no device",
-       [&] { target_.files = nullptr; },
-       "no device",
-       {"Begin"},
-       {"Begin", "Sync Failed: no device"}},
-      {"raised",
-       [&] { components_.sync = [](oSyncInfo&) { throw AutomationError(5, u"S", u"T"); }; },
-       "Conduit Error: 5 (S) T",
-       {"Begin", "Sync Failed: Conduit Error: 5 (S) T"},
-       {"Begin", "Sync Failed: Conduit Error: 5 (S) T"}},
+       {}},
+      {load, [&] { components_.failure = Creation::kNotCreated; }, {}},
+      {no_interface, [&] { components_.failure = Creation::kNoInterface; }, {}},
+      {"no device", [&] { target_.files = nullptr; }, {"Begin"}},
   };
+  components_.sync = [](oSyncInfo&) { ADD_FAILURE() << "called"; };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
+    SCOPED_TRACE(c.text);
     conduit_.refusal.reset();
-    components_.failure = ComponentFactory::Failure::kNone;
-    components_.sync = [](oSyncInfo&) { ADD_FAILURE() << "called"; };
+    components_.failure = Creation::kNone;
     target_ = TargetState();
     c.refuse();
     for (const bool attended : {true, false}) {
       attended_ = attended;
       const SyncOutcome outcome = Run();
-      EXPECT_EQ(outcome.result(), SyncResult::kFailed);
+      EXPECT_EQ(outcome.result(), kFailed);
       EXPECT_EQ(ToUtf8(TextOf(outcome)), c.text);
-      EXPECT_EQ(log_->lines, attended ? c.log : c.unattended);
+      Strings log = c.log;
+      if (!attended) log.push_back("Sync Failed: " + c.text);
+      EXPECT_EQ(log_->lines, log);
       EXPECT_TRUE(target_.ended);
     }
   }
-  EXPECT_FALSE(KeptTheDate());
   EXPECT_EQ(ToUtf8(TextOf(Run(nullptr))), "nothing to sync with");
+}
+
+TEST_F(SyncDriverTest, AnUnwatchedRunLogsAnErrorOfTheComponentOnce) {
+  attended_ = false;
+  components_.sync = [](oSyncInfo&) { throw AutomationError(5, u"S", u"T"); };
+  Run();
+  EXPECT_THAT(log_->lines, ElementsAre("Begin", "Sync Failed: Conduit Error: 5 (S) T"));
 }
 
 // The real class for handhelds, with one in memory.
