@@ -33,7 +33,7 @@ class Handheld : public testing::SampleDatabase {
   explicit Handheld(const fs::path& path) : SampleDatabase(path) {
     if (!fs::exists(path)) return;
     PDBByteStream block(Page());
-    database_.ReadAppInfoBlock(block);
+    block.Fill(database_.ReadAppInfoBlock());
     EXPECT_TRUE(definition_->IsAppforgeData(block));
     record.SetAppforgeDefinition(definition_);
   }
@@ -41,7 +41,7 @@ class Handheld : public testing::SampleDatabase {
   PDBAppforgeDefinition& definition() { return *definition_; }
   void Create() {
     EXPECT_TRUE(database_.CreateDatabase());
-    database_.WriteAppInfoBlock(definition_->AppInfoBlock());
+    database_.WriteAppInfoBlock(definition_->AppInfoBlock().BlockBytes());
     record.SetAppforgeDefinition(definition_);
   }
 
@@ -55,18 +55,21 @@ class Handheld : public testing::SampleDatabase {
     return false;
   }
   void Read(int32_t at) {
-    int16_t category = 0;
+    const std::optional<Record> read = database_.ByIndex(at);
+    ASSERT_TRUE(read);
+    id = read->id;
+    attributes = read->attributes;
     PDBByteStream stream(Page());
     stream.SetUTF8Strings(false);
-    EXPECT_TRUE(database_.ReadNextByIndex(at, id, category, attributes, stream));
-    size = stream.RecordBytes().size();
+    stream.Fill(read->data);
+    size = read->data.bytes().size();
     if (!(attributes & eDelete)) record.Decode(stream);
   }
   void Write(int32_t at) {
     PDBByteStream stream(Page());
     stream.SetUTF8Strings(false);
     record.Encode(stream);
-    database_.Update(at, id, 0, attributes, stream);
+    id = database_.Update(at, id, 0, attributes, stream.RecordBytes());
   }
   void Change(const std::string& key, const std::function<void(PDBAppforgeRecord&)>& change) {
     EXPECT_TRUE(Find(key)) << key;
@@ -85,7 +88,7 @@ class Handheld : public testing::SampleDatabase {
     PDBByteStream stream(Page());
     stream.Resize(length + 1);
     id = 0;
-    database_.Update(0, id, 0, eDirty, stream);
+    id = database_.Update(0, id, 0, eDirty, stream.RecordBytes());
   }
   void Delete(const std::string& key, int32_t with = 0) {
     EXPECT_TRUE(Find(key)) << key;

@@ -47,10 +47,11 @@ class Handheld : public testing::SampleDatabase {
     if (!fs::exists(path)) return;
     for (int32_t index = 1; index <= database_.RecordCount(); ++index) {
       Memo& memo = memos.emplace_back();
-      PDBByteStream stream(Page());
-      EXPECT_TRUE(
-          database_.ReadNextByIndex(index, memo.id, memo.category, memo.attributes, stream));
-      const ByteSpan bytes = stream.RecordBytes();
+      const std::optional<Record> read = database_.ByIndex(index);
+      EXPECT_TRUE(read);
+      if (!read) continue;
+      memo = {read->id, read->category, read->attributes, {}};
+      const ByteSpan bytes = read->data;
       memo.text.assign(reinterpret_cast<const char*>(bytes.data()), bytes.size());
       memo.text.resize(std::min(memo.text.find('\0'), memo.text.size()));
     }
@@ -61,8 +62,8 @@ class Handheld : public testing::SampleDatabase {
     PDBByteStream stream(Page());
     int32_t offset = 0;
     for (const char c : memo.text + '\0') stream.SetByte(static_cast<uint8_t>(c), offset);
-    database_.Update(static_cast<int32_t>(index) + 1, memo.id, memo.category, memo.attributes,
-                     stream);
+    memo.id = database_.Update(static_cast<int32_t>(index) + 1, memo.id, memo.category,
+                               memo.attributes, stream.RecordBytes());
     memos.resize(std::max(memos.size(), index + 1));
     memos[index] = std::move(memo);
   }
