@@ -317,10 +317,8 @@ TEST_P(CursorFileTest, LinesAreReadWhateverEndsThem) {
   for (const auto& test : kCases) {
     for (const bool unicode : {false, true}) {
       if (!unicode && !AnsiCodePage::Windows1252().Holds(test.text)) continue;
-      const Bytes ansi = AnsiCodePage::Windows1252().Encode(test.text);
-      place_->Write(u"t",
-                    unicode ? Utf16File(test.text)
-                            : std::string(reinterpret_cast<const char*>(ansi.data()), ansi.size()));
+      place_->Write(u"t", unicode ? Utf16File(test.text)
+                                  : TextOf(AnsiCodePage::Windows1252().Encode(test.text)));
       ASSERT_TRUE(file_->OpenFile(u"t", u"R", {}));
       std::vector<std::u16string> lines;
       for (std::u16string line; lines.size() < 10 && file_->InputLine(line);) lines.push_back(line);

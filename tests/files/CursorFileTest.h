@@ -26,7 +26,7 @@ inline std::string ReadBytes(IPCFile& file, int32_t offset, int32_t count) {
   Bytes bytes = ToBytes("left over");
   const int32_t read = file.ReadByteArray(bytes, offset, count, {});
   EXPECT_EQ(static_cast<size_t>(read), bytes.size());
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+  return TextOf(bytes);
 }
 inline int32_t WriteBytes(IPCFile& file, std::string_view text, int32_t offset) {
   return file.WriteByteArray(ToBytes(text), offset, {});

@@ -5,26 +5,21 @@
 namespace pylon {
 namespace {
 
-const std::u16string kNul(u"a\0b", 3);
+using namespace std::literals;
 
 TEST(IniText, TellsWhatALineCannotHold) {
   for (const auto* text : {u"Memos", u"a b", u"\u65E5", u"a[b", u";a"}) {
     EXPECT_TRUE(IsIniSection(text));
   }
-  for (const std::u16string& text :
-       {std::u16string(), std::u16string(u"a]b"), std::u16string(u"a\nb"), std::u16string(u"a\rb"),
-        std::u16string(u" a"), std::u16string(u"a\t"), kNul}) {
+  for (const auto text : {u""sv, u"a]b"sv, u"a\nb"sv, u"a\rb"sv, u" a"sv, u"a\t"sv, u"a\0b"sv}) {
     EXPECT_FALSE(IsIniSection(text));
   }
   for (const auto* text : {u"PCPath", u"a b", u"a]", u"a;b"}) EXPECT_TRUE(IsIniKey(text));
-  for (const std::u16string& text :
-       {std::u16string(), std::u16string(u"a=b"), std::u16string(u"[a"), std::u16string(u";a"),
-        std::u16string(u"a\nb"), std::u16string(u"a "), kNul}) {
+  for (const auto text : {u""sv, u"a=b"sv, u"[a"sv, u";a"sv, u"a\nb"sv, u"a "sv, u"a\0b"sv}) {
     EXPECT_FALSE(IsIniKey(text));
   }
   for (const auto* text : {u"", u"a=b", u"[x]", u"; \"", u"  "}) EXPECT_TRUE(IsIniValue(text));
-  for (const std::u16string& text :
-       {std::u16string(u"a\r\nb"), std::u16string(u"\n"), std::u16string(u"a\x1A"), kNul}) {
+  for (const auto text : {u"a\r\nb"sv, u"\n"sv, u"a\x1A"sv, u"a\0b"sv}) {
     EXPECT_FALSE(IsIniValue(text));
   }
 }

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/files/CursorFileTest.h"
+#include "tests/files/TestProgress.h"
 #include "tests/support/FileText.h"
 #include "tests/support/MemoryDisk.h"
 #include "tests/support/PdbTesting.h"
@@ -14,24 +15,6 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
-
-class Progress final : public DeviceProgress {
- public:
-  void ShowFile(std::u16string_view name, int32_t size) noexcept override {
-    steps.push_back(ToUtf8(name) + " of " + std::to_string(size));
-  }
-  void Advance(int32_t offset) noexcept override {
-    steps.push_back(std::to_string(offset));
-    if (on_advance) on_advance();
-  }
-  void HideFile() noexcept override { steps.emplace_back("hidden"); }
-  bool IsStopped() const noexcept override { return stopped; }
-  void Yield() noexcept override {}
-
-  std::vector<std::string> steps;
-  std::function<void()> on_advance;
-  bool stopped = false;
-};
 
 TEST(CopyChunk, IsAFractionRoundedHalvesToEven) {
   const struct {
@@ -61,8 +44,7 @@ class cFilePPCTest : public ::testing::Test {
 
   std::string Error() { return ToUtf8(PendingError(file_)); }
   bool Rewrite(const std::u16string& name, std::string_view text) {
-    return file_.OpenFile(name, u"W", {}) && file_.WriteByteArray(ToBytes(text), 0, {}) > 0 &&
-           file_.CloseFile();
+    return file_.OpenFile(name, u"W", {}) && WriteBytes(file_, text, 0) > 0 && file_.CloseFile();
   }
   // The calls that move a file's bytes.
   std::vector<std::string> Moved() {
@@ -82,7 +64,7 @@ class cFilePPCTest : public ::testing::Test {
   static constexpr char16_t kNew[] = u"\\d\\x.new";
   MemoryDisk pc_;
   MemoryDisk device_;
-  std::shared_ptr<Progress> progress_ = std::make_shared<Progress>();
+  std::shared_ptr<TestProgress> progress_ = std::make_shared<TestProgress>();
   std::shared_ptr<CollectingLog> log_ = std::make_shared<CollectingLog>();
   FixedClock clock_;
   cFilePPC file_{std::make_unique<MemoryCursorFile>(pc_),
@@ -99,13 +81,11 @@ TEST_F(cFilePPCTest, OpeningCopiesDownInChunksAndReadingStaysOnThePc) {
   const size_t calls = device_.calls.size();
   EXPECT_EQ(file_.FileSize(), 1'001);
   EXPECT_EQ(file_.CurrentPos(), 0);
-  Bytes bytes;
-  EXPECT_EQ(file_.ReadByteArray(bytes, 0, 5'000, {}), 1'001);
-  EXPECT_EQ(bytes, ToBytes(text));
+  EXPECT_EQ(ReadBytes(file_, 0, 5'000), text);
   EXPECT_TRUE(file_.IsEOF());
   EXPECT_EQ(device_.calls.size(), calls);
 
-  EXPECT_EQ(file_.WriteByteArray(ToBytes("y"), 0, {}), 0) << "it would be lost at the close";
+  EXPECT_EQ(WriteBytes(file_, "y", 0), 0) << "it would be lost at the close";
   EXPECT_THAT(Error(), HasSubstr("modMain.WriteData():"));
   EXPECT_TRUE(file_.CloseFile());
   EXPECT_EQ(device_.Text(kName), text);
@@ -135,7 +115,7 @@ TEST_F(cFilePPCTest, ClosingCopiesUpWhatWasChangedAndItsLength) {
     device_.files[kName].created = {1999, 1, 2, 3, 4, 5};
     ASSERT_TRUE(file_.OpenFile({}, test.mode, {}));
     if (!test.write.empty()) {
-      EXPECT_EQ(file_.WriteByteArray(ToBytes(test.write), test.offset, {}),
+      EXPECT_EQ(WriteBytes(file_, test.write, test.offset),
                 static_cast<int32_t>(test.write.size()));
     }
     EXPECT_TRUE(file_.CloseFile());
@@ -184,7 +164,7 @@ TEST_F(cFilePPCTest, WhatDoesNotReachTheDeviceIsKeptOnThePc) {
     device_.Put(kName, "old");
     log_->lines.clear();
     ASSERT_TRUE(file_.OpenFile(kNew, u"W", {}));
-    ASSERT_EQ(file_.WriteByteArray(ToBytes(text), 0, {}), 2'000);
+    ASSERT_EQ(WriteBytes(file_, text, 0), 2'000);
     test.fault(device_);
     EXPECT_FALSE(file_.CloseFile() && file_.ReplaceFile(u"x"));
     EXPECT_FALSE(file_.IsOpen());
@@ -201,7 +181,7 @@ TEST_F(cFilePPCTest, ACopyThatIsNotWholeNeitherGoesUpNorIsKept) {
   device_.Put(kNew, "old");
   ASSERT_TRUE(file_.OpenFile(kNew, u"W", {}));
   pc_.room = 5;
-  EXPECT_LT(file_.WriteByteArray(ToBytes("0123456789"), 0, {}), 10);
+  EXPECT_LT(WriteBytes(file_, "0123456789", 0), 10);
   EXPECT_FALSE(file_.CloseFile());
   EXPECT_THAT(Error(), HasSubstr("error 112"));
   EXPECT_THAT(log_->lines, ElementsAre(HasSubstr("could not be kept")));
@@ -243,7 +223,7 @@ TEST_F(cFilePPCTest, WhatCannotBeOpenedOnTheDeviceIsKeptAside) {
     const std::string reason = Error();
     test.fault();
     if (file_.OpenAside()) {
-      file_.WriteByteArray(ToBytes("0123456789"), 0, {});
+      WriteBytes(file_, "0123456789", 0);
       EXPECT_FALSE(file_.CloseFile());
     }
     EXPECT_EQ(Error(), reason) << "what went wrong at first";
@@ -280,10 +260,7 @@ TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
     test.fault();
     EXPECT_FALSE(file.OpenFile(kName, test.mode, {}));
     EXPECT_FALSE(file.IsOpen());
-    std::u16string message;
-    int32_t number = 0;
-    EXPECT_TRUE(file.ReadErrorHandler(message, number));
-    EXPECT_THAT(ToUtf8(message), HasSubstr(test.reason));
+    EXPECT_THAT(ToUtf8(PendingError(file)), HasSubstr(test.reason));
     EXPECT_EQ(file.LastFailedOpen(), test.failed_open);
     EXPECT_EQ(device_.Text(kName), text);
     EXPECT_FALSE(device_.open.contains(kName));
@@ -296,7 +273,7 @@ TEST_F(cFilePPCTest, AFailedOpenLeavesTheDeviceAsItWas) {
 
 TEST_F(cFilePPCTest, CancelEndsACopyUpThatItMeetsAndNoLaterSave) {
   const std::string text(2'000, 'n');
-  progress_->on_advance = [&] { progress_->stopped = true; };
+  progress_->on_yield = [&] { progress_->stopped = true; };
   EXPECT_TRUE(Rewrite(kNew, "short")) << "all of it was sent by then";
   progress_->stopped = false;
   EXPECT_FALSE(Rewrite(kNew, text));
@@ -304,7 +281,7 @@ TEST_F(cFilePPCTest, CancelEndsACopyUpThatItMeetsAndNoLaterSave) {
   EXPECT_FALSE(file_.OpenFile(kNew, u"W", {})) << "the end of the run tries again";
   EXPECT_THAT(Error(), HasSubstr("cancelled"));
   progress_->stopped = false;
-  progress_->on_advance = nullptr;
+  progress_->on_yield = nullptr;
   EXPECT_TRUE(Rewrite(kNew, text)) << "a new phase";
   EXPECT_EQ(device_.Text(kNew), text);
 
@@ -312,24 +289,24 @@ TEST_F(cFilePPCTest, CancelEndsACopyUpThatItMeetsAndNoLaterSave) {
                  std::make_unique<MemoryCursorFile>(device_), progress_, log_, clock_);
   progress_->stopped = true;
   ASSERT_TRUE(other.OpenFile(kName, u"W", {}));
-  other.WriteByteArray(ToBytes(text), 0, {});
+  WriteBytes(other, text, 0);
   EXPECT_TRUE(other.CloseFile()) << "what a component saves after Cancel";
 }
 
 TEST_F(cFilePPCTest, WhoComesInDuringACopyIsTurnedAway) {
   device_.Put(kName, std::string(2'000, 'x'));
   int entered = 0;
-  progress_->on_advance = [&] {
+  progress_->on_yield = [&] {
     ++entered;
     EXPECT_FALSE(file_.OpenFile(kNew, u"W", {}));
     EXPECT_THAT(Error(), HasSubstr("being copied"));
     EXPECT_FALSE(file_.CloseFile());
     EXPECT_FALSE(file_.DeleteFile());
     EXPECT_FALSE(file_.ReplaceFile(u"y"));
-    EXPECT_EQ(file_.WriteByteArray(ToBytes("z"), 0, {}), 0);
+    EXPECT_EQ(WriteBytes(file_, "z", 0), 0);
   };
   ASSERT_TRUE(file_.OpenFile(kName, u"RW", {}));
-  ASSERT_EQ(file_.WriteByteArray(ToBytes("y"), 1'999, {}), 1);
+  ASSERT_EQ(WriteBytes(file_, "y", 1'999), 1);
   EXPECT_TRUE(file_.CloseFile());
   EXPECT_EQ(entered, 4);
   EXPECT_EQ(device_.Text(kName), std::string(1'999, 'x') + "y");
@@ -347,7 +324,7 @@ TEST_F(cFilePPCTest, WholeFilesAreTheDevices) {
   EXPECT_EQ(device_.Text(u"\\e\\y"), "abc");
   EXPECT_EQ(file_.FullFileName(), u"\\e\\y");
   ASSERT_TRUE(file_.OpenFile({}, u"RW", {}));
-  file_.WriteByteArray(ToBytes("changed"), 0, {});
+  WriteBytes(file_, "changed", 0);
   EXPECT_TRUE(file_.DeleteFile());
   EXPECT_FALSE(file_.FileExists());
   EXPECT_FALSE(file_.DeleteFile());

@@ -65,6 +65,16 @@ class FileSystemPalm : public ::testing::Test {
     EXPECT_TRUE(files_->OpenDatabase(name, database));
     return database;
   }
+  std::shared_ptr<PDBDatabase> Create(std::u16string_view name = u"Stock") {
+    std::shared_ptr<PDBDatabase> database;
+    EXPECT_TRUE(files_->CreateDatabase(name, database));
+    return database;
+  }
+  // The next call of this name fails.
+  void Fail(std::string_view call, int32_t number) {
+    handheld_->fault = call;
+    handheld_->fault_number = number;
+  }
 
   std::shared_ptr<MemoryHandheld> handheld_ = std::make_shared<MemoryHandheld>();
   MemoryDisk disk_;
@@ -194,52 +204,34 @@ TEST_F(FileSystemPalm, AnswersAsThePcDoes) {
       for (PDBDatabase* const d : {databases[0].get(), databases[1].get()}) {
         Reader r;
         const auto run = [&] {
-          switch (op) {
-            case 0:
-            case 1:
-              return r.Next(*d);
-            case 2:
-              return r.NextModified(*d);
-            case 3:
-              return r.ByIndex(*d, index);
-            case 4:
-              return r.ById(*d, id);
-            case 5:
-              if (index == 0) {  // forgets what was read
-                d->CloseDatabase();
-                EXPECT_TRUE(d->OpenDatabase());
-              }
-              d->SetIterationIndex(index);
-              return true;
-            case 6:
-              d->Remove(id);
-              return true;
-            case 7:
-            case 8:
-              r.id = Put(*d, 0, {0, 0, attributes, Ascii("a" + std::to_string(step))});
-              return true;
-            case 9:
-              if (!r.ByIndex(*d, index)) return false;
-              Put(*d, index, {r.id, 0, attributes, Ascii("b" + std::to_string(step))});
-              return true;
-            case 10:
-              if (attributes == 0) d->RemoveWithDeleteFlag();
-              return true;
-            default:
-              if (attributes != 0) return true;
-              if (pick(9) == 0) d->RemoveAll();
-              d->RemoveWithDeleteFlag();
-              d->ResetModifyFlags();
-              return true;
+          if (op <= 1) return r.Next(*d);
+          if (op == 2) return r.NextModified(*d);
+          if (op == 3) return r.ByIndex(*d, index);
+          if (op == 4) return r.ById(*d, id);
+          if (op == 5) {
+            if (index == 0) {  // forgets what was read
+              d->CloseDatabase();
+              EXPECT_TRUE(d->OpenDatabase());
+            }
+            d->SetIterationIndex(index);
+          } else if (op == 6) {
+            d->Remove(id);
+          } else if (op <= 8) {
+            r.id = Put(*d, 0, {0, 0, attributes, Ascii("a" + std::to_string(step))});
+          } else if (op == 9) {
+            if (!r.ByIndex(*d, index)) return false;
+            Put(*d, index, {r.id, 0, attributes, Ascii("b" + std::to_string(step))});
+          } else if (attributes == 0) {
+            if (op == 11 && pick(9) == 0) d->RemoveAll();
+            d->RemoveWithDeleteFlag();
+            if (op == 11) d->ResetModifyFlags();
           }
+          return true;
         };
         const bool on_handheld = d == databases[0].get();
         std::string& answer = answers[on_handheld ? 0 : 1];
         const std::mt19937 before = random;
-        if (on_handheld && faults && !handheld_->calls.empty()) {
-          handheld_->fault = handheld_->calls.back();
-          handheld_->fault_number = 70;
-        }
+        if (on_handheld && faults && !handheld_->calls.empty()) Fail(handheld_->calls.back(), 70);
         int32_t error = ErrorOf([&] { answer = run() ? "yes " : "no "; });
         if (error == 70) {
           random = before;
@@ -256,16 +248,6 @@ TEST_F(FileSystemPalm, AnswersAsThePcDoes) {
     }
     EXPECT_EQ(ReadAll(*databases[0]), ReadAll(*databases[1]));
   }
-}
-
-TEST_F(FileSystemPalm, DeletedRecordsAreFoundBehindThoseThatWereRead) {
-  Fill(u"Stock", 4, eDelete | eDirty);
-  const std::shared_ptr<PDBDatabase> database = Open();
-  Reader r;
-  EXPECT_TRUE(r.Next(*database));
-  database->Remove(r.id);
-  database->RemoveWithDeleteFlag();
-  EXPECT_EQ(database->RecordCount(), 0);
 }
 
 TEST_F(FileSystemPalm, BusyRecordsAndReadOnlyDatabasesAreRefused) {
@@ -294,52 +276,52 @@ TEST_F(FileSystemPalm, BusyRecordsAndReadOnlyDatabasesAreRefused) {
 TEST_F(FileSystemPalm, ALostLinkIsAnErrorOfEveryCallAndNeverTheEndOfTheRecords) {
   using Call = std::function<void()>;
   std::shared_ptr<PDBDatabase> database;
+  const Call nothing = [] {};
+  const Call open = [&] { database = Open(); };
+  const Call create = [&] { files_->CreateDatabase(u"Stock", database); };
+  const Call create_new = [&] { files_->CreateDatabase(u"New", database); };
+  const Call read = [&] {
+    (void)files_->OpenDatabase(u"Stock", database);
+    int left = 11;
+    while (left > 0 && database->NextModified()) --left;
+    database->SetIterationIndex(1);
+    while (left > 0 && database->Next()) --left;
+    EXPECT_EQ(left, 1);
+  };
+  const Call change = [&] {
+    Put(*database, 2, {0, 0, 0, {}});
+    Put(*database, 0, {9, 0, 0, {}});
+    database->SetIterationIndex(3);
+    database->Remove(1);
+  };
+  const Call mark = [&] {
+    database->RemoveWithDeleteFlag();
+    database->ResetModifyFlags();
+    database->RemoveAll();
+  };
+  NoUserSettings store;
+  const Call save_settings = [&] {
+    AppforgeAppSettings(std::make_shared<HandheldRun>(files_), store, AnsiCodePage::Windows1252())
+        .SaveSettings(u"Memo", u"", u"Font", u"Arial");
+  };
   const struct {
     const char* name;
-    Call before;
-    Call call;
-  } cases[] = {{"read",
-                {},
-                [&] {
-                  (void)files_->OpenDatabase(u"Stock", database);
-                  int left = 11;
-                  while (left > 0 && database->NextModified()) --left;
-                  database->SetIterationIndex(1);
-                  while (left > 0 && database->Next()) --left;
-                  EXPECT_EQ(left, 1);
-                }},
-               {"create over another", {}, [&] { files_->CreateDatabase(u"Stock", database); }},
-               {"create over an open one", [&] { database = Open(); },
-                [&] { files_->CreateDatabase(u"Stock", database); }},
-               {"another creator", [&] { files_->CreateDatabase(u"New", database); },
-                [&] { database->SetCreatorId(u"five"); }},
-               {"delete", [&] { database = Open(); }, [&] { files_->DeleteDatabase(u"Stock"); }},
-               {"replace, add, remove", [&] { database = Open(); },
-                [&] {
-                  Put(*database, 2, {0, 0, 0, {}});
-                  Put(*database, 0, {9, 0, 0, {}});
-                  database->SetIterationIndex(3);
-                  database->Remove(1);
-                }},
-               {"marks", [&] { database = Open(); },
-                [&] {
-                  database->RemoveWithDeleteFlag();
-                  database->ResetModifyFlags();
-                  database->RemoveAll();
-                }},
-               {"settings", {}, [&] {
-                  NoUserSettings store;
-                  AppforgeAppSettings(std::make_shared<HandheldRun>(files_), store,
-                                      AnsiCodePage::Windows1252())
-                      .SaveSettings(u"Memo", u"", u"Font", u"Arial");
-                }}};
+    Call before, call;
+  } cases[] = {{"read", nothing, read},
+               {"create over another", nothing, create},
+               {"create over an open one", open, create},
+               {"another creator", create_new, [&] { database->SetCreatorId(u"five"); }},
+               {"delete", open, [&] { files_->DeleteDatabase(u"Stock"); }},
+               {"replace, add, remove", open, change},
+               {"marks", open, mark},
+               {"settings", nothing, save_settings}};
   for (const auto& c : cases) {
     int32_t error = 57;
     for (int calls = 0; error != 0; ++calls) {
       SCOPED_TRACE(std::string(c.name) + " " + std::to_string(calls));
       Begin();
       Fill(u"Stock", 5, eDelete | eDirty).app_info = Ascii("block");
-      if (c.before) c.before();
+      c.before();
       handheld_->calls_to_live = calls;
       error = ErrorOf(c.call);
       EXPECT_EQ(error, handheld_->IsLost() ? 57 : 0);
@@ -356,8 +338,7 @@ TEST_F(FileSystemPalm, NoRecordIsSkippedAfterAFailure) {
   const std::shared_ptr<PDBDatabase> database = Open();
   Reader r;
   EXPECT_TRUE(r.NextModified(*database));
-  handheld_->fault = "Write";
-  handheld_->fault_number = 70;
+  Fail("Write", 70);
   EXPECT_EQ(ErrorOf([&] { Put(*database, 1, {1, 0, 0, {}}); }), 70);
   database->Remove(1);
   EXPECT_TRUE(r.NextModified(*database));
@@ -384,8 +365,7 @@ TEST_F(FileSystemPalm, HalfATableOfSettingsDoesNotStay) {
   AppforgeAppSettings settings(std::make_shared<HandheldRun>(files_), store,
                                AnsiCodePage::Windows1252());
   const auto save = [&] { settings.SaveSettings(u"Memo", u"", u"Font", u"Arial"); };
-  handheld_->fault = "WriteAppInfoBlock";
-  handheld_->fault_number = 7;
+  Fail("WriteAppInfoBlock", 7);
   EXPECT_EQ(ErrorOf(save), 7);
   EXPECT_THAT(handheld_->databases, IsEmpty());
   save();
@@ -441,8 +421,7 @@ TEST_F(FileSystemPalm, CreatingLosesNothingThatCouldNotBeRead) {
 }
 
 TEST_F(FileSystemPalm, TheCreatorCanChangeUntilSomethingIsWritten) {
-  std::shared_ptr<PDBDatabase> database;
-  ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
+  const std::shared_ptr<PDBDatabase> database = Create();
   EXPECT_EQ(database->CreatorId(), u"memo");
   database->SetCreatorId(u"memo");
   EXPECT_EQ(handheld_->TakeCalls("CreateDatabase"), 1);
@@ -466,10 +445,8 @@ TEST_F(FileSystemPalm, ACreatorThatIsRefusedLeavesTheOldOne) {
   for (const char* const fault : {"DeleteDatabase", "CreateDatabase"}) {
     SCOPED_TRACE(fault);
     Begin();
-    std::shared_ptr<PDBDatabase> database;
-    ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
-    handheld_->fault = fault;
-    handheld_->fault_number = 70;
+    const std::shared_ptr<PDBDatabase> database = Create();
+    Fail(fault, 70);
     EXPECT_EQ(ErrorOf([&] { database->SetCreatorId(u"Inv1"); }), 70);
     EXPECT_EQ(database->CreatorId(), u"memo");
     EXPECT_EQ(handheld_->databases[u"Stock"].creator, u"memo");
@@ -480,8 +457,7 @@ TEST_F(FileSystemPalm, ACreatorThatIsRefusedLeavesTheOldOne) {
 }
 
 TEST_F(FileSystemPalm, RecordsAndBlocksHaveALimit) {
-  std::shared_ptr<PDBDatabase> database;
-  ASSERT_TRUE(files_->CreateDatabase(u"Stock", database));
+  const std::shared_ptr<PDBDatabase> database = Create();
   const Bytes most(PDBDatabasePalm::kMaxChunk), more(PDBDatabasePalm::kMaxChunk + 1);
   Put(*database, 0, {0, 0, 0, most});
   database->WriteAppInfoBlock(most);
