@@ -4,35 +4,17 @@
 
 #include <filesystem>
 #include <fstream>
-#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/Text.h"
-#include "files/DeviceProgress.h"
 #include "files/RapiConnection.h"
 #include "tests/files/TempFolder.h"
+#include "tests/files/TestProgress.h"
 
 namespace pylon::testing {
-
-// Shows nothing; stops when it is told to.
-class SilentProgress final : public DeviceProgress {
- public:
-  void ShowFile(std::u16string_view, int32_t) noexcept override {}
-  void Advance(int32_t) noexcept override { Yield(); }
-  void HideFile() noexcept override {}
-  bool IsStopped() const noexcept override { return yields >= yields_to_stop; }
-  void Yield() noexcept override {
-    ++yields;
-    if (on_yield) on_yield();
-  }
-
-  int yields = 0;
-  int yields_to_stop = 1'000'000;
-  std::function<void()> on_yield;
-};
 
 // The simulated device of the build tree, in a folder of the test's own: "device" in it is the
 // device's root.
@@ -101,7 +83,7 @@ class SimulatedDevice {
   }
 
   std::shared_ptr<RapiConnection> connection = std::make_shared<RapiConnection>();
-  SilentProgress progress;
+  TestProgress progress;
   std::u16string cause;
 
  private:

@@ -11,6 +11,7 @@
 namespace pylon {
 namespace {
 
+using namespace std::literals;
 using pylon::testing::Holder;
 using pylon::testing::PendingError;
 using pylon::testing::TempFolder;
@@ -36,8 +37,7 @@ TEST_F(cFileIOIniTest, ReadsEveryKindOfFile) {
     if (c != u'\r') bare += c;
   }
   const auto ansi = [](const std::u16string& lines) {
-    const Bytes bytes = AnsiCodePage::Windows1252().Encode(lines);
-    return std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
+    return testing::TextOf(AnsiCodePage::Windows1252().Encode(lines));
   };
   for (const std::string& bytes : {ansi(text), ansi(bare), Utf16File(text), Utf16File(bare)}) {
     file_.DeleteFile();
@@ -69,14 +69,11 @@ TEST_F(cFileIOIniTest, ReadsEveryKindOfFile) {
 }
 
 TEST_F(cFileIOIniTest, WhatIsWrittenReadsBack) {
-  const std::u16string values[] = {u"plain",        u"",
-                                   u"\"quoted\"",   u"'quoted'",
-                                   u"\"",           u"\"\"",
-                                   u"\"a'",         u"a=b;c]",
-                                   u"[x]",          u"C:\\My Files\\x",
-                                   u"\u65E5\u672C", std::u16string(20'000, u'v'),
-                                   u"\u00FC\u20AC"};
-  for (const std::u16string& value : values) {
+  const std::u16string longest(20'000, u'v');
+  for (const std::u16string_view value :
+       {u"plain"sv, u""sv, u"\"quoted\""sv, u"'quoted'"sv, u"\""sv, u"\"\""sv, u"\"a'"sv,
+        u"a=b;c]"sv, u"[x]"sv, u"C:\\My Files\\x"sv, u"\u65E5\u672C"sv, u"\u00FC\u20AC"sv,
+        std::u16string_view(longest)}) {
     for (const bool fresh : {true, false}) {
       if (fresh) ::DeleteFileW(Wide(folder_.File(u"a.ini")));
       EXPECT_TRUE(file_.WriteIni(u"S", u"k", value)) << ToUtf8(value);
@@ -125,15 +122,10 @@ TEST_F(cFileIOIniTest, KeysAndSectionsAreDeletedAndOthersNeverDamaged) {
 
 TEST_F(cFileIOIniTest, AHeldFileIsWaitedForBriefly) {
   folder_.Write(u"a.ini", "[S]\r\nk=v\r\n");
-  {
+  for (const bool reads : {true, false}) {
     Holder holder(folder_.File(u"a.ini"));
     holder.ReleaseIn(100);
-    EXPECT_EQ(Read(u"k"), u"v");
-  }
-  {
-    Holder holder(folder_.File(u"a.ini"));
-    holder.ReleaseIn(100);
-    EXPECT_TRUE(file_.WriteIni(u"S", u"l", u"w"));
+    EXPECT_TRUE(reads ? Read(u"k") == u"v" : file_.WriteIni(u"S", u"l", u"w"));
   }
   EXPECT_EQ(Read(u"l"), u"w");
   {
@@ -151,15 +143,13 @@ TEST_F(cFileIOIniTest, AHeldFileIsWaitedForBriefly) {
 }
 
 TEST_F(cFileIOIniTest, FilesThatCannotBeWrittenSaySo) {
-  file_.SetFullFileName(folder_.File(u"no such folder\\a.ini"));
-  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"v"));
-  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
-  EXPECT_EQ(Read(u"k"), u"none");
   ::CreateDirectoryW(Wide(folder_.File(u"a.ini")), nullptr);
-  file_.SetFullFileName(folder_.File(u"a.ini"));
-  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"v"));
-  EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
-  EXPECT_EQ(Read(u"k"), u"none");
+  for (const auto* name : {u"no such folder\\a.ini", u"a.ini"}) {
+    file_.SetFullFileName(folder_.File(name));
+    EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"v"));
+    EXPECT_FALSE(file_.WriteIni(u"S", u"k", u"\u65E5"));
+    EXPECT_EQ(Read(u"k"), u"none");
+  }
   EXPECT_EQ(folder_.List(), u"a.ini ") << "no temporary file is left";
 }
 

@@ -130,9 +130,7 @@ TEST_F(cFileRAPITest, AReplacementThatIsCutLosesNoFile) {
     device_.Reconnect("");
     const auto next = NewFile();
     ASSERT_TRUE(next->OpenFile(u"\\x", u"R", {}));
-    Bytes bytes;
-    next->ReadByteArray(bytes, 0, 10, {});
-    EXPECT_EQ(bytes, ToBytes(test.found));
+    EXPECT_EQ(ReadBytes(*next, 0, 10), test.found);
     EXPECT_EQ(device_.Exists(u"\\x.new"), !test.done) << "nothing was lost either";
     next->CloseFile();
     // What the cut has left behind neither comes in the way of the next one nor comes back.
@@ -326,7 +324,7 @@ TEST(RapiConnection, ALibraryThatIsNoneIsTheCause) {
       {u"C:\\windows\\system32\\version.dll", "lacks the function CeRapiInitEx"},
       {u"", "system32\\rapi.dll"},  // no ActiveSync where tests run
   };
-  SilentProgress progress;
+  TestProgress progress;
   for (const auto& test : kCases) {
     RapiConnection connection;
     std::u16string cause;
