@@ -69,6 +69,14 @@ Outcome Call(IDispatch* object, const char16_t* member, std::vector<VARIANT> arg
   return outcome;
 }
 
+// What a call that must succeed returns.
+com::Variant Do(IDispatch* object, const char16_t* member, std::vector<VARIANT> arguments = {},
+                WORD flags = DISPATCH_METHOD | DISPATCH_PROPERTYGET) {
+  Outcome outcome = Call(object, member, std::move(arguments), flags);
+  com::Check(outcome.result);
+  return std::move(outcome.value);
+}
+
 class ObjectTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() { ASSERT_HRESULT_SUCCEEDED(::OleInitialize(nullptr)); }
@@ -157,15 +165,61 @@ TEST_F(ObjectTest, PlainValuesAndTypedReferencesAreTaken) {
   EXPECT_EQ(narrow, 1);
 }
 
-TEST_F(ObjectTest, ATypedArrayGoesByReference) {
+TEST_F(ObjectTest, MoneyAndWideNumbersConvert) {
+  const auto stream = NewStream();
+  VARIANT money;
+  V_VT(&money) = VT_CY;
+  V_CY(&money).int64 = 1'234'567;
+  DECIMAL wide = {};
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"CurrencyToByte", {money, Typed(VT_DECIMAL, &wide)}).result);
+  EXPECT_EQ(wide.Lo64, 8U);
+  com::Variant read;
+  ASSERT_HRESULT_SUCCEEDED(
+      Call(stream.get(), u"ByteToCurrency", {ByReference(read), Plain(0)}).result);
+  ASSERT_EQ(V_VT(read.get()), VT_CY);
+  EXPECT_EQ(V_CY(read.get()).int64, 1'234'567);
+}
+
+TEST_F(ObjectTest, ADoubleReadLeavesTheCallersByteOrderInvertedWhenTheStreamSwaps) {
+  const auto stream = NewStream();
+  stream->put_GlobalByteSwap(VARIANT_TRUE);
+  long offset = 0;
+  stream->DoubleToByte(1.5, &offset, VARIANT_FALSE);
+  com::Variant value;
+  com::Variant from(0);
+  VARIANT_BOOL swap = VARIANT_FALSE;
+  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"ByteToDouble",
+                                {ByReference(value), ByReference(from), Typed(VT_BOOL, &swap)})
+                               .result);
+  EXPECT_EQ(V_R8(value.get()), 1.5);
+  EXPECT_EQ(swap, VARIANT_TRUE);
+}
+
+TEST_F(ObjectTest, AnArrayIsTakenWholeWhateverItsElements) {
+  const auto stream = NewStream();
   const auto utils = com::Make<UtilsObject>(server_).As<::_PDBUtils>();
-  com::Variant array = com::FromBytes(Bytes{std::byte{0xC3}, std::byte{0xBC}});
-  const VARIANT argument = Typed(VT_ARRAY | VT_UI1, &V_ARRAY(array.get()));
-  const Outcome outcome = Call(utils.get(), u"ToUTF16", {argument});
-  ASSERT_HRESULT_SUCCEEDED(outcome.result);
-  EXPECT_EQ(V_I4(outcome.value.get()), 0xFC);
-  EXPECT_HRESULT_SUCCEEDED(
-      Call(NewStream().get(), u"ByteArray", {argument}, DISPATCH_PROPERTYPUT).result);
+  com::Variant typed = com::FromBytes(Bytes{std::byte{0xC3}, std::byte{0xBC}});
+  const VARIANT argument = Typed(VT_ARRAY | VT_UI1, &V_ARRAY(typed.get()));
+  EXPECT_EQ(V_I4(Do(utils.get(), u"ToUTF16", {argument}).get()), 0xFC);
+  Do(stream.get(), u"ByteArray", {argument}, DISPATCH_PROPERTYPUT);
+
+  SAFEARRAYBOUND bound = {3, 0};
+  com::Variant array;
+  V_VT(array.get()) = VT_ARRAY | VT_VARIANT;
+  V_ARRAY(array.get()) = ::SafeArrayCreate(VT_VARIANT, 1, &bound);
+  for (LONG i = 0; i < 3; ++i) {
+    const com::Variant element(i * 100);
+    ::SafeArrayPutElement(V_ARRAY(array.get()), &i, const_cast<VARIANT*>(element.get()));
+  }
+  Do(stream.get(), u"ByteArray", {*array.get()}, DISPATCH_PROPERTYPUT);
+  EXPECT_EQ(V_I4(Do(stream.get(), u"length").get()), 2);
+  const com::Variant read = Do(stream.get(), u"ByteArray");
+  ASSERT_EQ(V_VT(read.get()), VT_ARRAY | VT_UI1);
+  EXPECT_EQ(com::ToBytes(*read.get()).bytes, (Bytes{{}, std::byte{100}, std::byte{200}}));
+
+  const Outcome wrong = Call(stream.get(), u"ByteArray", {Plain(5)}, DISPATCH_PROPERTYPUT);
+  EXPECT_EQ(wrong.exception.scode, static_cast<HRESULT>(0x800A000D));
 }
 
 TEST_F(ObjectTest, ArgumentsMayBeNamedAndTheResultMayGoIntoOne) {
@@ -204,22 +258,6 @@ TEST_F(ObjectTest, ArgumentsMayBeNamedAndTheResultMayGoIntoOne) {
   parameters = {values, nullptr, 1, 0};
   ASSERT_HRESULT_SUCCEEDED(invoke(utils.get(), 2, value.get(), nullptr));  // LongToUnsigned
   EXPECT_EQ(V_R8(value.get()), 4294967295.0);
-}
-
-TEST_F(ObjectTest, MoneyAndWideNumbersConvert) {
-  const auto stream = NewStream();
-  VARIANT money;
-  V_VT(&money) = VT_CY;
-  V_CY(&money).int64 = 1'234'567;
-  DECIMAL wide = {};
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"CurrencyToByte", {money, Typed(VT_DECIMAL, &wide)}).result);
-  EXPECT_EQ(wide.Lo64, 8U);
-  com::Variant read;
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"ByteToCurrency", {ByReference(read), Plain(0)}).result);
-  ASSERT_EQ(V_VT(read.get()), VT_CY);
-  EXPECT_EQ(V_CY(read.get()).int64, 1'234'567);
 }
 
 TEST_F(ObjectTest, BadCallsAreRefused) {
@@ -282,55 +320,17 @@ TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
 }
 
 TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {
-  const std::pair<IID, com::Ptr<IUnknown>> objects[] = {
-      {IID__PDBByteStream, NewStream()},
-      {IID__PDBUtils, com::Make<UtilsObject>(server_).As<IUnknown>()},
-      {IID_PDBDatabase, com::Make<DatabaseObject>(server_).As<IUnknown>()},
-      {IID_PDBFileSystem, NewFileSystem()},
-      {IID__CSyncIndex, com::Make<SyncIndexObject>(server_, nullptr).As<IUnknown>()}};
+  const std::pair<IID, com::Ptr<ISupportErrorInfo>> objects[] = {
+      {IID__PDBByteStream, NewStream().As<ISupportErrorInfo>()},
+      {IID__PDBUtils, com::Make<UtilsObject>(server_).As<ISupportErrorInfo>()},
+      {IID_PDBDatabase, com::Make<DatabaseObject>(server_).As<ISupportErrorInfo>()},
+      {IID_PDBFileSystem, NewFileSystem().As<ISupportErrorInfo>()},
+      {IID__CSyncIndex, com::Make<SyncIndexObject>(server_, nullptr).As<ISupportErrorInfo>()}};
   for (const auto& [id, object] : objects) {
-    const auto support = object.As<ISupportErrorInfo>();
-    ASSERT_TRUE(support);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(id), S_OK);
-    EXPECT_EQ(support->InterfaceSupportsErrorInfo(__uuidof(NativeStream)), S_FALSE);
+    ASSERT_TRUE(object);
+    EXPECT_EQ(object->InterfaceSupportsErrorInfo(id), S_OK);
+    EXPECT_EQ(object->InterfaceSupportsErrorInfo(__uuidof(NativeStream)), S_FALSE);
   }
-}
-
-TEST_F(ObjectTest, ADoubleReadLeavesTheCallersByteOrderInvertedWhenTheStreamSwaps) {
-  const auto stream = NewStream();
-  stream->put_GlobalByteSwap(VARIANT_TRUE);
-  long offset = 0;
-  stream->DoubleToByte(1.5, &offset, VARIANT_FALSE);
-  com::Variant value;
-  com::Variant from(0);
-  VARIANT_BOOL swap = VARIANT_FALSE;
-  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"ByteToDouble",
-                                {ByReference(value), ByReference(from), Typed(VT_BOOL, &swap)})
-                               .result);
-  EXPECT_EQ(V_R8(value.get()), 1.5);
-  EXPECT_EQ(swap, VARIANT_TRUE);
-}
-
-TEST_F(ObjectTest, AByteArrayIsTakenWholeWhateverItsElements) {
-  const auto stream = NewStream();
-  SAFEARRAYBOUND bound = {3, 0};
-  com::Variant array;
-  V_VT(array.get()) = VT_ARRAY | VT_VARIANT;
-  V_ARRAY(array.get()) = ::SafeArrayCreate(VT_VARIANT, 1, &bound);
-  for (LONG i = 0; i < 3; ++i) {
-    const com::Variant element(i * 100);
-    ::SafeArrayPutElement(V_ARRAY(array.get()), &i, const_cast<VARIANT*>(element.get()));
-  }
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"ByteArray", {*array.get()}, DISPATCH_PROPERTYPUT).result);
-  EXPECT_EQ(V_I4(Call(stream.get(), u"length", {}).value.get()), 2);
-  const Outcome read = Call(stream.get(), u"ByteArray", {});
-  ASSERT_EQ(V_VT(read.value.get()), VT_ARRAY | VT_UI1);
-  EXPECT_EQ(com::ToBytes(*read.value.get()).bytes,
-            (Bytes{std::byte{0}, std::byte{100}, std::byte{200}}));
-
-  const Outcome wrong = Call(stream.get(), u"ByteArray", {Plain(5)}, DISPATCH_PROPERTYPUT);
-  EXPECT_EQ(wrong.exception.scode, static_cast<HRESULT>(0x800A000D));
 }
 
 TEST_F(ObjectTest, TheSameDatabaseIsTheSamePointer) {
@@ -349,6 +349,12 @@ TEST_F(ObjectTest, TheSameDatabaseIsTheSamePointer) {
   files->DatabaseCount(&count);
   EXPECT_EQ(count, 1);
   EXPECT_EQ(files->Database(2, second.Receive()), static_cast<HRESULT>(0x800A0009));
+  com::Variant late;
+  EXPECT_EQ(V_BOOL(Do(files.get(), u"OpenDatabase", {Plain(name), ByReference(late)}).get()),
+            VARIANT_TRUE);
+  ASSERT_EQ(V_VT(late.get()), VT_DISPATCH);
+  // A member of the class that the interface lacks.
+  EXPECT_EQ(com::Text(V_BSTR(Do(V_DISPATCH(late.get()), u"DatabaseType").get())), u"DATA");
 }
 
 TEST_F(ObjectTest, ADatabaseWhoseOpeningRaisesIsHandedOutAllTheSame) {
@@ -369,52 +375,6 @@ TEST_F(ObjectTest, ADatabaseWhoseOpeningRaisesIsHandedOutAllTheSame) {
   EXPECT_EQ(database.get(), listed.get());
 }
 
-TEST_F(ObjectTest, AScriptWritesAndReadsARecord) {
-  const auto files = NewFileSystem();
-  const com::Bstr name(u"Notes");
-  com::Variant database;
-  com::Variant result =
-      Call(files.get(), u"CreateDatabase", {Plain(name), ByReference(database)}).value;
-  ASSERT_EQ(V_VT(database.get()), VT_DISPATCH);
-  EXPECT_EQ(V_BOOL(result.get()), VARIANT_TRUE);
-  IDispatch* const notes = V_DISPATCH(database.get());
-
-  const auto stream = NewStream();
-  const com::Bstr text(u"Gr\u00FC\u00DFe");
-  Call(stream.get(), u"StringToByte", {Plain(text), Plain(0)});
-  com::Variant id(0);
-  com::Variant category(3);
-  com::Variant attributes(64);
-  com::Variant data;
-  V_VT(data.get()) = VT_DISPATCH;
-  V_DISPATCH(data.get()) = com::Ptr(stream).Detach();
-  ASSERT_HRESULT_SUCCEEDED(Call(notes, u"Update",
-                                {Plain(0), ByReference(id), ByReference(category),
-                                 ByReference(attributes), ByReference(data)})
-                               .result);
-  EXPECT_EQ(V_I4(id.get()), 1);
-
-  // Nothing in the variable for the stream: the caller gets a new one.
-  com::Variant index;
-  com::Variant read;
-  const Outcome found = Call(notes, u"ReadNext",
-                             {ByReference(index), ByReference(id), ByReference(category),
-                              ByReference(attributes), ByReference(read)});
-  ASSERT_HRESULT_SUCCEEDED(found.result);
-  EXPECT_EQ(V_BOOL(found.value.get()), VARIANT_TRUE);
-  EXPECT_EQ(V_I4(index.get()), 1);
-  EXPECT_EQ(V_I2(category.get()), 3);
-  EXPECT_EQ(V_I4(attributes.get()), 64);
-  ASSERT_EQ(V_VT(read.get()), VT_DISPATCH);
-  com::Variant copy;
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(V_DISPATCH(read.get()), u"ByteToString", {ByReference(copy), Plain(0)}).result);
-  EXPECT_EQ(com::Text(V_BSTR(copy.get())), u"Gr\u00FC\u00DFe");
-  // Members of the class that the interface lacks, and a method read as a property.
-  EXPECT_EQ(com::Text(V_BSTR(Call(notes, u"DatabaseType", {}).value.get())), u"DATA");
-  EXPECT_EQ(V_BOOL(Call(notes, u"EOF", {}, DISPATCH_PROPERTYGET).value.get()), VARIANT_TRUE);
-}
-
 TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {
   const auto database = com::Make<DatabaseObject>(server_).As<::_PDBDatabasePC>();
   ::_CSyncIndex* index = nullptr;
@@ -423,6 +383,28 @@ TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {
   EXPECT_EQ(database->get_RecordCount(&count), static_cast<HRESULT>(0x800A0005));
   EXPECT_EQ(count, 0);
   EXPECT_EQ(database->Remove(1), static_cast<HRESULT>(0x800A0005));
+}
+
+TEST(ErrorNumber, OfAnHresultIsTheOneThatBasicShows) {
+  constexpr std::pair<HRESULT, int32_t> kCases[] = {
+      {static_cast<HRESULT>(0x800A0005), 5},
+      {static_cast<HRESULT>(0x800A03E9), 1001},
+      {DISP_E_TYPEMISMATCH, 13},
+      {DISP_E_OVERFLOW, 6},
+      {DISP_E_BADINDEX, 9},
+      {E_INVALIDARG, 5},
+      {E_OUTOFMEMORY, 7},
+      {E_NOTIMPL, 445},
+      {E_NOINTERFACE, 430},
+      {DISP_E_MEMBERNOTFOUND, 438},
+      {DISP_E_PARAMNOTOPTIONAL, 449},
+      {DISP_E_BADPARAMCOUNT, 450},
+      {E_FAIL, -2147467259},
+      {static_cast<HRESULT>(0x80041234), -2147216844},
+  };
+  for (const auto& [result, number] : kCases) {
+    EXPECT_EQ(com::ErrorNumberOf(result), number) << std::hex << result;
+  }
 }
 
 }  // namespace

@@ -164,33 +164,10 @@ std::string Dump(ITypeLib* library) {
 TEST(TypeLibraryTest, IsAsItsKeptText) {
   const TypeLibrary library(u"Pylon.exe");
   const std::string dump = Dump(library.get());
-  std::istringstream kept(testing::ReadFile("gen\\TypeLibrary.txt"));
-  std::istringstream now(dump);
-  std::string kept_line;
-  std::string now_line;
-  for (bool more = true; more;) {
-    if (!std::getline(kept, kept_line)) kept_line = "(end)";
-    if (!std::getline(now, now_line)) now_line = "(end)";
-    if (kept_line.ends_with('\r')) kept_line.pop_back();
-    EXPECT_EQ(now_line, kept_line);
-    more = now_line == kept_line && now_line != "(end)";
-  }
+  std::string kept = testing::ReadFile("gen\\TypeLibrary.txt");
+  std::erase(kept, '\r');
+  EXPECT_EQ(dump, kept);
   if (HasFailure()) std::ofstream("gen\\TypeLibrary.now.txt", std::ios::binary) << dump;
-}
-
-TEST(TypeLibraryTest, ADatabaseInAFileHasTheIdsOfEveryDatabase) {
-  TypeLibrary library(u"Pylon.exe");
-  ITypeInfo* const every = library.Table(IID_PDBDatabase).type_info();
-  ITypeInfo* const in_file = library.Table(IID__PDBDatabasePC).type_info();
-  constexpr UINT kIUnknownAndIDispatch = 7;
-  for (UINT i = kIUnknownAndIDispatch;; ++i) {
-    com::FunctionDescription function(every);
-    com::FunctionDescription same(in_file);
-    if (FAILED(every->GetFuncDesc(i, function.Receive()))) break;
-    com::Check(in_file->GetFuncDesc(i, same.Receive()));
-    EXPECT_EQ(NameOf(every, function->memid), NameOf(in_file, same->memid));
-    EXPECT_EQ(function->memid, same->memid);
-  }
 }
 
 }  // namespace
