@@ -420,6 +420,32 @@ TEST_F(FileSystemPalm, CreatingLosesNothingThatCouldNotBeRead) {
   EXPECT_EQ(database->RecordCount(), 0);
 }
 
+// Marked eDelete when it was read, and not for certain any more.
+TEST_F(FileSystemPalm, WhatMayBeAliveAgainIsNotRemoved) {
+  Database& stock = Fill(u"Stock", 2, eDelete);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  EXPECT_EQ(ReadAll(*database).size(), 2U);
+  stock.records[0].attributes = 0;  // by an application
+  EXPECT_TRUE(database->ByIndex(1));
+  handheld_->fault = "Write";
+  handheld_->fault_number = 70;
+  EXPECT_EQ(ErrorOf([&] { Put(*database, 2, {0, 0, 0, {}}); }), 70);
+  database->RemoveWithDeleteFlag();
+  EXPECT_EQ(stock.records.size(), 2U);
+}
+
+TEST_F(FileSystemPalm, ARecordThatTheHandheldDoesNotGiveIsNotTheEnd) {
+  Database& stock = Fill(u"Stock", 2);
+  const std::shared_ptr<PDBDatabase> database = Open();
+  EXPECT_EQ(database->RecordCount(), 2);
+  handheld_->during_call = [&] {
+    handheld_->during_call = [&stock, records = std::exchange(stock.records, {})] {
+      stock.records = records;
+    };
+  };
+  EXPECT_EQ(ErrorOf([&] { (void)database->ByIndex(2); }), 51);
+}
+
 TEST_F(FileSystemPalm, TheCreatorCanChangeUntilSomethingIsWritten) {
   const std::shared_ptr<PDBDatabase> database = Create();
   EXPECT_EQ(database->CreatorId(), u"memo");
