@@ -6,35 +6,24 @@
 
 #include <functional>
 #include <map>
+#include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
+#include "base/Implements.h"
 #include "base/Text.h"
+#include "tests/support/Errors.h"
 
 namespace pylon {
 namespace {
 
 // An object whose members are functions by name; it counts what it is asked.
-class FakeObject final : public IDispatch {
+class FakeObject final : public com::WithoutDispatch<com::Implements<IDispatch>> {
  public:
   // Arguments in the order of the parameters, by-reference ones not yet followed.
   using Member = std::function<HRESULT(std::vector<VARIANT*> arguments, VARIANT* result)>;
 
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = nullptr;
-    if (id != IID_IUnknown && id != IID_IDispatch) return E_NOINTERFACE;
-    *object = this;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  STDMETHODIMP GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
   STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR* names, UINT, LCID, DISPID* id) noexcept override {
     ++names_asked;
     const auto found = members.find(names[0]);
@@ -63,49 +52,48 @@ class FakeObject final : public IDispatch {
   std::map<std::wstring, Member> members;
   std::vector<std::string> calls;
   int names_asked = 0;
-
- private:
-  ~FakeObject() = default;
-  ULONG references_ = 1;
 };
 
 using Fake = com::Ptr<FakeObject>;
 
+// One that can be given again and again.
+struct Value : com::Variant {
+  Value() = default;
+  Value(com::Variant value) : Variant(std::move(value)) {}
+  Value(const Value& other) : Variant() { other.CopyTo(get()); }
+  HRESULT CopyTo(VARIANT* target) const {
+    return ::VariantCopy(target, const_cast<VARIANT*>(get()));
+  }
+};
+
 FakeObject::Member Answer(HRESULT result) {
   return [result](std::vector<VARIANT*>, VARIANT*) { return result; };
 }
-FakeObject::Member Answer(std::function<com::Variant()> value) {
-  return [value](std::vector<VARIANT*>, VARIANT* result) {
-    *result = value().Detach();
-    return S_OK;
-  };
+FakeObject::Member Answer(const Value& value) {
+  return [value](std::vector<VARIANT*>, VARIANT* result) { return value.CopyTo(result); };
 }
-com::Variant ObjectValue(const Fake& object) {
-  com::Variant value;
+Value ObjectValue(const Fake& object) {
+  Value value;
   V_VT(value.get()) = VT_DISPATCH;
   V_DISPATCH(value.get()) = com::Ptr<FakeObject>::Share(object.get()).Detach();
   return value;
 }
-com::Variant Long(int32_t value) { return com::Variant(value); }
-com::Variant TextValue(std::u16string_view text) {
-  com::Variant value;
+Value Long(int32_t value) { return com::Variant(value); }
+Value TextValue(std::u16string_view text) {
+  Value value;
   V_VT(value.get()) = VT_BSTR;
   V_BSTR(value.get()) = com::Bstr(text).Detach();
   return value;
 }
-com::Variant Array(std::vector<int> values) {
-  Bytes bytes;
-  for (const int value : values) bytes.push_back(static_cast<std::byte>(value));
-  return com::FromBytes(bytes);
+Value Array(std::vector<uint8_t> values) {
+  return com::FromBytes(std::as_bytes(std::span(values)));
 }
-com::Variant Names(VARTYPE type, std::vector<const wchar_t*> names) {
-  com::Variant value;
+Value Names(VARTYPE type, std::vector<std::u16string> names) {
+  Value value;
   V_VT(value.get()) = static_cast<VARTYPE>(VT_ARRAY | type);
   V_ARRAY(value.get()) = ::SafeArrayCreateVector(type, 0, static_cast<ULONG>(names.size()));
   for (LONG i = 0; i < static_cast<LONG>(names.size()); ++i) {
-    com::Variant name;
-    V_VT(name.get()) = VT_BSTR;
-    V_BSTR(name.get()) = ::SysAllocString(names[static_cast<size_t>(i)]);
+    Value name = TextValue(names[static_cast<size_t>(i)]);
     void* const element = type == VT_BSTR ? static_cast<void*>(V_BSTR(name.get())) : name.get();
     ::SafeArrayPutElement(V_ARRAY(value.get()), &i, element);
   }
@@ -115,27 +103,21 @@ com::Variant Names(VARTYPE type, std::vector<const wchar_t*> names) {
 class SuiteHandheldTest : public ::testing::Test {
  protected:
   SuiteHandheldTest() {
-    query_->members[L"OpenRecordDatabase"] = Answer([this] { return ObjectValue(adapter_); });
-    query_->members[L"ReadDbNameList"] = Answer([] {
-      return Names(VT_BSTR, {L"Memos", L"There"});
-    });
+    query_->members[L"OpenRecordDatabase"] = Answer(ObjectValue(adapter_));
+    query_->members[L"ReadDbNameList"] = Answer(Names(VT_BSTR, {u"Memos", u"There"}));
   }
 
-  // A record that a read gives; nothing filled for a null id.
-  void Reads(const wchar_t* member, std::function<com::Variant()> id,
-             std::function<com::Variant()> data) {
+  // A record that a read gives; nothing filled without an id.
+  void Reads(const wchar_t* member, std::optional<Value> id, const Value& data) {
     adapter_->members[member] = [=](std::vector<VARIANT*> arguments, VARIANT* result) {
       const bool by_id = std::wstring_view(member) == L"ReadById";
       if (id) {
         *V_I4REF(arguments[by_id ? 1 : 0]) = 5;
-        VARIANT* const target = V_VARIANTREF(arguments[by_id ? 0 : 1]);
-        ::VariantClear(target);
-        *target = id().Detach();
+        id->CopyTo(V_VARIANTREF(arguments[by_id ? 0 : 1]));
         *V_I4REF(arguments[2]) = 0x1F;
         *V_I4REF(arguments[3]) = 0xD3;
       }
-      *result = data().Detach();
-      return S_OK;
+      return data.CopyTo(result);
     };
   }
   std::unique_ptr<HandheldDatabase> Open() { return handheld_.OpenDatabase(u"Memos"); }
@@ -168,16 +150,12 @@ TEST_F(SuiteHandheldTest, FailuresBecomeTheHandheldsErrors) {
   for (const auto& c : cases) {
     SCOPED_TRACE(c.result);
     adapter_->members[L"RemoveSet"] = Answer(c.result);
-    adapter_->members[L"RecordCount"] = Answer([] { return Long(3); });
+    adapter_->members[L"RecordCount"] = Answer(Long(3));
     SuiteHandheld handheld(query_, system_, AnsiCodePage::Windows1252());
     const auto database = handheld.OpenDatabase(u"Memos");
-    try {
-      database->RemoveAll();
-      ADD_FAILURE() << "no error";
-    } catch (const AutomationError& error) {
-      EXPECT_EQ(error.number(), c.number);
-      EXPECT_NE(std::string(error.what()).find("its words"), std::string::npos);
-    }
+    const std::string error = testing::ErrorTextOf([&] { database->RemoveAll(); });
+    EXPECT_TRUE(error.starts_with(std::to_string(c.number) + " "));
+    EXPECT_NE(error.find("its words"), std::string::npos);
     EXPECT_EQ(handheld.IsLost(), c.lost);
     if (!c.lost) {
       EXPECT_EQ(database->RecordCount(), 3);
@@ -192,11 +170,7 @@ TEST_F(SuiteHandheldTest, FailuresBecomeTheHandheldsErrors) {
 }
 
 TEST_F(SuiteHandheldTest, ARecordIsOneCallAndANameIsAskedForOnce) {
-  Reads(
-      L"ReadByIndex", [] { return Long(0x00ABCDEF); },
-      [] {
-        return Array({1, 2, 3});
-      });
+  Reads(L"ReadByIndex", Long(0x00ABCDEF), Array({1, 2, 3}));
   const auto database = Open();
   for (int i = 1; i <= 1000; ++i) {
     const auto record = database->ReadByIndex(i);
@@ -215,46 +189,26 @@ TEST_F(SuiteHandheldTest, ARecordIsOneCallAndANameIsAskedForOnce) {
 TEST_F(SuiteHandheldTest, AUniqueIdGoesBackInTheFormInWhichItCame) {
   const struct {
     const char* name;
-    std::function<com::Variant()> id;
+    Value id;
     int32_t value;
-  } cases[] = {
-      {"a Long", [] { return Long(0x010203); }, 0x010203},
-      {"four bytes",
-       [] {
-         return Array({0, 1, 2, 3});
-       },
-       0x010203},
-      {"three bytes",
-       [] {
-         return Array({0xFF, 2, 3});
-       },
-       0xFF0203},
-      {"a text",
-       [] {
-         return com::Variant([] {
-           com::Variant text;
-           V_VT(text.get()) = VT_BSTR;
-           V_BSTR(text.get()) = ::SysAllocString(L"77");
-           return text;
-         }());
-       },
-       77},
-  };
+  } cases[] = {{"a Long", Long(0x010203), 0x010203},
+               {"four bytes", Array({0, 1, 2, 3}), 0x010203},
+               {"three bytes", Array({0xFF, 2, 3}), 0xFF0203},
+               {"a text", TextValue(u"77"), 77}};
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     // No read before: the form is that of any record.
-    Reads(L"ReadByIndex", c.id, [] { return Array({1}); });
-    com::Variant removed;
+    Reads(L"ReadByIndex", c.id, Array({1}));
+    Value removed;
     adapter_->members[L"Remove"] = [&](std::vector<VARIANT*> arguments, VARIANT*) {
       return ::VariantCopy(removed.get(), arguments[0]);
     };
     EXPECT_TRUE(Open()->Remove(c.value));
-    const com::Variant expected = c.id();
-    ASSERT_EQ(V_VT(removed.get()), V_VT(expected.get()));
+    ASSERT_EQ(V_VT(removed.get()), V_VT(c.id.get()));
     if (V_VT(removed.get()) & VT_ARRAY) {
-      EXPECT_EQ(com::ToBytes(*removed.get()).bytes, com::ToBytes(*expected.get()).bytes);
+      EXPECT_EQ(com::ToBytes(*removed.get()).bytes, com::ToBytes(*c.id.get()).bytes);
     } else {
-      EXPECT_EQ(::VarCmp(removed.get(), const_cast<VARIANT*>(expected.get()), 0, 0), VARCMP_EQ);
+      EXPECT_EQ(::VarCmp(removed.get(), const_cast<VARIANT*>(c.id.get()), 0, 0), VARCMP_EQ);
     }
   }
 }
@@ -262,25 +216,19 @@ TEST_F(SuiteHandheldTest, AUniqueIdGoesBackInTheFormInWhichItCame) {
 TEST_F(SuiteHandheldTest, NoDataIsTheEndOrARecordWithoutAny) {
   const struct {
     const char* name;
-    bool filled;
-    bool end;
-    bool found;
-  } cases[] = {
-      {"nothing filled", false, false, false},
-      {"stale fields at the end", true, true, false},
-      {"a deleted record", true, false, true},
-  };
+    bool filled, end, found;
+  } cases[] = {{"nothing filled", false, false, false},
+               {"stale fields at the end", true, true, false},
+               {"a deleted record", true, false, true}};
   for (const wchar_t* member : {L"ReadByIndex", L"ReadById", L"ReadNextModified"}) {
     for (const auto& c : cases) {
       SCOPED_TRACE(c.name);
-      Reads(
-          L"ReadByIndex", [] { return Long(1); }, [] { return Array({1}); });
+      Reads(L"ReadByIndex", Long(1), Array({1}));
       adapter_->members[L"IterationIndex"] = Answer(S_OK);
-      adapter_->members[L"EOF"] = Answer([&] { return Long(c.end ? -1 : 0); });
+      adapter_->members[L"EOF"] = Answer(Long(c.end ? -1 : 0));
       const auto database = Open();
       (void)database->ReadByIndex(1);  // the form of ids
-      Reads(member, c.filled ? [] { return Long(9); } : std::function<com::Variant()>(),
-            [] { return com::Variant(); });
+      Reads(member, c.filled ? std::optional(Long(9)) : std::nullopt, {});
       const std::wstring_view name(member);
       const auto record = name == L"ReadById"      ? database->ReadById(9)
                           : name == L"ReadByIndex" ? database->ReadByIndex(2)
@@ -292,10 +240,9 @@ TEST_F(SuiteHandheldTest, NoDataIsTheEndOrARecordWithoutAny) {
 }
 
 TEST_F(SuiteHandheldTest, WalkingModifiedRecordsSetsThePositionOnce) {
-  Reads(
-      L"ReadNextModified", [] { return Long(1); }, [] { return Array({1}); });
-  Reads(
-      L"ReadByIndex", [] { return Long(1); }, [] { return Array({1}); });
+  for (const auto* member : {L"ReadNextModified", L"ReadByIndex"}) {
+    Reads(member, Long(1), Array({1}));
+  }
   adapter_->members[L"IterationIndex"] = Answer(S_OK);
   const auto database = Open();
   EXPECT_EQ(database->ReadNextModified(1)->index, 6);
@@ -308,7 +255,7 @@ TEST_F(SuiteHandheldTest, WalkingModifiedRecordsSetsThePositionOnce) {
 }
 
 TEST_F(SuiteHandheldTest, ANewRecordGetsItsId) {
-  com::Variant data;
+  Value data;
   adapter_->members[L"Write"] = [&](std::vector<VARIANT*> arguments, VARIANT*) {
     VARIANT* const id = V_VARIANTREF(arguments[0]);
     EXPECT_EQ(V_VT(id), VT_EMPTY);
@@ -322,45 +269,37 @@ TEST_F(SuiteHandheldTest, ANewRecordGetsItsId) {
 }
 
 TEST_F(SuiteHandheldTest, TheListTellsWhatAFailureMeant) {
-  for (const wchar_t* member :
-       {L"OpenRecordDatabase", L"RemoveDatabase", L"CreateRecordDatabase"}) {
+  for (const auto* member : {L"OpenRecordDatabase", L"RemoveDatabase", L"CreateRecordDatabase"}) {
     query_->members[member] = Answer(static_cast<HRESULT>(0x80041234));
   }
   EXPECT_EQ(handheld_.OpenDatabase(u"Gone"), nullptr);
   EXPECT_FALSE(handheld_.DeleteDatabase(u"Gone"));
   EXPECT_THROW(handheld_.OpenDatabase(u"There"), AutomationError);
   EXPECT_THROW(handheld_.DeleteDatabase(u"There"), AutomationError);
-  const auto number_of_create = [&](const char16_t* name) {
-    try {
-      handheld_.CreateDatabase(name, u"memo", u"DATA");
-    } catch (const AutomationError& error) {
-      return error.number();
-    }
-    return 0;
+  const auto create = [&](const char16_t* name) {
+    return testing::ErrorOf([&] { handheld_.CreateDatabase(name, u"memo", u"DATA"); });
   };
-  EXPECT_EQ(number_of_create(u"There"), 58);
-  EXPECT_EQ(number_of_create(u"Gone"), 51);
+  EXPECT_EQ(create(u"There"), 58);
+  EXPECT_EQ(create(u"Gone"), 51);
 }
 
 TEST_F(SuiteHandheldTest, WhatTheSuiteTellsIsReadInAnyOfItsForms) {
-  query_->members[L"ReadDbNameList"] = Answer([] { return Names(VT_VARIANT, {L"A", L"B"}); });
+  query_->members[L"ReadDbNameList"] = Answer(Names(VT_VARIANT, {u"A", u"B"}));
   EXPECT_EQ(handheld_.DatabaseNames(), (std::vector<std::u16string>{u"A", u"B"}));
   EXPECT_TRUE(handheld_.DatabaseInfo(u"A")) << "listed, without words";
   EXPECT_FALSE(handheld_.DatabaseInfo(u"C"));
 
   const Fake info = com::Make<FakeObject>();
-  info->members[L"CreatorId"] = Answer([] { return Long(0x6D656D6F); });
-  info->members[L"CreateDate"] = Answer([] {
-    com::Variant date;
-    V_VT(date.get()) = VT_DATE;
-    V_DATE(date.get()) = 36526.5;
-    return date;
-  });
-  system_->members[L"PDHotSyncInfo"] = Answer([&] { return ObjectValue(info); });
+  info->members[L"CreatorId"] = Answer(Long(0x6D656D6F));
+  Value date;
+  V_VT(date.get()) = VT_DATE;
+  V_DATE(date.get()) = 36526.5;
+  info->members[L"CreateDate"] = Answer(date);
+  system_->members[L"PDHotSyncInfo"] = Answer(ObjectValue(info));
   SuiteHandheld handheld(query_, system_, AnsiCodePage::Windows1252());
   EXPECT_EQ(handheld.RunningConduit().creator, 0x6D656D6F);
   EXPECT_EQ(handheld.RunningConduit().path, u"") << "no word for it";
-  query_->members[L"ReadDbInfoByName"] = Answer([&] { return ObjectValue(info); });
+  query_->members[L"ReadDbInfoByName"] = Answer(ObjectValue(info));
   const auto told = SuiteHandheld(query_, system_, AnsiCodePage::Windows1252()).DatabaseInfo(u"A");
   ASSERT_TRUE(told);
   EXPECT_EQ(told->creator, u"memo");
@@ -368,8 +307,8 @@ TEST_F(SuiteHandheldTest, WhatTheSuiteTellsIsReadInAnyOfItsForms) {
   EXPECT_EQ(told->created, 36526.5);
 
   info->members.erase(L"CreatorId");
-  system_->members[L"DateTime"] = Answer([] { return Names(VT_BSTR, {}); });
-  info->members[L"PathName"] = Answer([] { return TextValue(u"C:\\User\\Memos\\"); });
+  system_->members[L"DateTime"] = Answer(Names(VT_BSTR, {}));
+  info->members[L"PathName"] = Answer(TextValue(u"C:\\User\\Memos\\"));
   const auto running = SuiteHandheld(query_, system_, AnsiCodePage::Windows1252()).RunningConduit();
   EXPECT_EQ(running.creator, std::nullopt);
   EXPECT_EQ(running.path, u"C:\\User\\Memos\\");
