@@ -13,7 +13,10 @@ bool LongWork::Run(const std::function<void()>& work) {
   with_.show(true);
   // A control that is disabled keeps the focus or loses it, as the system likes, and without one no
   // key reaches Cancel.
-  if (focus && ::IsChild(window, focus)) ::SetFocus(::GetDlgItem(window, with_.cancel));
+  const HWND left = ::GetFocus();
+  if (focus && (!left || (left == focus && !::IsWindowEnabled(focus)))) {
+    ::SetFocus(::GetDlgItem(window, with_.cancel));
+  }
   ::UpdateWindow(window);
   std::exception_ptr raised;
   try {
@@ -24,11 +27,13 @@ bool LongWork::Run(const std::function<void()>& work) {
   // A key that waited while the work took no messages was meant for it: Esc would close the window.
   Yield();
   running_ = false;
-  if (!with_.form.handle()) return false;
-  with_.show(false);
-  if (focus && ::IsWindowEnabled(focus) && ::IsChild(window, focus)) with_.form.Focus(focus);
+  const bool open = with_.form.handle() != nullptr;
+  if (open) {
+    with_.show(false);
+    if (focus && ::IsWindowEnabled(focus) && ::IsChild(window, focus)) with_.form.Focus(focus);
+  }
   if (raised) std::rethrow_exception(raised);
-  return true;
+  return open;
 }
 
 void LongWork::Cancel() noexcept {

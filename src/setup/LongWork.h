@@ -9,15 +9,16 @@
 namespace pylon {
 
 // Runs work that takes long, or that pumps messages, for a form: its windows answer meanwhile, but
-// everything except its Cancel button is disabled. One such work at a time.
+// its commands are disabled, except Cancel. Cancel gets the focus when the control that had it is
+// disabled. One such work at a time.
 //
 // The user may close the form during the work. Borrows the form.
 class LongWork {
  public:
   struct With {
     SetupForm& form;
-    int cancel;                      // the control that stays enabled and gets the focus
-    std::function<void(bool)> show;  // disables the form's other controls, and enables them again
+    int cancel;                      // the button that stays enabled
+    std::function<void(bool)> show;  // disables what starts something else, and enables it again
     std::function<bool(MSG&)> translate;  // the program's message loop; see SetupForm
   };
 
@@ -26,7 +27,7 @@ class LongWork {
   LongWork& operator=(const LongWork&) = delete;
 
   // Does nothing while other work runs. False when the form is gone afterwards. What the work
-  // raises is raised again once the form is as it was.
+  // raises is raised again, once the form is as it was or even if it is gone.
   bool Run(const std::function<void()>& work);
   bool is_running() const noexcept { return running_; }
 

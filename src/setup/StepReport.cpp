@@ -94,8 +94,8 @@ static_assert([] {
   return std::size(kTexts) == static_cast<size_t>(Notice::kFileRefused) + 1;
 }());
 
-// About the change that the remark before reports.
-bool GoesOn(Notice notice) noexcept {
+// Says more about the change that the remark before it reports.
+bool Continues(Notice notice) noexcept {
   return notice == Notice::kNotTakenBack || notice == Notice::kFormerNotRemoved ||
          notice == Notice::kHotSyncNotTold;
 }
@@ -129,9 +129,22 @@ StepReport& StepReport::Add(Remark remark) {
 }
 
 StepReport& StepReport::Add(const StepReport& other) {
-  for (const Remark& remark : other.remarks_) Add(remark);
+  bool starts = true;
+  for (size_t i = 0; i < other.remarks_.size(); ++i) {
+    starts = starts || std::ranges::binary_search(other.step_starts_, i);
+    const size_t before = remarks_.size();
+    Add(other.remarks_[i]);
+    if (remarks_.size() == before) continue;
+    if (starts) step_starts_.push_back(before);
+    starts = false;
+  }
   done_ = done_ && other.done_;
   return *this;
+}
+
+bool StepReport::StartsParagraph(size_t index) const {
+  return index == 0 || !Continues(remarks_[index].notice) ||
+         std::ranges::binary_search(step_starts_, index);
 }
 
 StepReport& StepReport::SetFailed() noexcept {
@@ -141,9 +154,9 @@ StepReport& StepReport::SetFailed() noexcept {
 
 std::u16string TextOf(const StepReport& report) {
   std::u16string text;
-  for (const Remark& remark : report.remarks()) {
-    if (!text.empty()) text += GoesOn(remark.notice) ? u" " : u"\r\n\r\n";
-    text += TextOf(remark);
+  for (size_t i = 0; i < report.remarks().size(); ++i) {
+    if (i != 0) text += report.StartsParagraph(i) ? u"\r\n\r\n" : u" ";
+    text += TextOf(report.remarks()[i]);
   }
   return text;
 }

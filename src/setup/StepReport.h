@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <exception>
 #include <string>
@@ -66,18 +67,23 @@ class StepReport {
 
   bool done() const noexcept { return done_; }
   const std::vector<Remark>& remarks() const noexcept { return remarks_; }
+  // Whether the remark at this index is a paragraph of its own, or the first of one.
+  bool StartsParagraph(size_t index) const;
 
   StepReport& Add(Remark remark);  // not twice
-  // Of another step that belongs to this one: done only when both are.
+  // Of another step that belongs to this one: done only when both are. Its remarks begin a
+  // paragraph.
   StepReport& Add(const StepReport& other);
   StepReport& SetFailed() noexcept;
 
  private:
   bool done_ = true;
   std::vector<Remark> remarks_;
+  std::vector<size_t> step_starts_;  // where the remarks of added reports begin, ascending
 };
 
-// The remarks as paragraphs; what goes on about the one before is in the same.
+// The remarks as paragraphs. One that continues the remark before it, from the same step, is in the
+// same paragraph.
 std::u16string TextOf(const StepReport& report);
 
 // Ends a step, or a question to a system, that can't be done.

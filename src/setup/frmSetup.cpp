@@ -616,8 +616,10 @@ void frmSetup::OnGuestMode() {
   const bool on = !with_.services.GuestMode();
   if (with_.services.NeedsElevation(SyncSystem::kActiveSync)) {
     Run({IDS_ELEVATING, {}}, [&] { return RunElevated(GuestModeArguments(on)); });
+  } else if (const StepReport report = with_.services.SetGuestMode(on); report.done()) {
+    SetText(kStatus, LoadText(IDS_STEP_DONE));
   } else {
-    ShowReport(with_.services.SetGuestMode(on));
+    ShowError(pylon::TextOf(report));
   }
   if (handle()) ShowPc();
 }

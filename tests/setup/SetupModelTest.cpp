@@ -259,7 +259,7 @@ TEST(SetupModel, HowASyncEnded) {
   }
 }
 
-TEST(StepReport, SaysNothingTwiceAndGoesOnInTheSameParagraph) {
+TEST(StepReport, SaysNothingTwiceAndContinuesOnlyItsOwnStep) {
   StepReport report;
   EXPECT_EQ(TextOf(report), u"");
   report.Add({Notice::kNoHotSync, {}}).Add({Notice::kNoHotSync, {}});
@@ -272,6 +272,13 @@ TEST(StepReport, SaysNothingTwiceAndGoesOnInTheSameParagraph) {
             u"HotSync's, 'Mail %1'. Pylon's conduit can be installed when that one is removed. "
             u"HotSync could not be told of the change. If it is running, exit and start it again. "
             u"Why.");
+
+  const StepReport not_told = StepReport().Add({Notice::kHotSyncNotTold, {u"Why."}});
+  const StepReport steps = StepReport::Failed(Notice::kNotOutOfActiveSync).Add(not_told);
+  EXPECT_TRUE(TextOf(steps).ends_with(u"administrator.\r\n\r\n" + TextOf(not_told)));
+  // Once more inside another report.
+  EXPECT_EQ(TextOf(StepReport::Failed(Notice::kNoUsers).Add(steps)),
+            TextOf(Remark{Notice::kNoUsers, {}}) + u"\r\n\r\n" + TextOf(steps));
 }
 
 TEST(SetupServices, SystemsAreNamedInAnyCase) {
