@@ -205,10 +205,11 @@ TEST(PDBDatabasePC, GivenIdsRaiseTheSeed) {
 
 TEST(PDBDatabasePC, IdsOfEmptyRecordsDontCountAndAreNotGivenAgain) {
   FileImage image;
-  image.records = {{0, 6, Ascii("x")}, {0, 7, {}}, {0, 50, {}}};
+  image.records = {{0, 6, Ascii("x")}, {0, 7, {}}, {0, 50, {}}, {0, 0, {}}};
   DatabaseFile file(image);
   const auto database = file.Open();
   EXPECT_EQ(Put(*database, 0, {0, 0, 0, Ascii("n")}), 8);
+  EXPECT_EQ(ReadAll(*database)[3].id, 0);
 }
 
 TEST(PDBDatabasePC, ForAnotherPlatformRecordsGetTheirIdsAtTheEnd) {
