@@ -23,8 +23,8 @@ bool IsProgramSection(std::u16string_view name);  // in any case
 inline constexpr SettingsKey kClassId = {u"ClassID", "the component's class name, library.class",
                                          "the conduit can't run"};
 inline constexpr SettingsKey kPcPath = {
-    u"PCPath", "folder of the PC-side files",
-    "the component's own; without that a folder beside the program, named like the application id"};
+    u"PCPath", "folder of the PC-side files, unless the component names one",
+    "a folder beside the program, named like the application id"};
 inline constexpr SettingsKey kCePath = {u"CePath", "folder on a Pocket PC",
                                         "`\\My Documents\\` and the application id"};
 inline constexpr SettingsKey kPpcInstall = {u"PPCInstall",

@@ -33,7 +33,9 @@ inline constexpr uint32_t kNegativeSeek = 131;
 inline constexpr uint32_t kBusy = 170;
 inline constexpr uint32_t kAlreadyExists = 183;
 inline constexpr uint32_t kFileTooLarge = 223;
-inline constexpr uint32_t kCancelled = 1223;
+// The user has stopped the copy. Bit 29 keeps it apart from every number of the system's, whose own
+// ERROR_CANCELLED says nothing about our Cancel.
+inline constexpr uint32_t kCancelled = 0x2000'0001;
 }  // namespace file_error
 
 enum class FileAccess { kRead, kWrite, kReadWrite };

@@ -11,8 +11,6 @@
 namespace pylon {
 namespace {
 
-constexpr int32_t kInternalError = 51;
-constexpr int32_t kNameTaken = 58;
 constexpr int32_t kBusy = 0x20;        // attribute of a record that an application has in hand
 constexpr size_t kMaxNameLength = 31;  // a handheld's 32 bytes end in a zero
 constexpr std::u16string_view kType = u"DATA";
@@ -124,7 +122,7 @@ Date PDBDatabasePalm::ModifyDateTime() const {
 
 void PDBDatabasePalm::TakeLink(const std::shared_ptr<Handheld>& handheld,
                                std::unique_ptr<HandheldDatabase> link) {
-  if (!link) throw Error(kInternalError, u"it can't be opened");
+  if (!link) throw Error(ErrorNumber::kInternal, u"it can't be opened");
   if (!handheld_) throw Error(ErrorNumber::kInvalidArgument, u"the session has ended meanwhile");
   HandheldDatabase* const database = link.release();
   link_ = Link(database, [handheld](HandheldDatabase* closed) { delete closed; });
@@ -186,7 +184,7 @@ bool PDBDatabasePalm::CreateDatabase() {
       link = handheld->CreateDatabase(name_, creator_, kType);
       is_new = true;
     } catch (const AutomationError& error) {
-      if (error.number() != kNameTaken) throw;
+      if (!error.Is(ErrorNumber::kFileExists)) throw;
     }
     if (!is_new) {
       if (unreadable_) {
@@ -333,7 +331,7 @@ std::optional<Record> PDBDatabasePalm::ReadAt(HandheldDatabase& link, int32_t in
   } else {
     ForgetRecords();
     if (index <= Count(link)) {
-      throw Error(kInternalError, u"record " + ToText(index) + u" can't be read");
+      throw Error(ErrorNumber::kInternal, u"record " + ToText(index) + u" can't be read");
     }
   }
   return record;
@@ -349,7 +347,7 @@ std::optional<Record> PDBDatabasePalm::ReadNextModified(HandheldDatabase& link, 
   if (count_ && from > *count_) return std::nullopt;
   std::optional<Record> record = link.ReadNextModified(from);
   if (record && record->index < from) {
-    throw Error(kInternalError, u"its modified records come in no order");
+    throw Error(ErrorNumber::kInternal, u"its modified records come in no order");
   }
   if (record) Learn(*record);
   Cover(from, record ? record->index + 1 : kAll);
@@ -433,7 +431,8 @@ int32_t PDBDatabasePalm::Update(int32_t index, int32_t unique_id, int16_t catego
   if (!is_new) {
     id = IdAt(*link, index, unique_id);
     // Written under none, it would come a second time.
-    if (id == 0) throw Error(kInternalError, u"record " + ToText(index) + u" has no unique id");
+    if (id == 0)
+      throw Error(ErrorNumber::kInternal, u"record " + ToText(index) + u" has no unique id");
     // Should this fail, it is not known whether it is alive again.
     deleted_.erase(id);
   } else if (unique_id != 0 && (KnownIndexOf(unique_id) || link->ReadById(unique_id))) {

@@ -4,10 +4,12 @@
 #include <utility>
 #include <vector>
 
+#include "base/ScopeExit.h"
 #include "base/Text.h"
 #include "files/FileNames.h"
 #include "pdb/ByteOrder.h"
 #include "pdb/DatabaseArguments.h"
+#include "pdb/DatabaseText.h"
 #include "pdb/PdbFile.h"
 #include "pdb/UniqueIds.h"
 
@@ -20,7 +22,6 @@ constexpr std::u16string_view kExtension = u".si";
 constexpr std::u16string_view kDamaged = u".damaged";
 constexpr std::u16string_view kReadStep = u"ReadSyncIndex ";
 constexpr std::u16string_view kWriteStep = u"WriteSyncIndex ";
-constexpr int32_t kInvalidKey = 1001;
 constexpr size_t kMaxKey = 32'767;  // what the 16-bit length of a CString counts to
 constexpr size_t kLongString = 255;
 
@@ -135,15 +136,15 @@ AutomationError CSyncIndex::Failure(std::u16string_view step, std::u16string_vie
 }
 
 void CSyncIndex::RequireKey(std::u16string_view key) const {
-  if (key.empty()) throw AutomationError(kInvalidKey, {}, u"Invalid key");
+  if (key.empty()) throw AutomationError(ErrorNumber::kInvalidKey, u"Invalid key");
   if (key.size() > kMaxKey) {
-    throw AutomationError(kInvalidKey, {},
-                          u"Invalid key: it has " + ToText(static_cast<int64_t>(key.size())) +
-                              u" characters; 32767 is the most");
+    throw AutomationError(ErrorNumber::kInvalidKey, u"Invalid key: it has " +
+                                                        ToText(static_cast<int64_t>(key.size())) +
+                                                        u" characters; 32767 is the most");
   }
   if (!with_.code_page.Holds(key)) {
     throw AutomationError(
-        kInvalidKey, {},
+        ErrorNumber::kInvalidKey,
         u"Invalid key: \"" + std::u16string(key) +
             u"\" has a character that is no single byte in the system's code page");
   }
@@ -186,12 +187,9 @@ void CSyncIndex::Load() {
     throw AutomationError(ErrorNumber::kInvalidArgument,
                           u"The sync index " + Path() + u" is being read");
   }
-  struct Reading {
-    State& state;
-    ~Reading() {
-      if (state == State::kReading) state = State::kUnread;
-    }
-  } reading{state_};
+  const ScopeExit unread([this] {
+    if (state_ == State::kReading) state_ = State::kUnread;
+  });
   state_ = State::kReading;
   close_wanted_ = false;
   Read();
@@ -293,7 +291,7 @@ void CSyncIndex::CloseIndex() {
 void CSyncIndex::Write() {
   if (!had_file_ && SyncIndexExists()) {
     throw Failure(kWriteStep,
-                  u"Database " + Path() + u": somebody else has written it since it was not there");
+                  DatabaseFileText(Path(), u"another process has created it meanwhile"));
   }
   file_.reset();  // which may be open
   try {
@@ -333,8 +331,10 @@ void CSyncIndex::DeleteObsolete() {
   std::u16string reason;
   int32_t number = 0;
   old->ReadErrorHandler(reason, number);
-  with_.log->UpdateLog(std::u16string(kWriteStep) + u"Database " + old->FullFileName() +
-                       u": the index under the old name can't be deleted (" + reason + u")");
+  with_.log->UpdateLog(
+      std::u16string(kWriteStep) +
+      DatabaseFileText(old->FullFileName(),
+                       u"the index under the old name can't be deleted (" + reason + u")"));
 }
 
 void CSyncIndex::Release() {

@@ -6,6 +6,9 @@
 
 namespace pylon {
 
+// Reading an index pumps messages, and a call that comes in may make the owner let go of it: every
+// member that calls it holds a reference of its own.
+
 std::shared_ptr<CSyncIndex> IndexOwner::Get(const Place& place) {
   if (!make_) throw AutomationError(ErrorNumber::kActionNotSupported);
   if (!index_) {
@@ -30,20 +33,26 @@ void IndexOwner::OnOpened(const Place& place, bool is_new) {
 
 void IndexOwner::LoadToMove(const Place& place) {
   if (!make_) return;
-  if (index_ || Get(place)->SyncIndexExists()) index_->Load();
+  const bool had_index = index_ != nullptr;
+  const std::shared_ptr<CSyncIndex> index = Get(place);
+  if (had_index || index->SyncIndexExists()) index->Load();
 }
 
 void IndexOwner::Move(const Place& place, CSyncIndex::OldFile old_file) {
-  if (index_) index_->MoveTo(place.folder, place.name, old_file);
+  if (const std::shared_ptr<CSyncIndex> index = index_) {
+    index->MoveTo(place.folder, place.name, old_file);
+  }
 }
 
 void IndexOwner::CloseIndex(const Place& place) {
+  std::shared_ptr<CSyncIndex> index;
   try {
     // The index file of a database of that name that is gone is emptied.
     if (is_new_ && make_) Get(place);
-    if (index_) index_->CloseIndex();
+    index = index_;
+    if (index) index->CloseIndex();
   } catch (const AutomationError&) {
-    if (!index_ || !index_->HasLog()) throw;
+    if (!index || !index->HasLog()) throw;
   }
 }
 

@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "base/Failure.h"
+#include "base/ScopeExit.h"
 #include "base/Text.h"
 #include "files/FileCalls.h"
 #include "files/FileNames.h"
@@ -137,12 +138,7 @@ PdbFile::Opening PdbFile::Open() {
     if (file_->FileExists()) return opening;
     return {Outcome::kMissing, u"there is no such file"};
   }
-  struct CloseUnlessOpened {
-    IPCFile* file;
-    ~CloseUnlessOpened() {
-      if (file) file->CloseFile();
-    }
-  } guard{file_.get()};
+  ScopeExit close([this] { file_->CloseFile(); });
   Found found;
   Opening opening = Read(found);
   if (opening.outcome != Outcome::kOpened) return opening;
@@ -154,7 +150,7 @@ PdbFile::Opening PdbFile::Open() {
   records_.Assign(std::move(found.records));
   body_offset_ = static_cast<uint32_t>(found.list_end);
   file_size_ = static_cast<uint32_t>(found.file_size);
-  guard.file = nullptr;
+  close.Dismiss();
   return opening;
 }
 
@@ -330,10 +326,7 @@ void PdbFile::Delete() {
   throw error;
 }
 
-bool PdbFile::Rename(std::u16string_view new_name) {
-  Detach();
-  return file_->RenameFile(new_name);
-}
+bool PdbFile::Rename(std::u16string_view new_name) { return file_->RenameFile(new_name); }
 
 PdbFile::Layout PdbFile::PlanLayout() const {
   Layout layout;

@@ -35,7 +35,6 @@ namespace {
 using Task = ProgramArguments::Task;
 
 constexpr wchar_t kTitle[] = L"Pylon Manager";
-// A key of the program's section of Pylon.ini: the rapi.dll of a simulated device.
 
 // COM for this thread, as its single-threaded apartment.
 class Apartment {

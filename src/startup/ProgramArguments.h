@@ -6,7 +6,8 @@
 
 namespace pylon {
 
-// What the command line asks the program for. README.md lists the switches.
+// The request that the command line makes. README.md lists the switches for users; the setup window
+// starts Pylon with the others.
 struct ProgramArguments {
   enum class Task {
     kRegister,

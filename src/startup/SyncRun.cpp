@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/ScopeExit.h"
 #include "conduits/IniStoreFile.h"
 #include "sync/CLog.h"
 #include "sync/SyncDriver.h"
@@ -46,6 +47,7 @@ std::u16string NoAppIdText(std::u16string_view link) {
 }
 
 SyncOutcome RunSync(const SyncProgram& program, cConduitList& conduits, SyncRequest request) {
+  RunConduit conduit = FindConduit(conduits, request.app_id);
   frmLog log_window;
   frmStatus status;
   status.Create();
@@ -55,9 +57,8 @@ SyncOutcome RunSync(const SyncProgram& program, cConduitList& conduits, SyncRequ
                      std::move(request.target), std::move(request.no_target), request.attended});
   program.server.SetRun(driver.SyncInfo(), log);
   status.on_cancel = [&driver] { driver.SyncInfo()->SetCancelSync(true); };
-  SyncOutcome outcome = driver.Run(FindConduit(conduits, request.app_id));
-  program.server.SetRun(nullptr, nullptr);
-  return outcome;
+  const ScopeExit detach([&program] { program.server.SetRun(nullptr, nullptr); });
+  return driver.Run(std::move(conduit));
 }
 
 }  // namespace pylon

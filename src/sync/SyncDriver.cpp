@@ -134,10 +134,12 @@ void SyncDriver::Finish() noexcept {
   }
   Failures unsaved;
   const bool saved = file_system_->CloseDatabases(unsaved);
-  if (!saved && unsaved.empty()) unsaved.push_back({FailureKind::kUnsaved, kNotSaved});
+  if (!saved && unsaved.empty()) {
+    unsaved.push_back({FailureKind::kUnsaved, u"What was changed could not be saved."});
+  }
   outcome_.Add(std::move(unsaved));
   // The component may not have noticed a lost link; its next sync must not start from today.
-  const bool lost = AddLostLink();
+  const bool lost = with_.target->IsLost();
   if (!saved || lost) {
     with_.log->UpdateLog(kSyncFailed +
                          (saved ? std::u16string(with_.target->LostText()) : kNotSaved));
@@ -182,18 +184,15 @@ void SyncDriver::AddComponentError(const AutomationError& error) {
   const Failure failure = ComponentFailure(error);
   with_.log->UpdateLog(kSyncFailed + TextOf(failure));
   outcome_.Add(failure);
-  if (!AddLostLink()) return;
+  if (!with_.target || !with_.target->IsLost()) return;
   const std::u16string_view lost = with_.target->LostText();
   if (failure.text.find(lost) == failure.text.npos) with_.log->UpdateLog(lost);
 }
 
-// True when the link is lost.
-bool SyncDriver::AddLostLink() {
-  if (!with_.target || !with_.target->IsLost()) return false;
-  if (!outcome_.Has(FailureKind::kLinkLost)) {
-    outcome_.Add({FailureKind::kLinkLost, std::u16string(with_.target->LostText())});
-  }
-  return true;
+// After the databases that could not be saved, whose reasons name it already.
+void SyncDriver::AddLostLink() {
+  if (!with_.target || !with_.target->IsLost() || outcome_.Has(FailureKind::kLinkLost)) return;
+  outcome_.Add({FailureKind::kLinkLost, std::u16string(with_.target->LostText())});
 }
 
 // The log of a run that nobody watches names every failure. An error of the component that came

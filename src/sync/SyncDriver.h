@@ -64,7 +64,7 @@ class SyncDriver {
   SyncTarget::Run RunOfTarget() const;
   void SetLogFile(const std::u16string& device_name);
   void AddComponentError(const AutomationError& error);
-  bool AddLostLink();
+  void AddLostLink();
   void LogRefusal();
 
   SyncSurroundings with_;

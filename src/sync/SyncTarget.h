@@ -43,7 +43,8 @@ struct RunConduit {
 //
 //   Connect ──> Open ──> the component works ──> End
 //
-// End follows a failed Open too, and comes once.
+// End comes once, also after a failed Open and for a run that was refused before Connect. A refused
+// run may Connect without an Open, for the name of its log.
 class SyncTarget {
  public:
   // What the target may use until End.
