@@ -4,7 +4,8 @@
 
 namespace pylon {
 
-// The keys of Pylon.ini. Reading them, adding a conduit and the table in README.md go by these.
+// A key of Pylon.ini. Code that reads or writes one names it by the constant below; the two arrays
+// are the rows of README.md's tables, in their order, which a test compares.
 struct SettingsKey {
   std::u16string_view name;
   // In the words and the Markdown of README.md.

@@ -77,8 +77,6 @@ bool CursorFile::ReadErrorHandler(std::u16string& ErrorMsg, int32_t& ErrorNo) {
   return error_number_ != 0;
 }
 
-// The cursor.
-
 void CursorFile::Reset() { cursor_ = 0; }
 void CursorFile::SetCursorPos(int32_t position) { cursor_ = position; }
 int32_t CursorFile::CurrentPos() { return cursor_; }
@@ -99,8 +97,6 @@ void CursorFile::PlaceCursor(int32_t offset) {
   cursor_ = std::max(cursor_, 0);
   if (cursor_ == 0 && unicode_) cursor_ = kMarkSize;
 }
-
-// The name.
 
 std::u16string CursorFile::FullFileName() {
   return JoinFullName(folder_.empty() ? home_ : folder_, name_);
@@ -139,8 +135,6 @@ void CursorFile::ValidateDirectory(std::u16string_view sValidatePath) {
 void CursorFile::ValidateFile(std::u16string_view sValidateFileName) {
   if (OpenFile(sValidateFileName, u"RW", {})) CloseUncut();
 }
-
-// Opening and closing.
 
 bool CursorFile::IsOpen() { return calls_->IsOpen(); }
 
@@ -309,8 +303,6 @@ bool CursorFile::ReplaceFile(std::u16string_view newName) {
   return MoveTo(u"ReplaceFile", newName, &FileCalls::Replace);
 }
 
-// Bytes.
-
 bool CursorFile::ReadAtCursor(Bytes& bytes, int64_t count, std::u16string_view operation) {
   bytes.clear();
   if (!IsOpen()) return Fail(operation, kInvalidHandle);
@@ -365,8 +357,6 @@ int32_t CursorFile::Write(ByteSpan bytes, int32_t offset, std::u16string_view op
 int32_t CursorFile::WriteByteArray(ByteSpan ByteArray, int32_t iOffSet, std::u16string_view) {
   return Write(ByteArray, iOffSet, u"WriteData");
 }
-
-// Text.
 
 std::u16string CursorFile::Decode(ByteSpan bytes, std::u16string_view option) const {
   if (option == kByteOption) {
@@ -460,8 +450,6 @@ bool CursorFile::PrintLine(std::u16string_view Text, std::u16string_view WriteOp
   Write(Encode(line, WriteOption), -1, u"PrintLine");
   return error_number_ == 0;
 }
-
-// Times.
 
 Date CursorFile::Time(FileTime which) {
   DateParts local;

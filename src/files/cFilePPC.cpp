@@ -72,8 +72,6 @@ cFilePPC::~cFilePPC() {
   DropWorkingCopy();
 }
 
-// Failures.
-
 void cFilePPC::ClearError() noexcept {
   error_message_.clear();
   error_number_ = 0;
@@ -107,8 +105,6 @@ bool cFilePPC::ReadErrorHandler(std::u16string& ErrorMsg, int32_t& ErrorNo) {
 void cFilePPC::Log(std::u16string_view line) {
   log_->UpdateLog(u"Device file " + FullFileName() + u": " + std::u16string(line));
 }
-
-// Opening.
 
 bool cFilePPC::OpenFile(std::u16string_view stFileName, std::u16string_view sReadWrite,
                         std::u16string_view OverridePath) {
@@ -201,8 +197,6 @@ bool cFilePPC::CopyDown() {
   }
   return true;
 }
-
-// Closing.
 
 bool cFilePPC::CloseFile() {
   if (IsBusy(u"CloseFile")) return false;
