@@ -22,7 +22,7 @@ constexpr std::u16string_view kExtension = u".si";
 constexpr std::u16string_view kDamaged = u".damaged";
 constexpr std::u16string_view kReadStep = u"ReadSyncIndex ";
 constexpr std::u16string_view kWriteStep = u"WriteSyncIndex ";
-constexpr size_t kMaxKey = 32'767;  // what the 16-bit length of a CString counts to
+constexpr size_t kMaxKey = 32'767;  // the largest 16-bit length of a CString
 constexpr size_t kLongString = 255;
 
 // One record: the unique id and the key with its length, low bytes first, and nothing behind it.
@@ -46,7 +46,7 @@ bool DecodeEntry(ByteSpan record, const AnsiCodePage& code_page, int32_t& id, st
   record = record.subspan(5);
   if (length == kLongString) {
     if (record.size() < 2) return false;
-    length = LoadUnsigned(record.first<2>(), ByteOrder::kLittle);
+    length = static_cast<size_t>(LoadUnsigned(record.first<2>(), ByteOrder::kLittle));
     record = record.subspan(2);
   }
   if (length < 1 || length > kMaxKey || length != record.size()) return false;
@@ -146,7 +146,7 @@ void CSyncIndex::RequireKey(std::u16string_view key) const {
     throw AutomationError(
         ErrorNumber::kInvalidKey,
         u"Invalid key: \"" + std::u16string(key) +
-            u"\" has a character that is no single byte in the system's code page");
+            u"\" has a character that is not a single byte in the system's code page");
   }
 }
 
@@ -238,7 +238,7 @@ std::u16string CSyncIndex::ReadEntries(PdbFile& file, CHashTable& entries) const
   const PDBHeader& header = file.header();
   if (header.type.Text(with_.code_page) != kType ||
       header.creator.Text(with_.code_page) != kCreator) {
-    return file.Line(u"it is no sync index");
+    return file.Line(u"it is not a sync index");
   }
   const std::shared_ptr<MessageLoop> loop = with_.loop.lock();
   const RecordTable& records = file.records();
@@ -253,7 +253,7 @@ std::u16string CSyncIndex::ReadEntries(PdbFile& file, CHashTable& entries) const
     int32_t id = 0;
     if (!DecodeEntry(record, with_.code_page, id, key)) {
       return file.Line(u"the file is damaged: record " + ToText(records.IndexOf(slot)) +
-                       u" is no entry");
+                       u" is not an entry");
     }
     entries.Add(key, id);
     if (loop) loop->Yield();

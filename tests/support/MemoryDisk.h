@@ -128,7 +128,7 @@ class MemoryFileCalls final : public FileCalls {
     file_->created = {2010, 1, 1, 0, 0, 0};  // as devices may have it
     const auto start = static_cast<size_t>(position);
     file_->resize(std::max(file_->size(), start + moved));
-    std::ranges::copy(bytes.first(moved), file_->begin() + position);
+    std::ranges::copy(bytes.first(moved), file_->data() + start);
     return moved == bytes.size() ? 0 : file_error::kDiskFull;
   }
   uint32_t EndAt(int64_t position) override {
