@@ -21,8 +21,8 @@ namespace {
 
 constexpr std::u16string_view kDatabaseSuffix = u"-Settings";
 constexpr const char16_t* kFields[] = {u"f0", u"f1", u"f2"};
-// Positions in a record. The section's is no field and so always empty: handhelds hold settings
-// that were made to be found without one.
+// Positions in a record. The position of the section is not a field and so always empty: handhelds
+// hold settings that were made to be found without one.
 constexpr int16_t kSection = 0;
 constexpr int16_t kKey = 1;
 constexpr int16_t kValue = 2;

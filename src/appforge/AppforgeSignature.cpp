@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::u16string_view kNewSuffix = u".new";
 constexpr int16_t kPenUp = -1;
-constexpr int32_t kMaxSide = 32767;                 // what the points of a signature can reach
+constexpr int32_t kMaxSide = 32767;                 // the largest coordinate of a point
 constexpr int64_t kMaxPixels = int64_t{64} << 20U;  // 192 MB: far more than any signature needs
 constexpr int32_t kMaxFontPoints = 2160;            // 30 inches
 
@@ -95,7 +95,7 @@ void ReplaceFile(IPCFile& file, std::u16string_view path, ByteSpan headers, Byte
         u"Picture " + full + u": it can't be saved, " + std::u16string(what) + reason);
   };
 
-  // Not deleted then: what can't be opened is in somebody else's hands.
+  // Not deleted then: another process has what can't be opened.
   if (!file.OpenFile(name + std::u16string(kNewSuffix), u"W", {})) {
     fail(u"the new file can't be opened", false);
   }

@@ -41,7 +41,7 @@ class AppforgeSignature {
   void SetStamp(std::u16string_view text) { stamp_ = text; }
   void Clear() noexcept;
 
-  // What to draw, in the order of writing: a line for each two neighbours of a stroke, and a dot on
+  // The strokes in the order of writing: a line for each two neighbours of a stroke, and a dot on
   // its last point when the pen is lifted. Error 5 for an x without its y.
   std::vector<SignatureLine> Lines() const;
 

@@ -10,7 +10,7 @@
 namespace pylon {
 
 // The value of one field: in effect a text, of which every accessor makes its own type. It is kept
-// as the number that it came as, so that nothing is turned into text and back unless somebody asks
+// as the number that it came as, so that nothing is turned into text and back unless a caller asks
 // for another type; what comes out is what the text would give. See ValueText.h for the texts and
 // for the errors of the conversions, 13 and 6.
 class FieldValue {

@@ -70,7 +70,7 @@ class PDBAppforgeDefinition::BlockReader {
   }
 
  private:
-  // What begins at the index; not empty.
+  // The texts from the index on; not empty.
   ByteSpan From(size_t index) const {
     const int64_t first = static_cast<int64_t>(index) - array_.lower_bound;
     if (first < 0 || first >= static_cast<int64_t>(array_.bytes.size())) {

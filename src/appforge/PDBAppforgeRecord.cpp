@@ -68,7 +68,7 @@ bool IsNumberZero(const FieldValue& value) {
   try {
     return value.empty() || value.ToDouble().Number() == 0;
   } catch (const AutomationError&) {
-    return false;  // a text that is no number
+    return false;  // a text that is not a number
   }
 }
 

@@ -25,8 +25,8 @@ struct SignatureLine {
   bool operator==(const SignatureLine&) const = default;
 };
 
-// What a signature is drawn on: one picture at a time, kept in memory. What lies outside the
-// picture is not drawn.
+// The surface that a signature is drawn on: one picture at a time, kept in memory. What lies
+// outside the picture is not drawn.
 //
 // Colours are 0x00BBGGRR, or 0x80000000 plus the index of a system colour; any other value raises
 // error 5. What the system refuses raises error 7 (memory) or 51.

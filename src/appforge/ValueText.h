@@ -22,7 +22,7 @@ namespace pylon {
 //                    lies between seconds. A date of the first or last weeks around day zero that
 //                    no nanosecond meets is its number instead.
 //
-// What a person would type in these forms reads as well: blanks around, a plus sign, zeros that say
+// Also reads these forms as a person would type them: blanks around, a plus sign, zeros that say
 // nothing, an exponent with a small letter, a date without its time, and a number for a date, which
 // counts days. A text that reads as nothing of the kind is error 13, an empty one too; a number
 // that the wanted type can't hold is error 6. Roundings go to the nearest, halves to the even.

@@ -4,8 +4,8 @@
 
 namespace pylon {
 
-// What a field of an AppForge table holds; the value is also the code stored in the file. A field
-// with any other code, as files and callers may give it, takes no room in a record.
+// The kind of value in a field of an AppForge table; the value is also the code stored in the file.
+// A field with any other code, as files and callers may give it, takes no room in a record.
 enum eFieldTypes : int32_t {
   eInvalidField = 0,
   eByteField = 1,

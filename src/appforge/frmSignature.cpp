@@ -29,7 +29,7 @@ COLORREF ToColorRef(int32_t color) {
   if (bits >= 0x80000000 && index <= 0xFF && ::GetSysColorBrush(index)) {
     return ::GetSysColor(index);
   }
-  throw AutomationError(ErrorNumber::kInvalidArgument, ToText(color) + u" is no colour.");
+  throw AutomationError(ErrorNumber::kInvalidArgument, ToText(color) + u" is not a colour.");
 }
 
 Font MakeFont(std::u16string_view name, int32_t points) {

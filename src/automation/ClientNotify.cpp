@@ -24,7 +24,7 @@ constexpr size_t kMostWords = 32;
 // One argument as it lies on the stack or in a register: every kind that we serve takes one.
 using Word = uintptr_t;
 
-// What a known member is given, in the order of its parameters.
+// The arguments of a known member, in the order of its parameters.
 enum class Kind { kNumber, kText, kBool, kValue };  // the last two are answers
 constexpr Kind kBeginProcess[] = {Kind::kBool};
 constexpr Kind kCfgConduit[] = {Kind::kNumber, Kind::kNumber, Kind::kText,   Kind::kText,
@@ -85,7 +85,7 @@ class Arguments {
   template <class T>
   T Read(size_t i) const noexcept {
     T value;
-    // A value lies in the low end of its word; what is above it is anything.
+    // A value is in the low end of its word; the bits above it are undefined.
     std::memcpy(&value,
                 types_[i].by_reference ? reinterpret_cast<const void*>(words_[i]) : &words_[i],
                 sizeof(value));

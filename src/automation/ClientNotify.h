@@ -22,7 +22,7 @@ class ClientNotifyLayout {
  public:
   static constexpr char16_t kName[] = u"IPDClientNotify";
 
-  using Slot = void (*)();  // cast to its real type by whoever calls
+  using Slot = void (*)();  // cast to its real type by the caller
   enum Member { kBeginProcess, kCfgConduit, kConfigureConduit, kGetConduitInfo, kMemberCount };
   struct Argument {
     VARTYPE type;  // VT_BSTR, VT_VARIANT or an integer of up to 32 bits

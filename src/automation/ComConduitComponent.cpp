@@ -7,7 +7,7 @@ namespace pylon {
 
 template <class Member>
 void ComConduitComponent::Call(Member&& member) const {
-  ::SetErrorInfo(0, nullptr);  // what is there now is not the component's
+  ::SetErrorInfo(0, nullptr);  // the pending error is not the component's
   com::Check(member(), component_.get(), IID_ISyncNotify);
 }
 

@@ -7,10 +7,10 @@
 
 namespace pylon {
 
-// Who runs what HotSync asks for; the program implements it in a process that serves objects.
+// Runs what HotSync asks for; the program implements it in a process that serves objects.
 //
 // A conduit is known by the creator id of its application on the handheld. Members raise
-// AutomationError for what HotSync's user could not be told otherwise.
+// AutomationError for what HotSync's user could not learn otherwise.
 class HotSyncHost {
  public:
   struct Conduit {

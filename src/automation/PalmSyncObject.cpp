@@ -20,7 +20,7 @@ STDMETHODIMP PalmSyncObject::BeginProcess(VARIANT_BOOL* failed) noexcept {
 }
 
 // "Change..." of HotSync's list of conduits; older HotSyncs call ConfigureConduit. What the user
-// may change lies in the component's own settings, so the kinds of sync stay as HotSync has them.
+// may change is in the component's own settings, so the kinds of sync stay as HotSync has them.
 STDMETHODIMP PalmSyncObject::CfgConduit(long nCreatorId, long, BSTR, BSTR bstrPathName, long, long*,
                                         long*, long*) noexcept {
   return Do([&] {
@@ -86,7 +86,7 @@ void PalmSyncObject::BuildClientNotify() noexcept {
     layout_ = std::make_unique<ClientNotifyLayout>(type_info_);
     face_ = {layout_->vtable(), this, layout_.get()};
   } catch (const AutomationError& error) {
-    // Whoever asks for an interface hears yes or no; why not stands in HotSync's log.
+    // QueryInterface can only answer yes or no; HotSync's log has the reason.
     if (server().hot_sync()) server().hot_sync()->Report(error.description());
   } catch (const std::exception&) {
     built_ = false;  // out of memory; the next time there may be some

@@ -37,12 +37,13 @@ class PalmSyncObject final : public Object<PalmSyncObject, ::_cPalmSync> {
   void BuildClientNotify() noexcept;
 
   std::optional<int32_t> creator_;  // that HotSync named last
-  // IPDClientNotify in the registered library, from the first time that somebody asks for an
+  // IPDClientNotify in the registered library, from the first time that a client asks for an
   // interface that is not ours; null when it is not there.
   bool looked_up_ = false;
   com::Ptr<ITypeInfo> type_info_;
   IID notify_id_ = IID_NULL;
-  // What serves it, from the first time that somebody asks for it; null when it can't be served.
+  // The object that serves it, from the first time that a client asks for it; null when it can't be
+  // served.
   bool built_ = false;
   std::unique_ptr<ClientNotifyLayout> layout_;
   ClientNotifyFace face_ = {};

@@ -21,7 +21,7 @@ void RegisterServer(TypeLibrary& types, const std::u16string& program_path,
                     RegistrationScope scope);
 
 // Removes what RegisterServer made. What another copy of the program has registered since stays.
-// What is not there is no error.
+// A missing entry is not an error.
 void UnregisterServer(TypeLibrary& types, const std::u16string& program_path,
                       RegistrationScope scope);
 

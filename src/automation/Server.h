@@ -14,7 +14,7 @@
 
 namespace pylon {
 
-// What every automation object of the process shares: the type library, the surroundings of new
+// Shared by every automation object of the process: the type library, the surroundings of new
 // objects, and the count of its clients, with whose last one a server process ends.
 //
 // The program makes one and passes it to each object, which keeps a reference to it; it outlives
@@ -40,11 +40,11 @@ class Server {
     run_log_ = std::move(log);
   }
 
-  // What runs the syncs that HotSync asks for; null in a process that is no server. Borrowed.
+  // Runs the syncs that HotSync asks for; null in a process that isn't a server. Borrowed.
   HotSyncHost* hot_sync() const noexcept { return hot_sync_; }
   void SetHotSync(HotSyncHost* host) noexcept { hot_sync_ = host; }
 
-  // Counts what keeps a server process alive: objects that somebody outside of it holds, and locks.
+  // Counts what keeps a server process alive: objects that other processes hold, and locks.
   void AddClient() noexcept { ++clients_; }
   void RemoveClient() noexcept;
   long clients() const noexcept { return clients_; }

@@ -10,8 +10,8 @@
 
 namespace pylon {
 
-// What the component of a run gets. A component may keep it beyond the run: the sync info is
-// detached by then, and the members find nothing in it.
+// The sync info that the component of a run gets. A component may keep it beyond the run: the sync
+// info is detached by then, and the members find nothing in it.
 class SyncInfoObject final : public Object<SyncInfoObject, ::_oSyncInfo> {
  public:
   static constexpr ClassInfo kClass = {CLSID_oSyncInfo, u"Pylon.oSyncInfo"};

@@ -144,7 +144,7 @@ void Check(HRESULT result, IUnknown* object, REFIID interface_id) {
   std::u16string source;
   std::u16string description;
   if (object) {
-    // Without its ISupportErrorInfo the pending error may be an older one of somebody else's.
+    // Without its ISupportErrorInfo the pending error may be an older one of another object.
     const auto support = Ptr<IUnknown>::Share(object).As<ISupportErrorInfo>();
     Ptr<IErrorInfo> info;
     if (support && support->InterfaceSupportsErrorInfo(interface_id) == S_OK &&

@@ -97,7 +97,7 @@ class Bstr {
   BSTR text_ = nullptr;
 };
 
-// The text of a BSTR that somebody else owns; it may hold NULs.
+// The text of a BSTR that the caller owns; it may hold NULs.
 std::u16string Text(BSTR text);
 
 // Owns one VARIANT.
@@ -180,7 +180,7 @@ ByteArray ToBytes(const VARIANT& value);
 
 VARIANT_BOOL ToVariantBool(bool value) noexcept;
 
-// Raises AutomationError for a failed call to somebody else's object; reads the error that the
+// Raises AutomationError for a failed call to a foreign object; reads the error that the
 // object left, when `interface_id` supports that.
 void Check(HRESULT result, IUnknown* object = nullptr, REFIID interface_id = IID_NULL);
 

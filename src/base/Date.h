@@ -28,7 +28,7 @@ std::u16string FormatDate(Date date);
 // Reads that form; the time may be missing. Nothing for any other text.
 std::optional<Date> ParseDate(std::u16string_view text);
 
-// What tells the time. Implementations: SystemClock and the clocks of tests.
+// The source of the time. Implementations: SystemClock and the clocks of tests.
 class Clock {
  public:
   virtual ~Clock() = default;

@@ -31,7 +31,7 @@ class ComponentFactory {
   enum class Failure {
     kNone,
     kNotCreated,   // no such class, or its server does not start
-    kNoInterface,  // created, but it is no ISyncNotify
+    kNoInterface,  // created, but it is not an ISyncNotify
   };
   struct Result {
     std::unique_ptr<ConduitComponent> component;  // null on failure

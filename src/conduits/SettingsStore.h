@@ -31,8 +31,8 @@ class SettingsStore {
   // The value without outer blanks.
   std::u16string GetSettings(std::u16string_view Section, std::u16string_view Key,
                              std::u16string_view Default);
-  // Raises error 5 for text that the file can't hold. A failed write is no error, so that a sync
-  // does not end because a setting could not be kept.
+  // Raises error 5 for text that the file can't hold. A failed write is not an error, so that a
+  // sync does not end because a setting could not be kept.
   void SaveSettings(std::u16string_view Section, std::u16string_view Key,
                     std::u16string_view Value);
 

@@ -142,7 +142,7 @@ std::u16string cConduitList::ClassIdOf(const Entry& entry) {
 void cConduitList::Describe(Entry& entry) {
   entry.class_id = ClassIdOf(entry);
   if (entry.class_id.empty()) return;
-  // One component that fails must not hide the other conduits: its entry keeps what it told so far.
+  // One component that fails must not hide the other conduits: its entry keeps its answers so far.
   try {
     const ComponentFactory::Result created = components_->Create(entry.class_id);
     if (!created.component) {

@@ -13,7 +13,7 @@
 
 namespace pylon {
 
-// The registered conduits: a section each of "Pylon.ini" in the program's folder, but for the
+// The registered conduits: a section each of "Pylon.ini" in the program's folder, except the
 // program's own sections General and Pylon. Each component is created once, and released, to
 // describe itself whenever the list is read.
 //
@@ -37,7 +37,7 @@ class cConduitList {
   int16_t Count() const noexcept { return static_cast<int16_t>(entries_.size()); }
 
   const std::u16string& AppId(int16_t index) const { return At(index).app_id; }
-  // "No Longer Compatible" when the component can't be created or is no conduit.
+  // "No Longer Compatible" when the component can't be created or isn't a conduit.
   const std::u16string& ApplicationName(int16_t index) const { return At(index).application_name; }
   const std::u16string& Author(int16_t index) const { return At(index).author; }
   const std::u16string& ClassId(int16_t index) const { return At(index).class_id; }

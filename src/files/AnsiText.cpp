@@ -10,7 +10,7 @@ namespace pylon::win {
 std::optional<std::string> ToAnsi(std::u16string_view text) {
   if (text.empty()) return std::string();
   if (text.size() > INT_MAX) return std::nullopt;
-  // UTF-8 as the code page lacks nothing, and has a test of its own for what is no text.
+  // UTF-8 as the code page lacks nothing, and has a check of its own for invalid text.
   const bool utf8 = ::GetACP() == CP_UTF8;
   const DWORD flags = utf8 ? WC_ERR_INVALID_CHARS : WC_NO_BEST_FIT_CHARS;
   const auto* const wide = reinterpret_cast<const wchar_t*>(text.data());

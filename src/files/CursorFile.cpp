@@ -251,7 +251,7 @@ bool CursorFile::StartUnicode() {
 bool CursorFile::DeleteFile() {
   ClearError();
   ahead_.clear();
-  calls_->Close();  // what it would end at doesn't matter any more
+  calls_->Close();  // its end no longer matters
   const uint32_t error = calls_->Delete(FullFileName());
   return error == kNone || Fail(u"DeleteFile", error);
 }

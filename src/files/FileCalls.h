@@ -43,7 +43,7 @@ enum class FileAccess { kRead, kWrite, kReadWrite };
 enum class FileDisposition { kOpenExisting, kOpenAlways, kCreateAlways };
 enum class FileTime { kCreation, kModification };
 
-// What a CursorFile asks of the system that its file lies on: one open file at most, and work on
+// What a CursorFile asks of the file system: one open file at most, and work on
 // closed files by name. Paths are whole. Nothing here throws but std::bad_alloc: the result is the
 // system's number for what went wrong, 0 for nothing.
 class FileCalls {

@@ -23,7 +23,7 @@ std::u16string_view ExtensionOf(std::u16string_view name);           // after it
 // The extension may come with its point; an empty one takes the point away too.
 std::u16string ReplaceExtension(std::u16string_view name, std::u16string_view extension);
 
-// What the name of a file that will take the place of another ends in until then.
+// The suffix of a file that will take the place of another, until then.
 inline constexpr std::u16string_view kReplacementSuffix = u".new";
 std::u16string_view NameWithoutSuffix(std::u16string_view name);
 

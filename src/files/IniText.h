@@ -5,8 +5,8 @@
 
 namespace pylon {
 
-// What the lines of an INI file can hold. Text that breaks these rules would read back differently
-// or damage other settings of the file.
+// The text that lines of an INI file can hold. Text that breaks these rules would read back
+// differently or damage other settings of the file.
 
 bool IsIniSection(std::u16string_view section);  // not empty, no ']' or line break, no outer blank
 bool IsIniKey(std::u16string_view key);          // not empty, no '=' or line break, no comment

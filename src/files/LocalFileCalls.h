@@ -27,7 +27,7 @@ class LocalFileCalls final : public FileCalls {
   uint32_t CreateFolder(const std::u16string& path) override;
   uint32_t Delete(const std::u16string& path) override;
   uint32_t Rename(const std::u16string& from, const std::u16string& to) override;
-  // In one step: whoever looks finds the old file or the new one.
+  // In one step: a reader finds the old file or the new one.
   uint32_t Replace(const std::u16string& from, const std::u16string& to) override;
   uint32_t Move(const std::u16string& from, const std::u16string& to) override;
   uint32_t Copy(const std::u16string& from, const std::u16string& to) override;

@@ -17,7 +17,7 @@ namespace pylon {
 //     └───false───> ended
 class RapiConnection {
  public:
-  // What the link's end looks like: WSAEDISCON as an HRESULT.
+  // The error that reports the end of the link: WSAEDISCON as an HRESULT.
   static constexpr uint32_t kClosed = 0x80072775;
   static constexpr char16_t kClosedText[] = u"Connection to ActiveSync has been closed.";
 

@@ -10,7 +10,7 @@
 namespace pylon {
 namespace {
 
-// What a call may carry; see cFilePPC for what copies do carry.
+// The most that a call may carry; see cFilePPC for what copies do carry.
 constexpr size_t kLargestTransfer = 16 << 20;
 
 // No name that anybody would give to a file of his own.
@@ -222,7 +222,7 @@ uint32_t RapiFileCalls::CreateFolder(const std::u16string& path) {
       [&](const RapiLibrary& api) { return api.CeCreateDirectory(Wide(device_path), nullptr); });
 }
 
-// What a cut replacement left under the old name must not come back as the file that goes.
+// The rest of a cut replacement must not come back under the old name in place of the moved file.
 
 uint32_t RapiFileCalls::Delete(const std::u16string& path) {
   const std::u16string device_path = DevicePath(path);

@@ -32,8 +32,8 @@ class RapiFileCalls final : public FileCalls {
   uint32_t GetTime(FileTime which, DateParts& local) override;
   uint32_t SetTime(FileTime which, const DateParts& local) override;
 
-  // A file that can't be asked for, because the link is gone, counts as there: whoever goes on with
-  // it meets the reason.
+  // A file that can't be asked for, because the link is gone, counts as there: a caller that goes
+  // on with it meets the reason.
   bool IsFile(const std::u16string& path) override;
   bool IsFolder(const std::u16string& path) override;
   uint32_t CreateFolder(const std::u16string& path) override;

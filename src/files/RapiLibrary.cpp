@@ -28,7 +28,7 @@ std::unique_ptr<RapiLibrary> RapiLibrary::Load(const std::u16string& path, std::
   const std::u16string whole =
       win::FullPath(path.empty() ? JoinFullName(SystemFolder(), kName) : path);
   std::unique_ptr<RapiLibrary> library(new RapiLibrary);
-  // What the library itself needs comes from the system's folder too, never from the current one.
+  // The library's own imports come from the system's folder too, never from the current one.
   library->module_.Reset(::LoadLibraryExW(
       Wide(whole), nullptr,
       LOAD_LIBRARY_SEARCH_SYSTEM32 | (path.empty() ? 0u : LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR)));

@@ -17,7 +17,7 @@ namespace pylon {
 struct RAPIINIT {
   DWORD cbSize;        // of the record: 12 bytes in a 32-bit program, 24 in a 64-bit one
   HANDLE heRapiInit;   // signalled when the device has answered; the library's own
-  HRESULT hrRapiInit;  // what it has answered
+  HRESULT hrRapiInit;  // its result
 };
 static_assert(sizeof(RAPIINIT) == (sizeof(void*) == 8 ? 24 : 12));
 

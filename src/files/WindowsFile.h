@@ -27,7 +27,7 @@ bool IsFile(const std::u16string& path) noexcept;
 uint64_t WriteTime(const std::u16string& path) noexcept;
 // The shell and the profile functions take a relative name for one in a folder of their own.
 std::u16string FullPath(const std::u16string& name);
-// Whether both texts are the same path but for case, as the file system compares.
+// Whether both texts are the same path apart from case, as the file system compares.
 bool EqualPaths(const std::u16string& a, const std::u16string& b) noexcept;
 // A new, empty file in the folder for temporary files: that of the variable TEMP.
 DWORD CreateTempFile(const std::u16string& prefix, std::u16string& path);

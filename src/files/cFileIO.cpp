@@ -22,7 +22,7 @@ constexpr ULONGLONG kIniPatience = 500;   // milliseconds
 constexpr DWORD kIniRetry = 10;           // milliseconds
 constexpr DWORD kIniSectionSize = 32767;  // characters, what older systems return at most
 
-// No value reads like this, so that a missing key can be told from an empty one.
+// No value reads like this, so that a missing key differs from an empty one.
 constexpr wchar_t kMissing[] = L"\x01";
 
 bool IsMissing(DWORD error) {

@@ -345,7 +345,7 @@ bool cFilePPC::OpenTempFile(std::u16string_view sReadWrite, std::u16string_view 
 
 bool cFilePPC::DeleteFile() {
   if (IsBusy(u"DeleteFile")) return false;
-  modified_ = false;  // what it would hold doesn't matter any more
+  modified_ = false;  // its content no longer matters
   return OnClosedDeviceFile(u"DeleteFile", [&] { return device_->DeleteFile(); });
 }
 
@@ -379,7 +379,7 @@ bool cFilePPC::ReplaceFile(std::u16string_view newName) {
   if (device_->ReplaceFile(newName)) {
     DropWorkingCopy();
     if (!kept_.empty()) {
-      Log(u"it is saved now. The copy that was kept in " + kept_ + u" is needed no more");
+      Log(u"it is saved now. The copy that was kept in " + kept_ + u" is no longer needed");
       kept_.clear();
     }
     return true;

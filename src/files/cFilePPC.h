@@ -29,9 +29,9 @@ int32_t CopyChunk(int32_t file_size) noexcept;
 //
 // Nothing is lost: a copy that doesn't reach the device is a false CloseFile or ReplaceFile, the
 // working copy then stays in the PC's folder for temporary files, and the log says where. So does
-// what can't even be begun on the device; see OpenAside. A copy that has reached it stays until
-// ReplaceFile has put the device's file in its place, or until the next operation shows that it
-// won't.
+// a file that can't even be created on the device; see OpenAside. A copy that has reached it stays
+// until ReplaceFile has put the device's file in its place, or until the next operation shows that
+// it won't.
 //
 // Copies report to `progress`, which pumps messages after each step; members that are called during
 // a copy fail. Cancel ends a copy down whenever it is pending, a copy up only when it comes during

@@ -169,7 +169,7 @@ class PDBDatabasePalm final : public PDBDatabase {
 
   RecordCursor cursor_;
 
-  // What the handheld has reported; see the invariant above.
+  // As the handheld has reported; see the invariant above.
   mutable std::optional<int32_t> count_;
   std::vector<int32_t> ids_;  // by index - 1; 0 and what is beyond the end: not known
   mutable size_t near_ = 0;   // where in ids_ the next search starts: mostly they go in order

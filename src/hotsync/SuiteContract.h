@@ -104,7 +104,7 @@ struct Constant {
 // Or-ed in OpenRecordDatabase. Values assumed: those of the handheld's own protocol.
 inline constexpr Constant kAccessModes[] = {
     {L"eRead", 0x80}, {L"eWrite", 0x40}, {L"eShowSecret", 0x10}};
-// What GetConduitInfo may ask for. Values assumed.
+// The questions of GetConduitInfo. Values assumed.
 enum ConduitInfo { kConduitName, kMfcVersion, kDefaultAction, kConduitVersion };
 inline constexpr Constant kConduitInfos[] = {{L"eConduitName", 0},
                                              {L"eMfcVersion", 1},
@@ -126,7 +126,7 @@ struct KnownFailure {
 inline constexpr HRESULT BasicError(ErrorNumber number) {
   return static_cast<HRESULT>(0x800A0000U + static_cast<unsigned>(number));
 }
-// The system's errors as HRESULT_FROM_WIN32 makes them, which is no constant expression.
+// The system's errors as HRESULT_FROM_WIN32 makes them, which is not a constant expression.
 inline constexpr HRESULT SystemError(int number) {
   return static_cast<HRESULT>(0x80070000U + static_cast<unsigned>(number));
 }

@@ -70,7 +70,7 @@ std::optional<Bytes> ToRecordData(const com::Variant& value) {
     return com::ToBytes(*value.get()).bytes;
   } catch (const AutomationError&) {
     throw AutomationError(ErrorNumber::kInternal,
-                          u"HotSync's COM suite gave a record that is no bytes.");
+                          u"HotSync's COM suite gave a record that is not an array of bytes.");
   }
 }
 

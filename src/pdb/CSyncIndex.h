@@ -47,7 +47,7 @@ class CSyncIndex {
     std::u16string base_folder;       // empty: the folder of the database
     std::u16string device_name;       // made fit for a path
   };
-  static constexpr int32_t kMaxEntries = 65'535;  // what a database can hold
+  static constexpr int32_t kMaxEntries = 65'535;  // the limit of a database
 
   // Code page and clock outlive the index.
   explicit CSyncIndex(Surroundings surroundings);

@@ -14,7 +14,7 @@ namespace pylon {
 
 AutomationError BadArgument(std::u16string description);
 
-// What Update takes for a record: category 0 to 15, attributes 0 to 255, an id of 24 bits.
+// The ranges that Update takes: category 0 to 15, attributes 0 to 255, an id of 24 bits.
 void RequireRecordFields(int32_t unique_id, int16_t category, int32_t attributes);
 // When no record has the id that Remove was given.
 AutomationError NoSuchRecord(int32_t unique_id);

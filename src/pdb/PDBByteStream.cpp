@@ -25,7 +25,7 @@ int32_t CheckedLong(int64_t value) {
 
 int32_t Advanced(int32_t offset, int32_t size) { return CheckedLong(int64_t{offset} + size); }
 
-// What a 16-bit counter can count to.
+// The largest value of a 16-bit counter.
 void CheckCount(size_t count) {
   if (count > static_cast<size_t>(kMax16)) throw Overflow();
 }

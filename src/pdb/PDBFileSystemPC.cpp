@@ -63,7 +63,7 @@ bool PDBFileSystemPC::Refuse(std::u16string_view name, std::u16string_view reaso
 
 bool PDBFileSystemPC::Accepts(std::u16string_view name) const {
   if (closed_) return Refuse(name, u"the file system has ended");
-  if (!IsDatabaseName(name)) return Refuse(name, u"that is no name for a database");
+  if (!IsDatabaseName(name)) return Refuse(name, u"that is not a database name");
   return true;
 }
 

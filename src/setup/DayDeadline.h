@@ -4,8 +4,8 @@
 
 namespace pylon {
 
-// The end of a wait, told by the time of day alone: seconds since midnight, which begin again at 0
-// when a day ends. So whoever waits over midnight asks at least once every few hours.
+// The end of a wait, known by the time of day alone: seconds since midnight, which begin again at 0
+// when a day ends. So a wait across midnight must check at least once every few hours.
 class DayDeadline {
  public:
   static constexpr int kSecondsOfDay = 86'400;

@@ -10,7 +10,7 @@ void HotSyncModule::Open(const std::u16string& folder, const char16_t* name) {
   folder_ = folder;
   // Whole and with backslashes alone, as the loader's search flags want it.
   path_ = win::FullPath(JoinFullName(folder, name));
-  // What the library needs comes from its own folder or the system's, never from the current one.
+  // The library's imports come from its own folder or the system's, never from the current one.
   module_.Reset(::LoadLibraryExW(Wide(path_), nullptr,
                                  LOAD_LIBRARY_SEARCH_DLL_LOAD_DIR | LOAD_LIBRARY_SEARCH_SYSTEM32));
   if (module_) return;

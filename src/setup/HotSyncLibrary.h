@@ -59,7 +59,7 @@ inline constexpr int kNoUsers = -500;
 inline constexpr int kNoUserFile = -503;
 inline constexpr int kCopyFailed = -504;
 
-// What makes a conduit one that HotSync calls through COM: the library that does it, which HotSync
+// Makes a conduit one that HotSync calls through COM: the library that does it, which HotSync
 // finds in its own folder, and the value with the class name of the client.
 inline constexpr char kComConduit[] = "COMConduit.dll";
 inline constexpr char kComClient[] = "COMClient";

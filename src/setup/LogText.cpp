@@ -21,7 +21,7 @@ constexpr std::u16string_view kErrorWords[] = {u"failed",
                                                u"no hotsync session"};
 constexpr std::u16string_view kNoErrors[] = {u"0 ", u"no "};
 
-// Both must be in lower case already but for `text`.
+// All but `text` must be in lower case already.
 bool EqualsAt(std::u16string_view text, size_t at, std::u16string_view lower) noexcept {
   for (size_t i = 0; i < lower.size(); ++i) {
     if (ToLower(text[at + i]) != lower[i]) return false;

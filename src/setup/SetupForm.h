@@ -65,7 +65,7 @@ class SetupForm : public Form {
   HWND AddGroup(int id, int text = 0);
   void Enable(int id, bool enable);  // the focus moves on from a control that is disabled
   int ButtonHeight() const noexcept;
-  // What the widest of these buttons needs for its text, and at least the usual width.
+  // The width that the widest of these texts needs, and at least the usual one.
   int ButtonWidth(std::initializer_list<int> ids) const;
   // Parts of an arrangement: as wide as their texts, or as wide as they may be.
   Layout Button(int id, int width) const { return Layout::Control(id, width, ButtonHeight()); }

@@ -13,7 +13,7 @@
 
 namespace pylon {
 
-// What the setup window shows and allows, decided without a window: facts in, texts and flags out.
+// Decides, without a window, what the setup window shows and allows: facts in, texts and flags out.
 
 // One of the two systems, and a conduit in it.
 struct SystemFacts {
@@ -56,7 +56,7 @@ ConduitRow RowOf(const ConduitFacts& conduit);
 Phrase StateOf(SyncSystem system, const ConduitFacts& conduit);
 Phrase ApplicationOf(const ConduitFacts& conduit);
 
-// What the user may ask for.
+// The actions that the user may choose.
 enum class SetupAction {
   kSync,
   kInstallHotSync,
@@ -112,7 +112,7 @@ struct NewConduit {
 // the settings file and which every system can pass on.
 std::u16string ProposeAppId(std::u16string_view name, std::u16string_view class_id,
                             const std::vector<std::u16string>& taken);
-// What is wrong with it; nothing when it can be added.
+// The reasons why it can't be added; none when it can.
 Phrase Objection(const NewConduit& conduit, const std::vector<std::u16string>& taken);
 
 }  // namespace pylon

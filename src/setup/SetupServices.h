@@ -10,7 +10,7 @@
 
 namespace pylon {
 
-// What the setup window needs of the systems that conduits are installed for.
+// The services that the setup window needs from the systems that conduits are installed for.
 class SetupServices {
  public:
   virtual ~SetupServices() = default;

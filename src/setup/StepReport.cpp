@@ -35,7 +35,7 @@ constexpr struct {
      u"section in the settings file."},
     {Notice::kCannotStore,
      u"ActiveSync can't start this conduit: its application id, or the name of the folder that "
-     u"Pylon lies in, has characters that the code page of this PC lacks."},
+     u"Pylon is in, has characters that the code page of this PC lacks."},
     {Notice::kNoHotSync, u"HotSync is not Installed."},
     {Notice::kNoCreatorId, u"HotSync can't call this conduit: its component names no creator id."},
     {Notice::kComponentNotAsked,
@@ -69,7 +69,7 @@ constexpr struct {
      u"The conduit's earlier registration for the creator id '%1' could not be removed: %2"},
     {Notice::kNotOutOfHotSync, u"The conduit could not be removed from HotSync: %1"},
     {Notice::kHotSyncNotTold,
-     u"HotSync could not be told of the change. If it is running, exit and start it again. %1"},
+     u"HotSync could not be notified of the change. If it is running, exit and start it again. %1"},
     {Notice::kUsersNotListed, u"HotSync's users can't be listed: %1"},
     {Notice::kNoUsers,
      u"HotSync has no user yet, so the application can't be installed. Synchronize the handheld "

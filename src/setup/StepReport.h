@@ -8,7 +8,7 @@
 
 namespace pylon {
 
-// What a step of the setup has to say. Comments name the details that its text needs.
+// The result of a step of the setup. Comments name the details that its text needs.
 enum class Notice : uint8_t {
   kNoAppId,
   kUnknownAppId,    // application id

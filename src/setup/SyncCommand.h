@@ -20,8 +20,8 @@ std::optional<std::u16string> SyncArguments(std::u16string_view app_id,
                                             eDatabaseForType database = dftWindows);
 
 // The arguments with which the simulated handheld plays a HotSync of one conduit. Nothing for what
-// is no creator id: four characters, none of them a double quote or a backslash, which an argument
-// in quotes can't carry at its end.
+// is not a creator id: four characters, none of them a double quote or a backslash, which an
+// argument in quotes can't carry at its end.
 std::optional<std::u16string> HotSyncArguments(std::u16string_view creator_id);
 
 // The arguments of the step that installs or removes a conduit in one system only ("ActiveSync",

@@ -2,7 +2,7 @@
 
 namespace pylon {
 
-// What synchronizes handhelds with this PC and starts conduits.
+// The systems that synchronize handhelds with this PC and start conduits.
 enum class SyncSystem { kHotSync, kActiveSync };
 
 }  // namespace pylon

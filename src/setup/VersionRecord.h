@@ -5,7 +5,7 @@
 
 namespace pylon {
 
-// What a program file's version resource says of it. A file without one has empty texts and zeros.
+// The version resource of a program file. A file without one has empty texts and zeros.
 struct VersionRecord {
   uint16_t major = 0;
   uint16_t minor = 0;

@@ -72,7 +72,7 @@ StepReport WindowsSetupServices::InstallApplication(std::u16string_view app_id,
 }
 
 StepReport WindowsSetupServices::SetGuestMode(bool on) {
-  // What is set there reads back as the opposite.
+  // The value set there reads back as the opposite.
   const bool done = active_sync_.SetGuestMode(!on) && active_sync_.GuestMode() == on;
   return done ? StepReport() : StepReport::Failed(Notice::kGuestModeNotSet);
 }

@@ -20,7 +20,7 @@ class cActiveSync {
 
   bool IsInstalled() const;
 
-  // What is set reads back as the opposite: setting true stores 0, and true is read from 1.
+  // The value reads back as the opposite: setting true stores 0, and true is read from 1.
   bool GuestMode() const;
   bool SetGuestMode(bool guest);
 
@@ -29,7 +29,7 @@ class cActiveSync {
   bool InstallConduit(std::u16string_view AppId);
   // True when the conduit is not registered afterwards.
   bool UninstallConduit(std::u16string_view AppId);
-  // What InstallConduit stores.
+  // The value that InstallConduit stores.
   std::u16string ConduitCommand(std::u16string_view AppId) const;
 
   // Describes the application in "CeInstall.ini" of the folder `component` beside the program and

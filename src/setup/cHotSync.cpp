@@ -344,7 +344,7 @@ std::vector<std::u16string> cHotSync::Users() {
   int error = std::min(count, 0);
   for (int i = 0; i < count && error == 0; ++i) {
     char name[MAX_PATH] = "";
-    // Longer than the function is told, which may take it for a number of 32 bits.
+    // Longer than the size given to the function, which may take it for a number of 32 bits.
     short size[2] = {static_cast<short>(sizeof(name) - 1), 0};
     failed = "PltGetUser";
     error = std::min(aide.PltGetUser(static_cast<unsigned>(i), name, size), 0);

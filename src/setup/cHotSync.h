@@ -30,7 +30,7 @@ class cHotSync {
   struct Conduit {
     std::u16string creator_id;
     std::u16string app_id;     // kept with the conduit, to find it by
-    std::u16string title;      // what HotSync shows; characters that it can't show become '?'
+    std::u16string title;      // as HotSync shows it; characters that it can't show become '?'
     std::u16string directory;  // the conduit's folder in that of the HotSync user, a name
     std::u16string file;       // its file there, a name
     unsigned priority = hotsync::kUsualPriority;  // 0, called first, to 4

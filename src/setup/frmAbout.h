@@ -18,7 +18,7 @@ class frmAbout final : public SetupForm {
 
   void Show(HWND owner);  // keeps the user from the owner; with null from nothing
 
-  // Starts the system's own tool, or tells that there is none.
+  // Starts the system's own tool, or says that there is none.
   void StartSysInfo();
   // One value of the registry as text: texts up to their NUL, a number as "&h" and its digits.
   // Empty when it is missing or of another type.

@@ -68,7 +68,7 @@ class frmAddConduit final : public SetupForm {
   std::vector<std::u16string> taken_;
   LongWork work_;
   std::optional<WaitCursor> wait_;  // while there is work
-  std::u16string proposal_;         // what the window itself put into the application id
+  std::u16string proposal_;         // the application id that the window proposed
   bool listed_ = false;
 };
 

@@ -683,7 +683,7 @@ void frmSetup::Fill(const std::u16string& select) {
   Redraw();
 }
 
-// What a sync can be with; keeps the choice.
+// Lists the devices that a sync can use; keeps the choice.
 void frmSetup::FillSyncWith() {
   const HWND with = Control(kSyncWith);
   const auto at = static_cast<size_t>(::SendMessageW(with, CB_GETCURSEL, 0, 0));

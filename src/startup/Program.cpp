@@ -49,7 +49,7 @@ void ShowMessage(const std::u16string& text, UINT icon = MB_ICONWARNING) {
   ::MessageBoxW(nullptr, Wide(text), kTitle, MB_OK | icon | MB_SETFOREGROUND);
 }
 
-// What a Basic program reports when nobody has caught an error.
+// The message of a Basic program for an error that nothing caught.
 std::u16string RunTimeError(const AutomationError& error) {
   return u"Run-time error '" + ToText(error.number()) + u"':\r\n\r\n" + error.description();
 }
@@ -82,7 +82,7 @@ class IdleTimer {
   UINT_PTR timer_ = 0;
 };
 
-// Sends new clients to a new process. Whoever has reached this one already is served.
+// Sends new clients to a new process. Clients that have reached this one already are served.
 void TurnAway(std::optional<ClassObjects>& classes) {
   ::CoSuspendClassObjects();
   MSG message;

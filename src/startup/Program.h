@@ -34,7 +34,7 @@ class Program {
   int RunAlone(const ProgramArguments& arguments);
   int Manage(const ProgramArguments& arguments);
   int Sync(const ProgramArguments& arguments);
-  // What the run of a database type syncs with: the one place that knows the kinds of device.
+  // The target of a run with this database type: the one place that knows the kinds of device.
   void ChooseTarget(int16_t database_type, const std::u16string& save_folder,
                     cConduitList& conduits, SyncRequest& request) const;
   PcSide Pc() const;

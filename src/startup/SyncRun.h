@@ -12,7 +12,7 @@
 
 namespace pylon {
 
-// What every sync of this process needs from the program. Borrows server and components.
+// What the program provides to every sync of this process. Borrows server and components.
 struct SyncProgram {
   Server& server;
   PcSide pc;

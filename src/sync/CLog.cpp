@@ -107,7 +107,7 @@ bool CLog::Open(std::u16string_view first_line) {
   waited_ = !opened;
   if (!opened) return false;
 
-  // The cursor must stand at the end even if the size of the open file can't be had.
+  // The cursor must stand at the end even if the size of the open file is not available.
   file_.SetCursorPos(static_cast<int32_t>(size));
   if (const int32_t end = file_.FileSize(); end > size) file_.SetCursorPos(end);
   if (file_.CurrentPos() == 0 && !code_page_.Holds(first_line)) file_.StartUnicode();

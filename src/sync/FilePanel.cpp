@@ -6,7 +6,7 @@
 namespace pylon {
 namespace {
 
-// A panel that can't be drawn is no reason to stop a copy.
+// A panel that can't be drawn doesn't stop a copy.
 template <class Body>
 void Quietly(Body&& body) noexcept {
   try {

@@ -4,7 +4,7 @@
 
 namespace pylon {
 
-// What a value does to a progress bar, which runs from 0 to `maximum` and shows `value`. Until a
+// How a value changes a progress bar, which runs from 0 to `maximum` and shows `value`. Until a
 // maximum is set it is 1 and the value 0, as after SetMaximum(0).
 //
 // Each member returns whether it took the value. A value that would reach the maximum is refused,

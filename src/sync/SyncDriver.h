@@ -18,7 +18,7 @@
 
 namespace pylon {
 
-// What a run is given. The references outlive the driver.
+// The surroundings of a run. The references outlive the driver.
 struct SyncSurroundings {
   PcSide pc;
   StoreFileFactory stores;  // of device and conduit
@@ -27,7 +27,7 @@ struct SyncSurroundings {
   std::shared_ptr<RunLog> log;
   std::unique_ptr<SyncTarget> target;  // null: `no_target` says why
   std::u16string no_target;
-  // Whether somebody at the PC reads a message. If not, the log says why a run was refused.
+  // Whether a person at the PC reads messages. If not, the log says why a run was refused.
   bool attended = true;
 };
 

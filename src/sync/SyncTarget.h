@@ -47,7 +47,7 @@ struct RunConduit {
 // run may Connect without an Open, for the name of its log.
 class SyncTarget {
  public:
-  // What the target may use until End.
+  // For the target to use until End.
   struct Run {
     const RunConduit& conduit;
     StatusView& view;
@@ -62,7 +62,7 @@ class SyncTarget {
 
   virtual ~SyncTarget() = default;
 
-  // What the window's title adds to the conduit's name.
+  // Follows the conduit's name in the window's title.
   virtual std::u16string TitleNote() const { return {}; }
 
   // Connects, which may pump messages. The log is named after the device, so the result names it

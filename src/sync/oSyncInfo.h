@@ -16,8 +16,8 @@ class CConduitInfo;
 class CDevice;
 class PDBFileSystem;
 
-// What a conduit component gets for one sync: the databases, the device and the conduit it works
-// with, whether the user pressed Cancel, and the status window and log to report to.
+// Everything that a conduit component gets for one sync: the databases, the device and the conduit
+// it works with, whether the user pressed Cancel, and the status window and log to report to.
 //
 // Borrows window and log from the session of the sync, which calls Detach() before they go; a
 // component that still holds this object then finds nothing in it and its calls do nothing. The

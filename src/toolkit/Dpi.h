@@ -4,8 +4,8 @@
 
 namespace pylon {
 
-// What depends on the DPI of a screen. Windows before 10 has one DPI for all windows, which these
-// functions then go by.
+// Sizes that depend on the DPI of a screen. Windows before 10 has one DPI for all windows, which
+// these functions then go by.
 
 int DpiOf(HWND window) noexcept;
 

@@ -267,11 +267,12 @@ TEST(StepReport, SaysNothingTwiceAndContinuesOnlyItsOwnStep) {
   report.Add(StepReport::Failed(Notice::kTaken, {u"memo", u"'Mail %1'"}));
   report.Add({Notice::kHotSyncNotTold, {u"Why."}});
   EXPECT_FALSE(report.done());
-  EXPECT_EQ(TextOf(report),
-            u"HotSync is not Installed.\r\n\r\nThe creator id 'memo' belongs to another conduit of "
-            u"HotSync's, 'Mail %1'. Pylon's conduit can be installed when that one is removed. "
-            u"HotSync could not be told of the change. If it is running, exit and start it again. "
-            u"Why.");
+  EXPECT_EQ(
+      TextOf(report),
+      u"HotSync is not Installed.\r\n\r\nThe creator id 'memo' belongs to another conduit of "
+      u"HotSync's, 'Mail %1'. Pylon's conduit can be installed when that one is removed. "
+      u"HotSync could not be notified of the change. If it is running, exit and start it again. "
+      u"Why.");
 
   const StepReport not_told = StepReport().Add({Notice::kHotSyncNotTold, {u"Why."}});
   const StepReport steps = StepReport::Failed(Notice::kNotOutOfActiveSync).Add(not_told);

@@ -155,7 +155,7 @@ TEST_F(HotSyncTest, WhatFailsIsToldAndTakenBack) {
 }
 
 TEST_F(HotSyncTest, HotSyncThatCantBeToldIsANoteOnly) {
-  constexpr char kNote[] = "done: HotSync could not be told of the change.";
+  constexpr char kNote[] = "done: HotSync could not be notified of the change.";
   pc.Fail("HsRefreshConduitInfo=0x10000001");
   EXPECT_EQ(Install(), "done") << "it doesn't run";
   pc.Fail("HsRefreshConduitInfo=0x10000003");
