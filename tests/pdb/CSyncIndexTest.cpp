@@ -110,6 +110,12 @@ TEST_F(SyncIndex, WritesTheBytesOfTheFormat) {
   EXPECT_EQ(ToHex(file()), ToHex(image.Build()));
 }
 
+TEST_F(SyncIndex, AFolderIsItselfWithABackslashAtItsEnd) {
+  const auto index = NewIndex({});
+  index->SetDatabase(u"C:\\save\\", u"Stock");
+  EXPECT_TRUE(index->IsFor(u"C:\\save", u"Stock"));
+}
+
 TEST_F(SyncIndex, WritesOnlyWhatChanged) {
   auto index = Index();
   index->Add(u"a", 1);

@@ -286,6 +286,13 @@ TEST(PDBByteStream, FixedFieldsAreCutAndPadded) {
   EXPECT_EQ(text, u"");
 }
 
+TEST(PDBByteStream, AFilledOneHasAByteMoreThanTheBlock) {
+  PDBByteStream stream;
+  stream.Fill(Bytes(3));
+  EXPECT_EQ(stream.ByteArray()->bytes.size(), 4U);
+  EXPECT_EQ(stream.BlockBytes().size(), 3U);
+}
+
 TEST(PDBByteStream, CStringsOfEveryKindOfLength) {
   for (const bool global : {false, true}) {
     for (const size_t size : {0u, 1u, 254u, 255u, 256u, 32767u}) {
