@@ -122,7 +122,9 @@ inline void Type(HWND window, int id, const std::u16string& text) {
   ::SetWindowTextW(::GetDlgItem(window, id), Wide(text));
   ::SendMessageW(window, WM_COMMAND, static_cast<WPARAM>(MAKELONG(id, EN_CHANGE)), 0);
 }
-inline std::u16string TextIn(HWND window, int id) { return TextOf(::GetDlgItem(window, id)); }
+inline std::u16string TextIn(HWND window, int id) {
+  return testing_windows::TextOf(::GetDlgItem(window, id));
+}
 inline bool Enabled(HWND window, int id) { return ::IsWindowEnabled(::GetDlgItem(window, id)); }
 
 // Every button, label and group is as wide as its text, at this DPI. Those without a prefix hold
