@@ -1,8 +1,9 @@
 #include "appforge/RegistryUserSettings.h"
 
-#include <algorithm>
+#include <utility>
 
 #include "base/AutomationError.h"
+#include "base/Registry.h"
 #include "base/Text.h"
 #include "base/Win32.h"
 
@@ -57,29 +58,10 @@ std::optional<std::u16string> RegistryUserSettings::Read(std::u16string_view app
   const std::u16string path = PathOf(application, section);
   const std::u16string name(key);
   if (!FitsRegistry(path, name)) return {};
-  RegistryKey opened;
-  LSTATUS status =
-      ::RegOpenKeyExW(HKEY_CURRENT_USER, Wide(path), 0, KEY_QUERY_VALUE, opened.Receive());
-  if (IsMissing(status)) return {};
-  Require(status, u"read", path, key);
-
-  std::u16string text;
-  DWORD type = REG_NONE;
-  DWORD size = 0;
-  // Again when another program makes the value longer in between.
-  do {
-    text.resize(size / sizeof(char16_t) + 1);
-    size = static_cast<DWORD>(text.size() * sizeof(char16_t));
-    status = ::RegQueryValueExW(opened.get(), Wide(name), nullptr, &type,
-                                reinterpret_cast<BYTE*>(text.data()), &size);
-  } while (status == ERROR_MORE_DATA);
-  if (IsMissing(status)) return {};
-  Require(status, u"read", path, key);
-  if (type != REG_SZ && type != REG_EXPAND_SZ) return {};
-  // The terminator that belongs to the value may be missing, or there may be more behind it.
-  text.resize(size / sizeof(char16_t));
-  text.resize(std::min(text.find(u'\0'), text.size()));
-  return text;
+  RegistryText stored = QueryRegistryText(HKEY_CURRENT_USER, path, Wide(name));
+  if (IsMissing(stored.status) || stored.status == ERROR_UNSUPPORTED_TYPE) return {};
+  Require(stored.status, u"read", path, key);
+  return std::move(stored.text);
 }
 
 void RegistryUserSettings::Write(std::u16string_view application, std::u16string_view section,
@@ -88,14 +70,7 @@ void RegistryUserSettings::Write(std::u16string_view application, std::u16string
   const std::u16string name(key);
   const std::u16string text(value);
   RequireFit(path, name);
-  RegistryKey opened;
-  Require(::RegCreateKeyExW(HKEY_CURRENT_USER, Wide(path), 0, nullptr, 0, KEY_SET_VALUE, nullptr,
-                            opened.Receive(), nullptr),
-          u"saved", path, key);
-  Require(::RegSetValueExW(opened.get(), Wide(name), 0, REG_SZ,
-                           reinterpret_cast<const BYTE*>(text.c_str()),
-                           static_cast<DWORD>((text.size() + 1) * sizeof(char16_t))),
-          u"saved", path, key);
+  Require(WriteRegistryText(HKEY_CURRENT_USER, path, Wide(name), text), u"saved", path, key);
 }
 
 bool RegistryUserSettings::Delete(std::u16string_view application, std::u16string_view section,

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <exception>
 #include <limits>
 #include <utility>
 
@@ -76,12 +75,12 @@ bool cConduitList::SaveSettings(std::u16string_view key, std::u16string_view val
   return file_.WriteIni(settings::kProgramSection, key, value);
 }
 
-void cConduitList::Reload(const std::function<bool()>& go_on) {
+void cConduitList::Reload(const std::function<bool()>& keep_going) {
   std::vector<Entry> entries = ReadSections();
-  bool goes_on = true;
+  bool cancelled = false;
   for (Entry& entry : entries) {
-    goes_on = goes_on && (!go_on || go_on());
-    if (goes_on) {
+    cancelled = cancelled || (keep_going && !keep_going());
+    if (!cancelled) {
       Describe(entry);
     } else {
       entry.class_id = ClassIdOf(entry);
@@ -112,7 +111,7 @@ std::vector<cConduitList::Entry> cConduitList::ReadSections() {
   bool first = true;
   while (entries.size() < kMostEntries && file_.InputLine(line)) {
     const size_t end = line.find(u']');
-    // Windows takes such a line for no section, and what stands below it for nobody's.
+    // Windows does not see a section in such a line, and skips the entries below it.
     if (std::exchange(first, false) && line.starts_with(utf8_mark_ + u"[")) {
       file_.CloseFile();
       load_error_ = kUtf8;
@@ -161,11 +160,10 @@ void cConduitList::Describe(Entry& entry) {
     if (!entry.icon.empty() && entry.icon.find(u'\\') == entry.icon.npos) {
       entry.icon = program_folder_ + u"\\" + entry.app_id + u"\\" + entry.icon;
     }
-  } catch (const AutomationError& error) {
+  } catch (...) {
+    const AutomationError error = CurrentError();
     entry.failure =
         error.description().empty() ? u"error " + ToText(error.number()) : error.description();
-  } catch (const std::exception& error) {
-    entry.failure = FromUtf8(error.what());
   }
 }
 

@@ -17,7 +17,7 @@ namespace pylon {
 // program's own sections General and Pylon. Each component is created once, and released, to
 // describe itself whenever the list is read.
 //
-// Entries stand in the order of their sections, indexes run from 1 to Count; another index raises
+// Entries are in the order of their sections, indexes run from 1 to Count; another index raises
 // error 9. Look-ups answer 0 for what is not there and ignore case. Borrows factory and code page.
 class cConduitList {
  public:
@@ -62,9 +62,9 @@ class cConduitList {
   bool SaveSettings(std::u16string_view key, std::u16string_view value);
 
   // Reads the file and asks the components again. They may pump messages meanwhile; the list is the
-  // old one until all have answered. `go_on` is asked before each and may pump messages too: once
-  // it says no, the others stay unasked, which is then their Failure.
-  void Reload(const std::function<bool()>& go_on = {});
+  // old one until all have answered. `keep_going` is asked before each and may pump messages too:
+  // once it answers false, the others are not asked, which is then their Failure.
+  void Reload(const std::function<bool()>& keep_going = {});
   bool IsRead() const noexcept { return read_; }  // once at least
 
  private:

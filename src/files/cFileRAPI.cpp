@@ -16,29 +16,29 @@ bool cFileRAPI::Recycle(RecycleAction Action, bool) {
   return CloseFile() && Fail(u"Recycle", file_error::kNotSupported);
 }
 
-void cFileRAPI::RefuseIni(std::u16string_view source, std::u16string_view what) {
+void cFileRAPI::ThrowIniError(std::u16string_view source, std::u16string_view what) {
   throw AutomationError(error_number(), u"IniFile::" + std::u16string(source),
                         FullFileName() + std::u16string(what));
 }
 
 std::u16string cFileRAPI::ReadINI(std::u16string_view, std::u16string_view, std::u16string_view) {
-  RefuseIni(u"ReadIni", u" not Found");
+  ThrowIniError(u"ReadIni", u" not Found");
 }
 
 std::vector<IniEntry> cFileRAPI::ReadINISection(std::u16string_view) {
-  RefuseIni(u"ReadIni", u" not Found");
+  ThrowIniError(u"ReadIni", u" not Found");
 }
 
 bool cFileRAPI::WriteIni(std::u16string_view, std::u16string_view, std::u16string_view) {
-  RefuseIni(u"WriteIni", u" can't be written as an INI file");
+  ThrowIniError(u"WriteIni", u" can't be written as an INI file");
 }
 
 bool cFileRAPI::DeleteIni(std::u16string_view, std::u16string_view) {
-  RefuseIni(u"DeleteIni", u" can't be written as an INI file");
+  ThrowIniError(u"DeleteIni", u" can't be written as an INI file");
 }
 
 bool cFileRAPI::DeleteIniAll(std::u16string_view) {
-  RefuseIni(u"DeleteIniAll", u" can't be written as an INI file");
+  ThrowIniError(u"DeleteIniAll", u" can't be written as an INI file");
 }
 
 std::optional<Date> cFileRAPI::DeviceTime() {

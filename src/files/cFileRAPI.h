@@ -46,7 +46,7 @@ class cFileRAPI final : public CursorFile {
   std::optional<Date> DeviceTime();
 
  private:
-  [[noreturn]] void RefuseIni(std::u16string_view source, std::u16string_view what);
+  [[noreturn]] void ThrowIniError(std::u16string_view source, std::u16string_view what);
 };
 
 }  // namespace pylon
