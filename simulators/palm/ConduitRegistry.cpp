@@ -7,6 +7,7 @@
 #include "SuiteError.h"
 #include "base/AnsiCodePage.h"
 #include "base/Com.h"
+#include "base/Registry.h"
 #include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "base/Win32.h"
@@ -24,18 +25,7 @@ RegistryKey Open(HKEY parent, const wchar_t* path, REGSAM access = KEY_READ) {
   return key;
 }
 
-std::u16string ReadText(HKEY key, const wchar_t* name) {
-  DWORD size = 0;
-  if (::RegGetValueW(key, nullptr, name, RRF_RT_REG_SZ, nullptr, nullptr, &size) != ERROR_SUCCESS) {
-    return {};
-  }
-  std::wstring text(size / sizeof(wchar_t), L'\0');
-  if (::RegGetValueW(key, nullptr, name, RRF_RT_REG_SZ, nullptr, text.data(), &size) !=
-      ERROR_SUCCESS) {
-    return {};
-  }
-  return FromWide(text.c_str());
-}
+std::u16string ReadText(HKEY key, const wchar_t* name) { return ReadRegistryText(key, {}, name); }
 
 std::optional<uint32_t> ReadNumber(HKEY key, const wchar_t* name) {
   DWORD value = 0;
@@ -86,8 +76,7 @@ std::vector<std::wstring> ComponentKeys(HKEY desktop) {
 }
 
 void WriteText(HKEY key, const wchar_t* name, const std::u16string& value) {
-  CheckRegistry(::RegSetValueExW(key, name, 0, REG_SZ, reinterpret_cast<const BYTE*>(value.c_str()),
-                                 static_cast<DWORD>((value.size() + 1) * sizeof(char16_t))));
+  CheckRegistry(WriteRegistryText(key, {}, name, value));
 }
 
 void WriteNumber(HKEY key, const wchar_t* name, DWORD value) {

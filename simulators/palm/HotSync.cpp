@@ -90,7 +90,7 @@ void RegisterLibrary(const Settings& settings) {
 
 bool IsSessionRunning() { return Exists(kSessionName); }
 
-bool PlayHotSync(const Settings& settings, const Tell& tell) {
+bool PlayHotSync(const Settings& settings, const PrintLine& print) {
   const KernelHandle running(::CreateEventW(nullptr, TRUE, FALSE, kSessionName));
   if (!running || ::GetLastError() == ERROR_ALREADY_EXISTS) {
     throw SuiteError{kRefused, u"Another session runs on this PC"};
@@ -99,8 +99,8 @@ bool PlayHotSync(const Settings& settings, const Tell& tell) {
   const bool tells_creator = !RegisteredSecond().value_or(false);
   const auto session = std::make_shared<Session>(settings, RegisteredAccessModes());
   const auto say = [&](const std::u16string& line) {
-    session->Tell(line);
-    tell(line);
+    session->AddLogLine(line);
+    print(line);
   };
   say(u"HotSync of " + settings.user_name + u" begins " + FormatDate(session->Now()));
   if (!settings.answers) {
@@ -124,7 +124,7 @@ bool PlayHotSync(const Settings& settings, const Tell& tell) {
         all_well = false;
         continue;
       }
-      tell(label + u" ...");
+      print(label + u" ...");
       session->run = {conduit.creator, ConduitFolder(settings, conduit), tells_creator};
       const std::u16string failure = RunConduit(conduit);
       PumpMessages();
@@ -144,24 +144,24 @@ bool PlayHotSync(const Settings& settings, const Tell& tell) {
   return all_well;
 }
 
-void ConfigureConduit(uint32_t creator, const Settings& settings, const Tell& tell) {
+void ConfigureConduit(uint32_t creator, const Settings& settings, const PrintLine& print) {
   const Conduit conduit = RequireConduit(creator);
   ClientNotify client(conduit.com_client);
   const int32_t preference = client.ConfigureConduit(ConduitFolder(settings, conduit), {},
                                                      settings.sync_type, settings.sync_type);
-  tell(u"Preference " + ToText(preference));
+  print(u"Preference " + ToText(preference));
 }
 
-void CfgConduit(uint32_t creator, const Settings& settings, const Tell& tell) {
+void CfgConduit(uint32_t creator, const Settings& settings, const PrintLine& print) {
   const Conduit conduit = RequireConduit(creator);
   ClientNotify client(conduit.com_client);
   const auto chosen = client.CfgConduit(creator, settings.user_id, settings.user_name,
                                         ConduitFolder(settings, conduit), settings.sync_type);
-  tell(u"Temporary " + ToText(chosen.temporary) + u", new " + ToText(chosen.next) +
-       u", preference " + ToText(chosen.preference));
+  print(u"Temporary " + ToText(chosen.temporary) + u", new " + ToText(chosen.next) +
+        u", preference " + ToText(chosen.preference));
 }
 
-void ShowConduitInfo(uint32_t creator, const Settings& settings, const Tell& tell) {
+void ShowConduitInfo(uint32_t creator, const Settings& settings, const PrintLine& print) {
   const Conduit conduit = RequireConduit(creator);
   ClientNotify client(conduit.com_client);
   const ConduitInfoTypes types = RegisteredConduitInfoTypes();
@@ -177,9 +177,9 @@ void ShowConduitInfo(uint32_t creator, const Settings& settings, const Tell& tel
           client.GetConduitInfo(type, creator, settings.user_id, settings.user_name);
       com::Variant text;
       com::Check(::VariantChangeTypeEx(text.get(), info.get(), LOCALE_INVARIANT, 0, VT_BSTR));
-      tell(line + com::Text(V_BSTR(text.get())));
+      print(line + com::Text(V_BSTR(text.get())));
     } catch (const SuiteError& error) {
-      tell(line + u"no answer, " + error.description);
+      print(line + u"no answer, " + error.description);
     }
   }
 }

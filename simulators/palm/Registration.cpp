@@ -6,10 +6,10 @@
 #include <span>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "Suite.h"
 #include "SuiteError.h"
+#include "base/Registry.h"
 #include "base/SystemMessage.h"
 #include "base/Text.h"
 #include "files/ProgramFiles.h"
@@ -61,43 +61,20 @@ std::u16string Braced(REFGUID id) {
   return FromWide(text.data());
 }
 
-void WriteDefault(REGSAM view, const std::u16string& path, const std::u16string& value) {
-  RegistryKey key;
-  LSTATUS status = ::RegCreateKeyExW(Root(), Wide(path), 0, nullptr, 0, KEY_WRITE | view, nullptr,
-                                     key.Receive(), nullptr);
-  if (status == ERROR_SUCCESS) {
-    status = ::RegSetValueExW(key.get(), nullptr, 0, REG_SZ,
-                              reinterpret_cast<const BYTE*>(value.c_str()),
-                              static_cast<DWORD>((value.size() + 1) * sizeof(char16_t)));
-  }
+void Require(LSTATUS status, const std::u16string& path) {
   if (status != ERROR_SUCCESS) Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
 }
 
+void WriteDefault(REGSAM view, const std::u16string& path, const std::u16string& value) {
+  Require(WriteRegistryText(Root(), path, nullptr, value, view), path);
+}
+
 std::u16string ReadDefault(HKEY root, REGSAM view, const std::u16string& path) {
-  RegistryKey key;
-  if (::RegOpenKeyExW(root, Wide(path), 0, KEY_READ | view, key.Receive()) != ERROR_SUCCESS) {
-    return {};
-  }
-  std::vector<wchar_t> text(32'768);  // the longest path
-  DWORD size = static_cast<DWORD>((text.size() - 1) * sizeof(wchar_t));
-  if (::RegQueryValueExW(key.get(), nullptr, nullptr, nullptr, reinterpret_cast<BYTE*>(text.data()),
-                         &size) != ERROR_SUCCESS) {
-    return {};
-  }
-  return FromWide(text.data());
+  return QueryRegistryText(root, path, nullptr, view).text;
 }
 
 void DeleteTree(REGSAM view, const std::u16string& path) {
-  RegistryKey key;
-  LSTATUS status =
-      ::RegOpenKeyExW(Root(), Wide(path), 0, KEY_READ | KEY_WRITE | DELETE | view, key.Receive());
-  if (status == ERROR_FILE_NOT_FOUND) return;
-  if (status == ERROR_SUCCESS) status = ::RegDeleteTreeW(key.get(), nullptr);
-  key.Reset();
-  if (status == ERROR_SUCCESS) status = ::RegDeleteKeyExW(Root(), Wide(path), view, 0);
-  if (status != ERROR_SUCCESS && status != ERROR_FILE_NOT_FOUND) {
-    Fail(HRESULT_FROM_WIN32(static_cast<DWORD>(status)), path);
-  }
+  Require(DeleteRegistryTree(Root(), path, view), path);
 }
 
 std::u16string ClassPath(const SuiteClass& suite_class) {

@@ -21,7 +21,7 @@ Session::Session(Settings settings, AccessModes modes)
 
 Date Session::Now() const { return settings_.clock.value_or(SystemClock().Now()); }
 
-void Session::Tell(std::u16string_view line) { session_log_.Write(line); }
+void Session::AddLogLine(std::u16string_view line) { session_log_.Write(line); }
 
 void Session::Close(std::u16string_view name) noexcept try {
   const auto open = open_.find(name);

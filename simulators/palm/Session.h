@@ -30,7 +30,7 @@ struct ConduitRun {
 // they outlive it at times, and fail then.
 class Session {
  public:
-  // Raises SuiteError when folder or logs can't be had.
+  // Raises SuiteError when the folder or the logs are not available.
   Session(Settings settings, AccessModes modes);
   // Writes what End did not come to.
   ~Session() { SaveAll(); }
@@ -43,7 +43,7 @@ class Session {
   Date Now() const;
 
   // A line in the log of the session.
-  void Tell(std::u16string_view line);
+  void AddLogLine(std::u16string_view line);
 
   ConduitRun run;
 

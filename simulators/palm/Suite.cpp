@@ -109,7 +109,8 @@ class SystemAdapter final : public Dispatch<SystemAdapter> {
   com::Variant PDUserInfo(Arguments&) { return FromObject(com::Make<UserInfo>(session_)); }
   com::Variant AddLogEntry(Arguments& arguments) {
     const std::u16string text = arguments.Text(0);
-    session_->Call(u"AddLogEntry", Quoted(text), [&](std::u16string&) { session_->Tell(text); });
+    session_->Call(u"AddLogEntry", Quoted(text),
+                   [&](std::u16string&) { session_->AddLogLine(text); });
     return {};
   }
 

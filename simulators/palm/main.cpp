@@ -139,8 +139,6 @@ Settings UsableSettings(const std::u16string& ini) {
   throw SuiteError{kBadArgument, all};
 }
 
-// ---- What the handheld's user does
-
 Database& RequireDatabase(Handheld& handheld, const std::u16string& name) {
   Database* const database = handheld.Find(name);
   if (!database) throw SuiteError{kNotFound, u"There is no database " + name};
@@ -232,8 +230,6 @@ int EditHandheld(const std::u16string& command, CommandLine& line, const Setting
   return kAllWell;
 }
 
-// ---- The program
-
 class Apartment {
  public:
   Apartment() { com::Check(::CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED)); }
@@ -319,11 +315,8 @@ int Main(std::vector<std::u16string> arguments) try {
 } catch (const SuiteError& error) {
   Print(u"PalmSimulator: " + error.description);
   return kNotBegun;
-} catch (const AutomationError& error) {
-  Print(u"PalmSimulator: " + error.description());
-  return kNotBegun;
-} catch (const std::exception& error) {
-  Print(u"PalmSimulator: " + FromUtf8(error.what()));
+} catch (...) {
+  Print(u"PalmSimulator: " + CurrentError().description());
   return kNotBegun;
 }
 

@@ -11,15 +11,6 @@
 namespace pylon::palm::testing {
 namespace {
 
-constexpr CLSID kConduit = {
-    0x48EB9C99, 0xED26, 0x464A, {0xA8, 0x15, 0x5E, 0x2A, 0xA7, 0x08, 0x6E, 0x27}};
-constexpr CLSID kStranger = {
-    0xEAFE1932, 0x7F9C, 0x4673, {0x87, 0x59, 0x32, 0x21, 0xE1, 0x17, 0x6E, 0x85}};
-constexpr IID kFirst = {
-    0x757B5AEF, 0xCB00, 0x4530, {0x9C, 0xCC, 0x06, 0x1D, 0xD4, 0x83, 0x21, 0xFC}};
-constexpr IID kSecond = {
-    0xF45CAF3B, 0xB0B8, 0x42DB, {0xAB, 0x09, 0x96, 0xBD, 0x6E, 0xA4, 0xEC, 0xA8}};
-
 // IPDClientNotify of the two libraries, written down apart from them.
 struct FirstNotify : IDispatch {
   STDMETHOD(BeginProcess)(VARIANT_BOOL* failed) = 0;
@@ -34,6 +25,22 @@ struct SecondNotify : IUnknown {
   STDMETHOD(CfgConduit)(LONG, LONG, BSTR, BSTR, LONG, LONG*, LONG*, LONG*) = 0;
 };
 
+}  // namespace
+}  // namespace pylon::palm::testing
+
+__CRT_UUID_DECL(pylon::palm::testing::FirstNotify, 0x757B5AEF, 0xCB00, 0x4530, 0x9C, 0xCC, 0x06,
+                0x1D, 0xD4, 0x83, 0x21, 0xFC)
+__CRT_UUID_DECL(pylon::palm::testing::SecondNotify, 0xF45CAF3B, 0xB0B8, 0x42DB, 0xAB, 0x09, 0x96,
+                0xBD, 0x6E, 0xA4, 0xEC, 0xA8)
+
+namespace pylon::palm::testing {
+namespace {
+
+constexpr CLSID kConduit = {
+    0x48EB9C99, 0xED26, 0x464A, {0xA8, 0x15, 0x5E, 0x2A, 0xA7, 0x08, 0x6E, 0x27}};
+constexpr CLSID kStranger = {
+    0xEAFE1932, 0x7F9C, 0x4673, {0x87, 0x59, 0x32, 0x21, 0xE1, 0x17, 0x6E, 0x85}};
+
 TestConduit* current = nullptr;
 
 // "PalmTest.Crash", another class each time: Wine keeps the class object of a process that ended
@@ -42,34 +49,9 @@ CLSID crash_id = {};
 
 std::string Utf8(BSTR text) { return ToUtf8(com::Text(text)); }
 
-class Object final : public FirstNotify, public SecondNotify {
+class Object final : public com::WithoutDispatch<com::Implements<FirstNotify, SecondNotify>> {
  public:
   explicit Object(const CLSID& id) : id_(id) {}
-
-  STDMETHODIMP QueryInterface(REFIID id, void** object) noexcept override {
-    *object = nullptr;
-    if (id == IID_IUnknown || id == IID_IDispatch) *object = static_cast<FirstNotify*>(this);
-    if (id_ != kStranger && id == kFirst) *object = static_cast<FirstNotify*>(this);
-    if (id_ != kStranger && id == kSecond) *object = static_cast<SecondNotify*>(this);
-    if (!*object) return E_NOINTERFACE;
-    AddRef();
-    return S_OK;
-  }
-  STDMETHODIMP_(ULONG) AddRef() noexcept override { return ++references_; }
-  STDMETHODIMP_(ULONG) Release() noexcept override {
-    const ULONG left = --references_;
-    if (left == 0) delete this;
-    return left;
-  }
-  STDMETHODIMP GetTypeInfoCount(UINT*) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetTypeInfo(UINT, LCID, ITypeInfo**) noexcept override { return E_NOTIMPL; }
-  STDMETHODIMP GetIDsOfNames(REFIID, LPOLESTR*, UINT, LCID, DISPID*) noexcept override {
-    return E_NOTIMPL;
-  }
-  STDMETHODIMP Invoke(DISPID, REFIID, LCID, WORD, DISPPARAMS*, VARIANT*, EXCEPINFO*,
-                      UINT*) noexcept override {
-    return E_NOTIMPL;
-  }
 
   STDMETHODIMP BeginProcess(VARIANT_BOOL* failed) noexcept override {
     if (id_ == crash_id) ::TerminateProcess(::GetCurrentProcess(), 3);
@@ -106,13 +88,16 @@ class Object final : public FirstNotify, public SecondNotify {
 
  private:
   const CLSID id_;
-  ULONG references_ = 1;
 };
+
+// Any object that is not a conduit.
+class Stranger final : public com::WithoutDispatch<com::Implements<IDispatch>> {};
 
 DWORD Offer(const CLSID& id, std::optional<com::ReachableInterface>& reachable) {
   DWORD registration = 0;
   const auto factory = com::MakeClassFactory([id](REFIID wanted, void** object) noexcept {
-    return com::Ptr<FirstNotify>::Own(new Object(id))->QueryInterface(wanted, object);
+    return id == kStranger ? com::Make<Stranger>()->QueryInterface(wanted, object)
+                           : com::Make<Object>(id)->QueryInterface(wanted, object);
   });
   com::Check(::CoRegisterClassObject(id, factory.get(), CLSCTX_LOCAL_SERVER, REGCLS_MULTIPLEUSE,
                                      &registration));
