@@ -8,7 +8,7 @@ class ConduitInstaller;
 class cActiveSync;
 
 // The systems of this PC. Borrows both.
-class WindowsSetupServices final : public SetupServices {
+class WindowsSetupServices : public SetupServices {
  public:
   WindowsSetupServices(cActiveSync& active_sync, ConduitInstaller& installer) noexcept
       : active_sync_(active_sync), installer_(installer) {}

@@ -23,7 +23,10 @@ struct SettingsFileTest : ::testing::Test {
   }
 };
 
-TEST_F(SettingsFileTest, EveryByteOfTheRestStays) {
+TEST_F(SettingsFileTest, EveryByteOfTheRestStaysAndAMissingFileIsMade) {
+  EXPECT_FALSE(file.AddSection(u"New", {{u"ClassID", u"Lib.New"}}));
+  EXPECT_EQ(Value(u"New", u"ClassID"), u"Lib.New");
+
   // Bytes that are no text of the code page among them.
   const std::string before = "; caf\xE9 \x81\r\n[A]\r\n x = 1 \r\n\tTab\r\n";
   folder.Write(u"Pylon.ini", before);
@@ -34,11 +37,6 @@ TEST_F(SettingsFileTest, EveryByteOfTheRestStays) {
   EXPECT_FALSE(file.RemoveSection(u"New"));
   EXPECT_EQ(folder.Read(u"Pylon.ini"), before + "\r\n");
   EXPECT_EQ(folder.List(), u"Pylon.ini ") << "nothing left beside it";
-}
-
-TEST_F(SettingsFileTest, AFileThatIsMissingIsMade) {
-  EXPECT_FALSE(file.AddSection(u"New", {{u"ClassID", u"Lib.New"}}));
-  EXPECT_EQ(Value(u"New", u"ClassID"), u"Lib.New");
 }
 
 TEST_F(SettingsFileTest, TextBeyondTheCodePageMakesItUtf16AndItStaysThat) {

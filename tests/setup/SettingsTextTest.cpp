@@ -21,9 +21,6 @@ TEST(SettingsText, ANewSectionComesLastAndChangesNothingElse) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(ToUtf8(WithSection(FromUtf8(c.before), u"New", {{u"ClassID", u"Lib.New"}})), c.after);
   }
-  EXPECT_TRUE(
-      WithSection({}, u"N", {{u"PCPath", u"\"quoted\""}}).ends_with(u"PCPath=\"\"quoted\"\"\r\n"))
-      << "reads back as it was";
 }
 
 TEST(SettingsText, ASectionGoesWithItsLinesAndLeavesTheOthers) {
@@ -45,11 +42,6 @@ TEST(SettingsText, ASectionGoesWithItsLinesAndLeavesTheOthers) {
     SCOPED_TRACE(c.name);
     EXPECT_EQ(ToUtf8(WithoutSection(FromUtf8(c.before), u"X")), c.after);
   }
-}
-
-TEST(SettingsText, AddingAndRemovingGivesTheSameSections) {
-  const std::u16string before = u"; top\r\n[A]\r\na=1\r\n";
-  EXPECT_EQ(WithoutSection(WithSection(before, u"New", {{u"k", u"v"}}), u"New"), before + u"\r\n");
 }
 
 }  // namespace

@@ -125,6 +125,22 @@ inline void Type(HWND window, int id, const std::u16string& text) {
 inline std::u16string TextIn(HWND window, int id) {
   return testing_windows::TextOf(::GetDlgItem(window, id));
 }
+inline std::u16string CellOf(HWND list, int row, int column) {
+  wchar_t text[256] = L"";
+  ListView_GetItemText(list, row, column, text, 256);
+  return FromWide(text);
+}
+// The colour in which a list's row is drawn: black unless the window says otherwise.
+inline COLORREF ColourOf(HWND list, int row) {
+  NMLVCUSTOMDRAW draw = {};
+  draw.nmcd.hdr = {list, static_cast<UINT_PTR>(::GetDlgCtrlID(list)),
+                   static_cast<UINT>(NM_CUSTOMDRAW)};
+  draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
+  draw.nmcd.dwItemSpec = static_cast<DWORD_PTR>(row);
+  ::SendMessageW(::GetParent(list), WM_NOTIFY, draw.nmcd.hdr.idFrom,
+                 reinterpret_cast<LPARAM>(&draw));
+  return draw.clrText;
+}
 inline bool Enabled(HWND window, int id) { return ::IsWindowEnabled(::GetDlgItem(window, id)); }
 
 // Every button, label and group is as wide as its text, at this DPI. Those without a prefix hold

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <set>
+#include <string_view>
 #include <vector>
 
 #include "base/Text.h"
@@ -23,7 +23,11 @@ const std::vector<SetupAction> kAll = [] {
   return all;
 }();
 
-ConduitFacts Memos() {
+// Memos, and what else is so: a system is here (h HotSync, a ActiveSync), has the conduit (H, A);
+// the conduit is not loaded (f), has no class (k), no creator id (c), an AppId that ActiveSync
+// can't pass (q), an application for a handheld (p), for a Pocket PC (w); HotSync calls another one
+// (t).
+ConduitFacts Memos(std::string_view with = {}) {
   ConduitFacts facts;
   facts.app_id = u"Memos";
   facts.name = u"The Memos";
@@ -31,63 +35,53 @@ ConduitFacts Memos() {
   facts.author = u"Somebody";
   facts.class_id = u"Lib.Memos";
   facts.creator_id = u"memo";
+  const auto has = [with](char what) { return with.find(what) != with.npos; };
+  facts.hot_sync = {has('h'), has('H'), false, {}};
+  facts.active_sync = {has('a'), has('A'), false, {}};
+  if (has('f')) facts.failure = u"why";
+  if (has('k')) facts.class_id.clear();
+  if (has('c')) facts.creator_id.clear();
+  if (has('q')) facts.app_id = u"My  App";
+  if (has('p')) facts.palm_install = u"b.prc";
+  if (has('w')) facts.ppc_install = u"a.cab";
+  if (has('t')) facts.hot_sync.problem = Remark{Notice::kTaken, {u"memo", u"'Mail'"}};
   return facts;
 }
 
-TEST(SetupModel, WhatASelectedConduitAllows) {
+TEST(SetupModel, WhatASelectedConduitAllowsAndTheLinesOfTheSystems) {
   const std::set<SetupAction> always = {kOpenFolder, kOpenLog, kOpenDatabases, kAdd,  kRemove,
                                         kEdit,       kReload,  kAbout,         kClose};
   const struct {
-    const char* name;
-    std::function<void(ConduitFacts&)> change;
+    const char* with;
     std::set<SetupAction> too;
+    int hot_sync, active_sync;
   } cases[] = {
-      {"on a PC without either system", [](ConduitFacts&) {}, {kSync, kConfigure}},
-      {"without a class", [](ConduitFacts& c) { c.class_id.clear(); }, {}},
-      {"that can't be loaded",
-       [](ConduitFacts& c) {
-         c.failure = u"why";
-         c.hot_sync.present = c.active_sync.present = true;
-       },
-       {}},
-      {"that can't be loaded but was installed",
-       [](ConduitFacts& c) {
-         c.failure = u"why";
-         c.hot_sync.installed = c.active_sync.installed = true;
-       },
-       {kRemoveHotSync, kRemoveActiveSync}},
-      {"with both systems",
-       [](ConduitFacts& c) { c.hot_sync.present = c.active_sync.present = true; },
-       {kSync, kConfigure, kInstallHotSync, kInstallActiveSync}},
-      {"installed in both",
-       [](ConduitFacts& c) {
-         c.hot_sync = c.active_sync = {true, true, false, {}};
-       },
-       {kSync, kConfigure, kRemoveHotSync, kRemoveActiveSync}},
-      {"without a creator id, of two words",
-       [](ConduitFacts& c) {
-         c.creator_id.clear();
-         c.app_id = u"My  App";
-         c.hot_sync.present = c.active_sync.present = true;
-       },
-       {kSync, kConfigure}},
-      {"with an application for the system that is missing",
-       [](ConduitFacts& c) {
-         c.ppc_install = u"a.cab";
-         c.hot_sync.present = true;
-       },
-       {kSync, kConfigure, kInstallHotSync}},
-      {"with an application for the system that is there",
-       [](ConduitFacts& c) {
-         c.palm_install = u"a.prc";
-         c.hot_sync.present = true;
-       },
-       {kSync, kConfigure, kInstallHotSync, kInstallApplication}},
+      {"", {kSync, kConfigure}, IDS_NO_HOTSYNC, IDS_NO_ACTIVESYNC},
+      {"k", {}, IDS_NO_HOTSYNC, IDS_NO_ACTIVESYNC},
+      {"haf", {}, IDS_SYSTEM_NOT_LOADED, IDS_SYSTEM_NOT_LOADED},
+      {"HAf",
+       {kRemoveHotSync, kRemoveActiveSync},
+       IDS_SYSTEM_INSTALLED_BEFORE,
+       IDS_SYSTEM_INSTALLED_BEFORE},
+      {"ha",
+       {kSync, kConfigure, kInstallHotSync, kInstallActiveSync},
+       IDS_SYSTEM_NOT_INSTALLED,
+       IDS_SYSTEM_NOT_INSTALLED},
+      {"haHA",
+       {kSync, kConfigure, kRemoveHotSync, kRemoveActiveSync},
+       IDS_SYSTEM_INSTALLED,
+       IDS_SYSTEM_INSTALLED},
+      {"hacq", {kSync, kConfigure}, IDS_NO_CREATOR, IDS_CANNOT_CONNECT},
+      {"hw", {kSync, kConfigure, kInstallHotSync}, IDS_SYSTEM_NOT_INSTALLED, IDS_NO_ACTIVESYNC},
+      {"hp",
+       {kSync, kConfigure, kInstallHotSync, kInstallApplication},
+       IDS_SYSTEM_NOT_INSTALLED,
+       IDS_NO_ACTIVESYNC},
+      {"hat", {kSync, kConfigure, kInstallActiveSync}, IDS_SYSTEM_REASON, IDS_SYSTEM_NOT_INSTALLED},
   };
   for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ConduitFacts conduit = Memos();
-    c.change(conduit);
+    SCOPED_TRACE(c.with);
+    const ConduitFacts conduit = Memos(c.with);
     for (const SetupAction action : kAll) {
       EXPECT_EQ(IsEnabled(action, {&conduit, false, false}),
                 always.contains(action) || c.too.contains(action))
@@ -95,72 +89,24 @@ TEST(SetupModel, WhatASelectedConduitAllows) {
       EXPECT_EQ(IsEnabled(action, {&conduit, true, true}), action == kCancel)
           << "during work, " << static_cast<int>(action);
     }
+    EXPECT_EQ(StateOf(SyncSystem::kHotSync, conduit).id, c.hot_sync);
+    EXPECT_EQ(StateOf(SyncSystem::kActiveSync, conduit).id, c.active_sync);
   }
 }
 
-TEST(SetupModel, WithoutASelectionOnlyTheProgramsOwnActionsWork) {
+TEST(SetupModel, WithoutASelectionOnlyTheProgramsOwnActionsWorkAndAShieldStandsOnInstalling) {
   const std::set<SetupAction> own = {kAdd, kEdit, kReload, kAbout, kClose};
   for (const SetupAction action : kAll) {
     EXPECT_EQ(IsEnabled(action, {}), own.contains(action)) << static_cast<int>(action);
   }
   EXPECT_TRUE(IsEnabled(kGuestMode, {nullptr, false, true}));
-}
 
-TEST(SetupModel, AShieldStandsOnWhatChangesTheMachine) {
   ConduitFacts conduit = Memos();
   for (const SetupAction action : kAll) EXPECT_FALSE(HasShield(action, conduit));
   conduit.active_sync.needs_elevation = true;
   const std::set<SetupAction> shielded = {kInstallActiveSync, kRemoveActiveSync};
   for (const SetupAction action : kAll) {
     EXPECT_EQ(HasShield(action, conduit), shielded.contains(action)) << static_cast<int>(action);
-  }
-}
-
-TEST(SetupModel, TheLinesOfTheSystems) {
-  const struct {
-    const char* name;
-    std::function<void(ConduitFacts&)> change;
-    int hot_sync, active_sync;
-  } cases[] = {
-      {"neither is here", [](ConduitFacts&) {}, IDS_NO_HOTSYNC, IDS_NO_ACTIVESYNC},
-      {"left behind",
-       [](ConduitFacts& c) { c.hot_sync.installed = c.active_sync.installed = true; },
-       IDS_SYSTEM_INSTALLED_BEFORE, IDS_SYSTEM_INSTALLED_BEFORE},
-      {"here", [](ConduitFacts& c) { c.hot_sync.present = c.active_sync.present = true; },
-       IDS_SYSTEM_NOT_INSTALLED, IDS_SYSTEM_NOT_INSTALLED},
-      {"installed",
-       [](ConduitFacts& c) {
-         c.hot_sync = c.active_sync = {true, true, false, {}};
-       },
-       IDS_SYSTEM_INSTALLED, IDS_SYSTEM_INSTALLED},
-      {"not for them",
-       [](ConduitFacts& c) {
-         c.hot_sync.present = c.active_sync.present = true;
-         c.creator_id.clear();
-         c.app_id = u"a\"b";
-       },
-       IDS_NO_CREATOR, IDS_CANNOT_CONNECT},
-      {"the system says why not",
-       [](ConduitFacts& c) {
-         c.hot_sync = {true, false, false, Remark{Notice::kTaken, {u"memo", u"'Mail'"}}};
-         c.active_sync.present = true;
-         EXPECT_FALSE(IsEnabled(kInstallHotSync, {&c, false, true}));
-         EXPECT_TRUE(IsEnabled(kInstallActiveSync, {&c, false, true}));
-       },
-       IDS_SYSTEM_REASON, IDS_SYSTEM_NOT_INSTALLED},
-      {"not loaded",
-       [](ConduitFacts& c) {
-         c.hot_sync.present = c.active_sync.present = true;
-         c.failure = u"why";
-       },
-       IDS_SYSTEM_NOT_LOADED, IDS_SYSTEM_NOT_LOADED},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ConduitFacts conduit = Memos();
-    c.change(conduit);
-    EXPECT_EQ(StateOf(SyncSystem::kHotSync, conduit).id, c.hot_sync);
-    EXPECT_EQ(StateOf(SyncSystem::kActiveSync, conduit).id, c.active_sync);
   }
 }
 
@@ -189,12 +135,9 @@ TEST(SetupModel, TheRowOfAConduit) {
 }
 
 TEST(SetupModel, TheApplicationLineNamesItsFiles) {
-  ConduitFacts conduit = Memos();
-  EXPECT_EQ(ApplicationOf(conduit).id, IDS_NO_APPLICATION);
-  conduit.ppc_install = u"a.cab";
-  EXPECT_EQ(ApplicationOf(conduit).detail, u"a.cab");
-  conduit.palm_install = u"b.prc";
-  EXPECT_EQ(ApplicationOf(conduit).detail, u"b.prc, a.cab");
+  EXPECT_EQ(ApplicationOf(Memos()).id, IDS_NO_APPLICATION);
+  EXPECT_EQ(ApplicationOf(Memos("w")).detail, u"a.cab");
+  EXPECT_EQ(ApplicationOf(Memos("pw")).detail, u"b.prc, a.cab");
 }
 
 TEST(SetupModel, AProposedAppIdIsFreeAndGoodForEverything) {
@@ -290,16 +233,14 @@ TEST(SetupServices, SystemsAreNamedInAnyCase) {
 }
 
 TEST(ComponentCommand, AComponentFileIsRegisteredByItsKind) {
-  const auto dll = CommandToRegister(u"C:\\My Parts\\a.DLL", u"C:\\Sys");
-  ASSERT_TRUE(dll);
-  EXPECT_EQ(dll->program, u"C:\\Sys\\regsvr32.exe");
-  EXPECT_EQ(dll->arguments, u"/s \"C:\\My Parts\\a.DLL\"");
-  const auto exe = CommandToRegister(u"C:\\a.exe", u"C:\\Sys");
-  ASSERT_TRUE(exe);
-  EXPECT_EQ(exe->program, u"C:\\a.exe");
-  EXPECT_EQ(exe->arguments, u"/regserver");
+  const auto command = [](const char16_t* file) {
+    const auto found = CommandToRegister(file, u"C:\\Sys");
+    return found ? ToUtf8(found->program + u" " + found->arguments) : "none";
+  };
+  EXPECT_EQ(command(u"C:\\My Parts\\a.DLL"), "C:\\Sys\\regsvr32.exe /s \"C:\\My Parts\\a.DLL\"");
+  EXPECT_EQ(command(u"C:\\a.exe"), "C:\\a.exe /regserver");
   for (const char16_t* other : {u"", u".dll", u"a.txt", u"a\" /x .dll"}) {
-    EXPECT_FALSE(CommandToRegister(other, u"C:\\Sys")) << ToUtf8(other);
+    EXPECT_EQ(command(other), "none") << ToUtf8(other);
   }
 }
 

@@ -10,19 +10,24 @@
 namespace pylon {
 namespace {
 
+void ExpectParsed(const std::u16string& arguments, std::u16string_view app_id,
+                  std::u16string_view database) {
+  cCommandLine parser;
+  parser.AddSwitch(u"appid", true);
+  parser.AddSwitch(u"database", true);
+  parser.SetCommandLine(arguments);
+  EXPECT_EQ(parser.SwitchValue(u"appid"), app_id);
+  EXPECT_EQ(parser.SwitchValue(u"database"), database);
+  EXPECT_EQ(parser.MainArg(), u"");
+}
+
 TEST(SyncCommand, ItsArgumentsReadBackAsTheAppId) {
   for (const std::u16string app_id :
        {u"Memos", u"My App", u" A ", u"a-b/c", u"\u4e2d\u6587", u"Memos' & [co]", u"a\tb"}) {
     SCOPED_TRACE(ToUtf8(app_id));
     const auto arguments = SyncArguments(app_id);
     ASSERT_TRUE(arguments);
-    cCommandLine parser;
-    parser.AddSwitch(u"appid", true);
-    parser.AddSwitch(u"database", true);
-    parser.SetCommandLine(*arguments);
-    EXPECT_EQ(parser.SwitchValue(u"appid"), app_id);
-    EXPECT_EQ(parser.SwitchValue(u"database"), u"4");
-    EXPECT_EQ(parser.MainArg(), u"");
+    ExpectParsed(*arguments, app_id, u"4");
   }
 }
 
@@ -50,14 +55,9 @@ TEST(SyncCommand, AnAppIdThatCanConnectReadsBackWordByWord) {
     SCOPED_TRACE(ToUtf8(c.app_id));
     EXPECT_EQ(CanConnect(c.app_id), c.can_connect);
     if (!c.can_connect) continue;
-    cCommandLine parser;
-    parser.AddSwitch(u"appid", true);
-    parser.AddSwitch(u"database", true);
-    parser.SetCommandLine(ConnectArguments(c.app_id));
     std::u16string joined = c.app_id;
     std::replace(joined.begin(), joined.end(), u' ', cCommandLine::kSeparator);
-    EXPECT_EQ(parser.SwitchValue(u"appid"), joined);
-    EXPECT_EQ(parser.SwitchValue(u"database"), u"5");
+    ExpectParsed(ConnectArguments(c.app_id), joined, u"5");
   }
 }
 

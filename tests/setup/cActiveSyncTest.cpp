@@ -29,22 +29,18 @@ DWORD GuestOnly() {
   return number;
 }
 
-TEST_F(ActiveSyncTest, IsInstalledWhenItsManagerIsNamed) {
+TEST_F(ActiveSyncTest, IsInstalledWhenItsManagerIsNamedAndStoresGuestModeTheOtherWayRound) {
   EXPECT_FALSE(active_sync.IsInstalled());
   registry.Install(u"");
   EXPECT_FALSE(active_sync.IsInstalled());
   registry.Install(u"C:\\CEAPPMGR.EXE");
   EXPECT_TRUE(active_sync.IsInstalled());
-}
-
-TEST_F(ActiveSyncTest, GuestModeIsStoredTheOtherWayRound) {
   EXPECT_FALSE(active_sync.GuestMode());
-  EXPECT_TRUE(active_sync.SetGuestMode(true));
-  EXPECT_EQ(GuestOnly(), 0U);
-  EXPECT_FALSE(active_sync.GuestMode());
-  EXPECT_TRUE(active_sync.SetGuestMode(false));
-  EXPECT_EQ(GuestOnly(), 1U);
-  EXPECT_TRUE(active_sync.GuestMode());
+  for (const bool asked : {true, false}) {
+    EXPECT_TRUE(active_sync.SetGuestMode(asked));
+    EXPECT_EQ(GuestOnly(), asked ? 0U : 1U);
+    EXPECT_EQ(active_sync.GuestMode(), !asked);
+  }
 }
 
 TEST_F(ActiveSyncTest, AConduitIsStartedByTheProgramThatRegisteredIt) {
@@ -66,12 +62,6 @@ TEST_F(ActiveSyncTest, AConduitIsStartedByTheProgramThatRegisteredIt) {
   EXPECT_NE(Registry::Conduit(L"My Orders"), Registry::kMissing);
 }
 
-TEST_F(ActiveSyncTest, ARegistryThatRefusesIsAFailure) {
-  registry.RefuseConduits();
-  EXPECT_FALSE(active_sync.InstallConduit(u"Orders"));
-  EXPECT_FALSE(active_sync.IsConduitInstalled(u"Orders"));
-}
-
 TEST_F(ActiveSyncTest, TheManagerGetsTheDescriptionOfTheApplication) {
   // Its path has blanks, and a program lies where a path that is cut there leads.
   folder.Write(u"Application.exe", "no program");
@@ -84,26 +74,26 @@ TEST_F(ActiveSyncTest, TheManagerGetsTheDescriptionOfTheApplication) {
 
   EXPECT_FALSE(active_sync.InstallApplication(u"My Orders", u"Orders & more", u"a.cab"));
   EXPECT_TRUE(folder.Exists(u"My Orders\\CeInstall.ini")) << "written before the manager is found";
-  const std::u16string quoted = u"\"" + manager + u"\"";
-  int run = 0;
-  for (const std::u16string& registered : {manager, quoted, manager + u'\0' + u"rest"}) {
-    SCOPED_TRACE(ToUtf8(registered));
-    registry.Install(registered);
-    const testing::CommandReport report(folder.File(u"report " + ToText(++run)));
-    EXPECT_TRUE(active_sync.InstallApplication(u"My Orders", u"Orders & more", u"a.cab,b.cab"));
-    EXPECT_EQ(report.Wait(), ToUtf8(quoted + u" \"" + file + u"\""));
-    EXPECT_EQ(folder.Read(u"My Orders\\CeInstall.ini"), kDescription);
-  }
-
   const std::u16string plain = folder.File(u"CEAPPMGR.EXE");
   ASSERT_TRUE(::CopyFileW(Wide(ProgramPath()), Wide(plain), TRUE));
-  registry.Install(plain);
-  const testing::CommandReport report(folder.File(u"report.txt"));
-  EXPECT_TRUE(active_sync.InstallApplication(u"My Orders", u"", u"a.cab"));
-  EXPECT_EQ(report.Wait(), ToUtf8(plain + u" \"" + file + u"\"")) << "no blanks, no quotes";
+  const std::u16string quoted = u"\"" + manager + u"\"";
+  const std::pair<std::u16string, std::u16string> managers[] = {
+      {manager, quoted}, {quoted, quoted}, {manager + u'\0' + u"rest", quoted}, {plain, plain}};
+  for (const auto& [registered, started] : managers) {
+    SCOPED_TRACE(ToUtf8(registered));
+    registry.Install(registered);
+    const testing::CommandReport report(folder.File(u"report.txt"));
+    EXPECT_TRUE(active_sync.InstallApplication(u"My Orders", u"Orders & more", u"a.cab,b.cab"));
+    EXPECT_EQ(report.Wait(), ToUtf8(started + u" \"" + file + u"\""));
+    EXPECT_EQ(folder.Read(u"My Orders\\CeInstall.ini"), kDescription);
+    ::DeleteFileW(Wide(folder.File(u"report.txt")));
+  }
 }
 
-TEST_F(ActiveSyncTest, WhatCantBeHandedToTheManagerIsAFailure) {
+TEST_F(ActiveSyncTest, WhatCantBeWrittenOrHandedToTheManagerIsAFailure) {
+  registry.RefuseConduits();
+  EXPECT_FALSE(active_sync.InstallConduit(u"Orders"));
+  EXPECT_FALSE(active_sync.IsConduitInstalled(u"Orders"));
   registry.Install(folder.File(u"gone.exe"));
   folder.Write(u"taken", "a file, no folder");
   EXPECT_FALSE(active_sync.InstallApplication(u"Orders", u"", u"")) << "no CAB files";

@@ -35,7 +35,6 @@ struct HotSyncTest : ::testing::Test {
   std::string InstallFiles(std::u16string_view files, std::u16string_view user = u"") {
     return Said(HotSync().InstallApplication(u"Memos", files, user));
   }
-  bool IsInstalled() { return HotSync().IsInstalled(); }
   bool IsConduitInstalled() {
     const auto conduit = HotSync().FindConduit(u"memo");
     return conduit && conduit->ours;
@@ -68,12 +67,12 @@ TEST_F(HotSyncTest, IsWhereTheRegistryNamesItsLibraries) {
     SCOPED_TRACE(c.name);
     ::RegDeleteTreeW(HKEY_CURRENT_USER, SimulatedHotSync::kDesktop);
     ::RegDeleteTreeW(HKEY_LOCAL_MACHINE, SimulatedHotSync::kDesktop);
-    EXPECT_FALSE(IsInstalled());
+    EXPECT_FALSE(HotSync().IsInstalled());
     RegistryKey key;
     EXPECT_NE(::RegOpenKeyW(HKEY_CURRENT_USER, SimulatedHotSync::kDesktop, key.Receive()), 0)
         << "asking leaves no trace";
     pc.Install(c.root, c.value, c.path);
-    EXPECT_EQ(IsInstalled(), c.installed);
+    EXPECT_EQ(HotSync().IsInstalled(), c.installed);
     EXPECT_EQ(Install(), c.installed ? "done" : "failed: HotSync is not Installed.");
   }
 }
@@ -110,10 +109,7 @@ TEST_F(HotSyncTest, AnothersConduitIsNeverTouched) {
 }
 
 TEST_F(HotSyncTest, WhatFailsIsToldAndTakenBack) {
-  const struct {
-    const char* faults;
-    const char* message;
-  } cases[] = {
+  const std::pair<const char*, const char*> faults[] = {
       {"CmInstallCreator=-1006", "(CmInstallCreator answers -1006)"},
       {"CmInstallCreator=-1007", "HotSync: CmInstallCreator answers -1007."},
       {"CmSetCreatorName=-1006", "the registry can't be read or written (CmSetCreatorName"},
@@ -123,12 +119,12 @@ TEST_F(HotSyncTest, WhatFailsIsToldAndTakenBack) {
       {"CmSetCreatorPriority=-1006", "CmSetCreatorPriority"},
       {"CmSetCreatorValueString=-1006", "CmSetCreatorValueString"},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.faults);
-    pc.Fail(c.faults);
+  for (const auto& [fault, message] : faults) {
+    SCOPED_TRACE(fault);
+    pc.Fail(fault);
     EXPECT_THAT(Install(),
                 AllOf(StartsWith("failed: The conduit could not be registered with HotSync: "),
-                      HasSubstr(c.message)));
+                      HasSubstr(message)));
     EXPECT_EQ(pc.Conduits(), "");
     EXPECT_EQ(pc.Calls("HsRefreshConduitInfo"), 0);
   }
@@ -154,7 +150,7 @@ TEST_F(HotSyncTest, WhatFailsIsToldAndTakenBack) {
   EXPECT_EQ(pc.Conduits(), kOurs) << "whose it is can't be told";
 }
 
-TEST_F(HotSyncTest, HotSyncThatCantBeToldIsANoteOnly) {
+TEST_F(HotSyncTest, ALibraryThatCantBeUsedIsNamed) {
   constexpr char kNote[] = "done: HotSync could not be notified of the change.";
   pc.Fail("HsRefreshConduitInfo=0x10000001");
   EXPECT_EQ(Install(), "done") << "it doesn't run";
@@ -163,9 +159,7 @@ TEST_F(HotSyncTest, HotSyncThatCantBeToldIsANoteOnly) {
   pc.Take(u"hsapi.dll");
   EXPECT_THAT(Uninstall(), AllOf(StartsWith(kNote), HasSubstr("hsapi.dll\" can't be loaded")));
   EXPECT_EQ(pc.Conduits(), "");
-}
 
-TEST_F(HotSyncTest, AConduitManagerThatCantBeUsedIsNamed) {
   pc.Give(u"hsapi.dll", u"condmgr.dll");
   EXPECT_THAT(Install(), HasSubstr("condmgr.dll\" lacks the function CmGetConduitCount."));
   pc.folder().Write(u"condmgr.dll", "no library");

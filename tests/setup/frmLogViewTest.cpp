@@ -27,11 +27,7 @@ struct LogWindow : ::testing::Test {
   HWND handle() const { return window.handle(); }
   HWND List() const { return ::GetDlgItem(handle(), frmLogView::kList); }
   int Rows() const { return ListView_GetItemCount(List()); }
-  std::u16string Cell(int row, int column) const {
-    wchar_t text[256] = L"";
-    ListView_GetItemText(List(), row, column, text, 256);
-    return FromWide(text);
-  }
+  std::u16string Cell(int row, int column) const { return CellOf(List(), row, column); }
   std::u16string Clipboard() const {
     std::u16string text;
     if (!::OpenClipboard(nullptr)) return u"no clipboard";
@@ -54,7 +50,7 @@ struct LogWindow : ::testing::Test {
   frmLogView window{folder.path(), code_page};
 };
 
-TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
+TEST_F(LogWindow, ShowsFiltersAndCopiesTheLinesNewestLast) {
   Log(u"Mary", {u"Begin Sync", u"Conduit Error: 5 (X) bad", u"Sync Finished"});
   window.Show(u"My App", u"The App");
   EXPECT_EQ(TextOf(handle()), u"Log of The App");
@@ -62,6 +58,8 @@ TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
   EXPECT_EQ(Cell(2, 1), u"Sync Finished");
   EXPECT_GT(Cell(0, 0).size(), 7U) << "a time";
   EXPECT_EQ(TextIn(handle(), frmLogView::kInfo), u"3 lines, 1 with errors");
+  EXPECT_EQ(ColourOf(List(), 0), RGB(0, 0, 0));
+  EXPECT_NE(ColourOf(List(), 1), RGB(0, 0, 0)) << "an error";
 
   Filter(u"SYNC");
   ASSERT_EQ(Rows(), 2);
@@ -69,11 +67,21 @@ TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
   EXPECT_EQ(TextIn(handle(), frmLogView::kInfo), u"2 lines shown");
   Filter(u"");
   EXPECT_EQ(Rows(), 3);
+  ListView_SetItemState(List(), 2, LVIS_SELECTED, LVIS_SELECTED);
+  Press(window, List(), 'C', VK_CONTROL);
+  EXPECT_EQ(Clipboard(), Cell(2, 0) + u"\tSync Finished\r\n");
+  Press(window, List(), 'A', VK_CONTROL);
+  Click(handle(), frmLogView::kCopy);
+  EXPECT_TRUE(Clipboard().ends_with(u"\tSync Finished\r\n"));
+  EXPECT_TRUE(Clipboard().find(u"\tBegin Sync\r\n") < 40);
 
   Log(u"Mary", {u"Begin Sync"});
+  ::SetFocus(List());
   Press(window, List(), VK_F5);
   EXPECT_EQ(Rows(), 4);
   EXPECT_EQ(::GetFocus(), List());
+  Press(window, List(), 'F', VK_CONTROL);
+  EXPECT_EQ(::GetFocus(), ::GetDlgItem(handle(), frmLogView::kFilter));
   EXPECT_EQ(TabOrder(handle()),
             (std::vector<int>{frmLogView::kFilter, frmLogView::kList, frmLogView::kCopy,
                               frmLogView::kReload, frmLogView::kOpenFile, frmLogView::kClose}));
@@ -90,34 +98,6 @@ TEST_F(LogWindow, ShowsTheLinesNewestLastAndFiltersThem) {
   EXPECT_TRUE(scrolls());
   Press(window, List(), VK_ESCAPE);
   EXPECT_EQ(handle(), nullptr);
-}
-
-TEST_F(LogWindow, ErrorsHaveAColourOfTheirOwn) {
-  Log(u"Mary", {u"Begin Sync", u"Sync Failed: why"});
-  window.Show(u"My App", u"");
-  for (const auto& [row, red] : {std::pair{0, false}, std::pair{1, true}}) {
-    NMLVCUSTOMDRAW draw = {};
-    draw.nmcd.hdr = {List(), frmLogView::kList, static_cast<UINT>(NM_CUSTOMDRAW)};
-    draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
-    draw.nmcd.dwItemSpec = static_cast<DWORD_PTR>(row);
-    draw.clrText = RGB(0, 0, 0);
-    ::SendMessageW(handle(), WM_NOTIFY, frmLogView::kList, reinterpret_cast<LPARAM>(&draw));
-    EXPECT_EQ(draw.clrText != RGB(0, 0, 0), red) << row;
-  }
-}
-
-TEST_F(LogWindow, CopiesTheSelectedLinesOrAll) {
-  Log(u"Mary", {u"one", u"two", u"three"});
-  window.Show(u"My App", u"");
-  ListView_SetItemState(List(), 1, LVIS_SELECTED, LVIS_SELECTED);
-  Press(window, List(), 'C', VK_CONTROL);
-  EXPECT_EQ(Clipboard(), Cell(1, 0) + u"\ttwo\r\n");
-  Press(window, List(), 'A', VK_CONTROL);
-  Click(handle(), frmLogView::kCopy);
-  EXPECT_TRUE(Clipboard().ends_with(u"\tthree\r\n"));
-  EXPECT_TRUE(Clipboard().find(u"\tone\r\n") < 40);
-  Press(window, List(), 'F', VK_CONTROL);
-  EXPECT_EQ(::GetFocus(), ::GetDlgItem(handle(), frmLogView::kFilter));
 }
 
 TEST_F(LogWindow, EachDeviceHasItsOwn) {
@@ -138,25 +118,14 @@ TEST_F(LogWindow, EachDeviceHasItsOwn) {
                    reinterpret_cast<LPARAM>(combo));
     EXPECT_NE(Cell(0, 1).find(device), std::u16string::npos);
   }
+  ExpectTidyAtEveryDpi(handle(), {560, 320});
 }
 
 TEST_F(LogWindow, ALargeLogShowsItsEndAtOnce) {
   Log(u"Mary", {u"the very first"});
-  const std::u16string path = folder.File(u"My App\\Mary\\My App.log");
-  {
-    const FileHandle file(::CreateFileW(Wide(path), GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                                        FILE_ATTRIBUTE_NORMAL, nullptr));
-    ASSERT_TRUE(file);
-    std::string block;
-    while (block.size() < (1U << 20)) block += "1.1.2026 10:00\ta line of a long log\r\n";
-    ::SetFilePointer(file.get(), 0, nullptr, FILE_END);
-    DWORD written = 0;
-    for (int i = 0; i < 100; ++i) {
-      ::WriteFile(file.get(), block.data(), static_cast<DWORD>(block.size()), &written, nullptr);
-    }
-    const std::string last = "1.1.2026 10:01\tthe last\r\n";
-    ::WriteFile(file.get(), last.data(), static_cast<DWORD>(last.size()), &written, nullptr);
-  }
+  std::string text = folder.Read(u"My App\\Mary\\My App.log");
+  while (text.size() < (100U << 20)) text += "1.1.2026 10:00\ta line of a long log\r\n";
+  folder.Write(u"My App\\Mary\\My App.log", text + "1.1.2026 10:01\tthe last\r\n");
   window.Show(u"My App", u"");
   EXPECT_GT(Rows(), 100'000);
   EXPECT_EQ(Cell(Rows() - 1, 1), u"the last");
@@ -164,12 +133,6 @@ TEST_F(LogWindow, ALargeLogShowsItsEndAtOnce) {
   EXPECT_NE(TextIn(handle(), frmLogView::kInfo).find(u"are not shown"), std::u16string::npos);
   Filter(u"the last");
   EXPECT_EQ(Rows(), 1);
-}
-
-TEST_F(LogWindow, IsTidyAtEveryDpi) {
-  Log(u"Mary", {u"one"});
-  window.Show(u"My App", u"");
-  ExpectTidyAtEveryDpi(handle(), {560, 320});
 }
 
 }  // namespace

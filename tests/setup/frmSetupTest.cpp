@@ -5,7 +5,6 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,12 +16,12 @@
 #include "conduits/cConduitList.h"
 #include "files/ProgramFiles.h"
 #include "setup/ConduitInstaller.h"
-#include "setup/SetupServices.h"
 #include "setup/SyncCommand.h"
 #include "setup/WindowsSetupServices.h"
 #include "setup/cActiveSync.h"
 #include "setup/cHotSync.h"
 #include "sync/frmStatus.h"
+#include "tests/files/TempFolder.h"
 #include "tests/setup/ActiveSyncRegistry.h"
 #include "tests/setup/CommandReport.h"
 #include "tests/setup/SetupDesk.h"
@@ -55,36 +54,18 @@ const bool kIsNoSync = [] {
 }();
 
 // This PC's own services, seen by a user who may be no administrator.
-struct Services final : SetupServices {
-  explicit Services(SetupServices& real) : real_(real) {}
-  bool IsPresent(SyncSystem system) const override { return real_.IsPresent(system); }
-  SystemFacts Facts(SyncSystem system, std::u16string_view app_id) const override {
-    SystemFacts facts = real_.Facts(system, app_id);
-    facts.needs_elevation = NeedsElevation(system);
-    return facts;
-  }
+struct Services final : WindowsSetupServices {
+  using WindowsSetupServices::WindowsSetupServices;
   bool NeedsElevation(SyncSystem system) const override {
     return plain_user && system == SyncSystem::kActiveSync;
   }
   StepReport Install(SyncSystem system, std::u16string_view app_id) override {
     if (broken) throw AutomationError(51, {}, u"the registry is gone");
-    return real_.Install(system, app_id);
+    return WindowsSetupServices::Install(system, app_id);
   }
-  StepReport Remove(SyncSystem system, std::u16string_view app_id) override {
-    return real_.Remove(system, app_id);
-  }
-  std::vector<std::u16string> Users() const override { return real_.Users(); }
-  StepReport InstallApplication(std::u16string_view app_id, std::u16string_view user) override {
-    return real_.InstallApplication(app_id, user);
-  }
-  bool GuestMode() const override { return real_.GuestMode(); }
-  StepReport SetGuestMode(bool on) override { return real_.SetGuestMode(on); }
 
   bool plain_user = false;
   bool broken = false;
-
- private:
-  SetupServices& real_;
 };
 
 struct SetupWindow : ::testing::Test {
@@ -92,34 +73,27 @@ struct SetupWindow : ::testing::Test {
   void SetUp() override {
     SKIP_WITHOUT_DRAWING();
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kLayoutKey);
-    std::filesystem::create_directories(folder);
   }
   void TearDown() override {
     window.reset();
-    std::filesystem::remove_all(folder);
     ::RegDeleteTreeW(HKEY_CURRENT_USER, kLayoutKey);
   }
 
   // Writes the settings file; each one is a second younger than the one before.
   void Settings(const std::string& text) {
-    std::ofstream(folder / "Pylon.ini", std::ios::binary) << text;
+    folder.Write(u"Pylon.ini", text);
     time += std::chrono::seconds(1);
-    std::filesystem::last_write_time(folder / "Pylon.ini", time);
+    std::filesystem::last_write_time(folder.File(u"Pylon.ini"), time);
   }
-  std::string SettingsNow() const {
-    std::ifstream file(folder / "Pylon.ini", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-  void Open(const char* settings, cConduitList::Reading reading = cConduitList::Reading::kNow) {
-    if (settings) Settings(settings);
+  void Open(const std::string& settings,
+            cConduitList::Reading reading = cConduitList::Reading::kNow) {
+    if (!settings.empty()) Settings(settings);
     window.reset();
-    list = std::make_unique<cConduitList>(FromWide(folder.wstring()), factory, code_page, reading);
+    list = std::make_unique<cConduitList>(folder.path(), factory, code_page, reading);
     installer = std::make_unique<ConduitInstaller>(*list, active_sync, hot_sync);
-    real_services = std::make_unique<WindowsSetupServices>(active_sync, *installer);
-    services = std::make_unique<Services>(*real_services);
-    services->plain_user = plain_user;
-    window = std::make_unique<frmSetup>(frmSetup::With{*list, factory, *services, code_page,
-                                                       ProgramPath(), FromWide(folder.wstring())});
+    services = std::make_unique<Services>(active_sync, *installer);
+    window = std::make_unique<frmSetup>(
+        frmSetup::With{*list, factory, *services, code_page, ProgramPath(), folder.path()});
     window->on_close = [this] { ++closed; };
     window->Show();
   }
@@ -127,9 +101,7 @@ struct SetupWindow : ::testing::Test {
   HWND Control(int id) const { return ::GetDlgItem(handle(), id); }
   std::u16string Text(int id) const { return TextIn(handle(), id); }
   std::u16string Cell(int row, int column) const {
-    wchar_t text[256] = L"";
-    ListView_GetItemText(Control(frmSetup::kList), row, column, text, 256);
-    return FromWide(text);
+    return CellOf(Control(frmSetup::kList), row, column);
   }
   int Rows() const { return ListView_GetItemCount(Control(frmSetup::kList)); }
   int Selected() const { return ListView_GetNextItem(Control(frmSetup::kList), -1, LVNI_SELECTED); }
@@ -137,14 +109,7 @@ struct SetupWindow : ::testing::Test {
     ListView_SetItemState(Control(frmSetup::kList), row, LVIS_SELECTED, LVIS_SELECTED);
   }
   void PressF5() { Press(*window, Control(frmSetup::kList), VK_F5); }
-  void GoToDpi(int dpi, int width = 800, int height = 600) {
-    RECT rect = {0, 0, ::MulDiv(width, dpi, 96), ::MulDiv(height, dpi, 96)};
-    ::SendMessageW(handle(), WM_DPICHANGED, static_cast<WPARAM>(MAKELONG(dpi, dpi)),
-                   reinterpret_cast<LPARAM>(&rect));
-  }
-
-  const std::filesystem::path folder = std::filesystem::temp_directory_path() /
-                                       (L"pylon setup " + std::to_wstring(::GetCurrentProcessId()));
+  const TempFolder folder;
   std::filesystem::file_time_type time = std::filesystem::file_time_type::clock::now();
   const AnsiCodePage& code_page = AnsiCodePage::Windows1252();
   FakeFactory factory;
@@ -152,29 +117,35 @@ struct SetupWindow : ::testing::Test {
   cActiveSync active_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
   cHotSync hot_sync{u"C:\\Pylon.exe", AnsiCodePage::Windows1252()};
   std::unique_ptr<ConduitInstaller> installer;
-  std::unique_ptr<SetupServices> real_services;
   std::unique_ptr<Services> services;
   std::unique_ptr<frmSetup> window;
-  bool plain_user = false;
   int closed = 0;
 };
 
 constexpr char kTwo[] = "[Memos]\r\nClassID=Lib.Memos\r\n[My App]\r\nClassID=Lib.App\r\n";
 
-TEST_F(SetupWindow, ListsTheConduits) {
-  Open(kTwo);
+TEST_F(SetupWindow, IsThereBeforeItListsTheConduits) {
+  Open(kTwo, cConduitList::Reading::kLater);
+  EXPECT_EQ(factory.created, 0);
   EXPECT_TRUE(::IsWindowVisible(handle()));
+  EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint))) << "there may be conduits";
+  Pump(*window);
   ASSERT_EQ(Rows(), 2);
   const char16_t* const cells[] = {u"The Lib.App", u"1.2", u"Somebody", u"My App", u"", u"Ready"};
   for (int column = 0; column < 6; ++column) EXPECT_EQ(Cell(1, column), cells[column]) << column;
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint)));
   EXPECT_EQ(Text(frmSetup::kFile), u"Settings file: " + list->FileName());
   EXPECT_EQ(Text(frmSetup::kName), u"The Lib.Memos 1.2 by Somebody");
+  CConduitInfo info(IniStoreFiles(code_page));
+  info.SetAppFolder(list->PCFolder(2));
+  ASSERT_TRUE(info.SetSyncDateTime(36'526.75));
+  PressF5();
+  EXPECT_EQ(Cell(1, 4), u"2000-01-01 18:00:00");
+  EXPECT_EQ(Cell(0, 4), u"");
   Select(1);
   EXPECT_EQ(Text(frmSetup::kName), u"The Lib.App 1.2 by Somebody");
-}
 
-TEST_F(SetupWindow, AConduitThatCantBeLoadedIsGreyedWithTheReason) {
+  // One that can't be loaded is greyed, with the reason.
   Open("[Gone]\r\nClassID=No.Such\r\n[Bare]\r\n");
   EXPECT_EQ(Cell(0, 0), u"No Longer Compatible");
   EXPECT_EQ(Cell(0, 5), u"Can't be loaded: no such class");
@@ -182,15 +153,11 @@ TEST_F(SetupWindow, AConduitThatCantBeLoadedIsGreyedWithTheReason) {
   EXPECT_EQ(Text(frmSetup::kName), u"Gone. Can't be loaded: no such class");
   EXPECT_FALSE(Enabled(handle(), frmSetup::kSync));
   EXPECT_TRUE(Enabled(handle(), frmSetup::kRemove));
-  NMLVCUSTOMDRAW draw = {};
-  draw.nmcd.hdr = {Control(frmSetup::kList), frmSetup::kList, static_cast<UINT>(NM_CUSTOMDRAW)};
-  draw.nmcd.dwDrawStage = CDDS_ITEMPREPAINT;
-  ::SendMessageW(handle(), WM_NOTIFY, frmSetup::kList, reinterpret_cast<LPARAM>(&draw));
-  EXPECT_EQ(draw.clrText, ::GetSysColor(COLOR_GRAYTEXT));
+  EXPECT_EQ(ColourOf(Control(frmSetup::kList), 0), ::GetSysColor(COLOR_GRAYTEXT));
 }
 
-TEST_F(SetupWindow, WithoutConduitsItTellsHowToRegisterOne) {
-  Open(nullptr);
+TEST_F(SetupWindow, WithoutConduitsItTellsHowToRegisterOneOrThatTheFileCantBeRead) {
+  Open("");
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kList)));
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kHint)));
   EXPECT_EQ(Text(frmSetup::kName), u"No conduit is selected.");
@@ -205,14 +172,9 @@ TEST_F(SetupWindow, WithoutConduitsItTellsHowToRegisterOne) {
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kList)));
   EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint)));
   EXPECT_TRUE(Enabled(handle(), frmSetup::kSync));
-}
 
-TEST_F(SetupWindow, SaysThatTheSettingsFileCantBeRead) {
-  Open(kTwo);
   {
-    const FileHandle held(::CreateFileW(Wide(list->FileName()), GENERIC_READ, 0, nullptr,
-                                        OPEN_EXISTING, FILE_ATTRIBUTE_NORMAL, nullptr));
-    ASSERT_TRUE(held);
+    const Holder holder(list->FileName());
     PressF5();
   }
   EXPECT_TRUE(::IsWindowVisible(Control(frmSetup::kHint)));
@@ -268,25 +230,9 @@ TEST_F(SetupWindow, StaysInOneStateWhileComponentsPumpMessages) {
   EXPECT_EQ(factory.created, before + 2);
   EXPECT_EQ(window->add_window(), nullptr);
   EXPECT_EQ(Rows(), 2);
-  factory.on_create = [this] { ::SendMessageW(handle(), WM_CLOSE, 0, 0); };
-  PressF5();
-  factory.on_create = [] {};
-  Pump(*window);
-  EXPECT_EQ(closed, 1) << "once the conduits have been asked";
-}
 
-TEST_F(SetupWindow, IsThereBeforeTheListIsRead) {
-  Open(kTwo, cConduitList::Reading::kLater);
-  EXPECT_EQ(factory.created, 0);
-  EXPECT_TRUE(::IsWindowVisible(handle()));
-  EXPECT_FALSE(::IsWindowVisible(Control(frmSetup::kHint))) << "there may be conduits";
-  Pump(*window);
-  EXPECT_EQ(Rows(), 2);
-}
-
-TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
-  Open(kTwo);
-  const int before = factory.created;
+  // Cancel ends the reading of a long list.
+  const int before_cancel = factory.created;
   factory.on_create = [this] {
     EXPECT_EQ(::GetFocus(), Control(frmSetup::kCancel));
     ::PostMessageW(::GetFocus(), WM_KEYDOWN, VK_ESCAPE, 1);
@@ -294,7 +240,7 @@ TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
   ::SetFocus(Control(frmSetup::kList));
   PressF5();
   EXPECT_EQ(::GetFocus(), Control(frmSetup::kList));
-  EXPECT_EQ(factory.created, before + 1);
+  EXPECT_EQ(factory.created, before_cancel + 1);
   EXPECT_EQ(Cell(0, 5), u"Ready");
   EXPECT_EQ(Cell(1, 5), u"Can't be loaded: not asked, because the reading was cancelled");
   EXPECT_EQ(Text(frmSetup::kStatus), u"Reading was cancelled. F5 reads the rest.");
@@ -310,10 +256,8 @@ TEST_F(SetupWindow, CancelEndsTheReadingOfALongList) {
   PressF5();
   EXPECT_EQ(Text(frmSetup::kStatus), u"Ready");
   EXPECT_EQ(closed, 0);
-}
 
-TEST_F(SetupWindow, TheEndOfWorkTakesTheFocusFromNoOtherWindow) {
-  Open(kTwo);
+  // The end of work takes the focus from no other window.
   Click(handle(), frmSetup::kLog);
   const HWND log = window->log_window()->handle();
   ::SetFocus(Control(frmSetup::kReload));
@@ -322,6 +266,12 @@ TEST_F(SetupWindow, TheEndOfWorkTakesTheFocusFromNoOtherWindow) {
   EXPECT_EQ(::GetActiveWindow(), log);
   ::SetActiveWindow(handle());
   EXPECT_EQ(::GetFocus(), Control(frmSetup::kReload));
+
+  factory.on_create = [this] { ::SendMessageW(handle(), WM_CLOSE, 0, 0); };
+  PressF5();
+  factory.on_create = [] {};
+  Pump(*window);
+  EXPECT_EQ(closed, 1) << "once the conduits have been asked";
 }
 
 TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
@@ -345,16 +295,42 @@ TEST_F(SetupWindow, ClosesByButtonEscAndFrame) {
 }
 
 TEST_F(SetupWindow, SyncStartsThisProgramAndTellsHowItEnded) {
-  Open(kTwo);
-  Select(1);
+  const std::string simulated =
+      "[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" +
+      kTwo;
+  Open(simulated);
+  ASSERT_TRUE(Enabled(handle(), frmSetup::kSyncWith));
+  const struct {
+    WPARAM with;
+    const char* command;
+  } cases[] = {{2, "/sync /only \"memo\""},
+               {1, "-AppId \"Memos\" -Database 5"},
+               {0, "-AppId \"Memos\" -Database 4"}};
+  for (const auto& c : cases) {
+    ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, c.with, 0);
+    const CommandReport report(folder.File(u"report " + ToText(static_cast<int>(c.with))));
+    PressF5();
+    Click(handle(), frmSetup::kSync);
+    const std::string command = report.Wait();
+    EXPECT_TRUE(command.ends_with(std::string("\" ") + c.command)) << command;
+  }
+  Settings(kTwo);
+  PressF5();
   EXPECT_FALSE(Enabled(handle(), frmSetup::kSyncWith)) << "no simulated device is set up";
-  const CommandReport report((folder / "report.txt").u16string());
+  Select(1);
+  const CommandReport report(folder.File(u"report.txt"));
   Press(*window, Control(frmSetup::kList), VK_RETURN);
   const std::string command = report.Wait();
   EXPECT_TRUE(command.ends_with("\" -AppId \"My App\" -Database 4")) << command;
   EXPECT_EQ(Text(frmSetup::kStatus), u"The Lib.App: sync finished.");
   EXPECT_TRUE(Enabled(handle(), frmSetup::kSync));
   EXPECT_FALSE(Enabled(handle(), frmSetup::kCancel));
+
+  Settings("[-x]\r\nClassID=Lib.X\r\n");
+  PressF5();
+  const BoxAnswer answer;
+  Click(handle(), frmSetup::kSync);
+  EXPECT_TRUE(answer.Has(u"begins with '-'")) << ToUtf8(answer.text());
 }
 
 bool busy_as_expected = false;
@@ -367,7 +343,7 @@ void CALLBACK CheckBusyAndPressEscape(HWND, UINT, UINT_PTR, DWORD) {
 }
 
 TEST_F(SetupWindow, CancelEndsASyncByTheSyncsOwnCancel) {
-  Open(("[Pylon]\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" + kTwo).c_str());
+  Open("[Pylon]\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" + kTwo);
   frmStatus other;  // some other sync's, which is none of ours
   bool other_cancelled = false;
   other.on_cancel = [&other_cancelled] { other_cancelled = true; };
@@ -397,34 +373,7 @@ TEST_F(SetupWindow, CancelEndsASyncByTheSyncsOwnCancel) {
   }
 }
 
-TEST_F(SetupWindow, ASimulatedDeviceCanBeChosen) {
-  Open(("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\nSimulatedPalm=" + ToUtf8(ProgramPath()) + "\r\n" +
-        kTwo)
-           .c_str());
-  ASSERT_TRUE(Enabled(handle(), frmSetup::kSyncWith));
-  const char* const commands[] = {"-AppId \"Memos\" -Database 4", "-AppId \"Memos\" -Database 5",
-                                  "/sync /only \"memo\""};
-  for (int choice = 2; choice >= 0; --choice) {
-    ::SendMessageW(Control(frmSetup::kSyncWith), CB_SETCURSEL, static_cast<WPARAM>(choice), 0);
-    const CommandReport report((folder / "report.txt").u16string());
-    PressF5();
-    Click(handle(), frmSetup::kSync);
-    const std::string command = report.Wait();
-    EXPECT_TRUE(command.ends_with(std::string("\" ") + commands[choice])) << command;
-  }
-  Settings(kTwo);
-  PressF5();
-  EXPECT_FALSE(Enabled(handle(), frmSetup::kSyncWith));
-}
-
-TEST_F(SetupWindow, AConduitThatNoCommandLineCanNameIsToldOf) {
-  Open("[-x]\r\nClassID=Lib.X\r\n");
-  const BoxAnswer answer;
-  Click(handle(), frmSetup::kSync);
-  EXPECT_TRUE(answer.Has(u"begins with '-'")) << ToUtf8(answer.text());
-}
-
-TEST_F(SetupWindow, InstallsAndRemovesForActiveSync) {
+TEST_F(SetupWindow, InstallsAndRemovesForActiveSyncAndTurnsGuestModeOnAndOff) {
   Registry registry;
   SKIP_WITH_ACTIVESYNC(registry);
   Open(kTwo);
@@ -440,17 +389,6 @@ TEST_F(SetupWindow, InstallsAndRemovesForActiveSync) {
     Click(handle(), installed ? frmSetup::kRemoveActiveSync : frmSetup::kInstallActiveSync);
   }
   Click(handle(), frmSetup::kRemoveActiveSync);
-  services->broken = true;
-  const BoxAnswer answer;
-  Click(handle(), frmSetup::kInstallActiveSync);
-  EXPECT_TRUE(answer.Has(u"the registry is gone")) << ToUtf8(answer.text());
-}
-
-TEST_F(SetupWindow, GuestModeIsWhatTheButtonSays) {
-  Registry registry;
-  SKIP_WITH_ACTIVESYNC(registry);
-  registry.Install(u"C:\\CEAPPMGR.EXE");
-  Open(kTwo);
   EXPECT_EQ(Text(frmSetup::kGuestMode), u"Turn &guest mode on");
   Click(handle(), frmSetup::kGuestMode);
   EXPECT_TRUE(active_sync.GuestMode());
@@ -458,19 +396,22 @@ TEST_F(SetupWindow, GuestModeIsWhatTheButtonSays) {
   Click(handle(), frmSetup::kGuestMode);
   EXPECT_FALSE(active_sync.GuestMode());
   EXPECT_EQ(Text(frmSetup::kPcActiveSync), u"ActiveSync is on this PC. Guest mode is off.");
-}
 
-TEST_F(SetupWindow, WhatNeedsAnAdministratorRunsAsAStepOfItsOwn) {
-  Registry registry;
-  SKIP_WITH_ACTIVESYNC(registry);
-  registry.Install(u"C:\\CEAPPMGR.EXE");
-  plain_user = true;
-  Open(kTwo);
+  services->broken = true;
+  {
+    const BoxAnswer answer;
+    Click(handle(), frmSetup::kInstallActiveSync);
+    EXPECT_TRUE(answer.Has(u"the registry is gone")) << ToUtf8(answer.text());
+  }
+
+  // What needs an administrator runs as a step of its own.
+  services->plain_user = true;
+  PressF5();
   const std::pair<int, const char*> steps[] = {
       {frmSetup::kInstallActiveSync, "-AppId \"Memos\" -install -system ActiveSync"},
       {frmSetup::kGuestMode, "-guestmode on"}};
   for (const auto& [button, arguments] : steps) {
-    const CommandReport report((folder / ("report " + std::to_string(button))).u16string());
+    const CommandReport report(folder.File(u"report " + ToText(button)));
     Click(handle(), button);
     const std::string command = report.Wait();
     EXPECT_TRUE(command.ends_with(std::string("\" ") + arguments)) << command;
@@ -486,8 +427,8 @@ TEST_F(SetupWindow, SuchAStepIsDoneByTheProgram) {
   SKIP_WITH_ACTIVESYNC(registry);
   registry.Install(u"C:\\CEAPPMGR.EXE");
   Settings(kTwo);
-  std::filesystem::copy_file("Pylon.exe", folder / "Pylon.exe");
-  const std::u16string program = (folder / "Pylon.exe").u16string();
+  const std::u16string program = folder.File(u"Pylon.exe");
+  std::filesystem::copy_file("Pylon.exe", program);
   const BoxAnswer answer;
   const auto run = [&](const std::u16string& arguments) {
     const WaitResult result =
@@ -507,8 +448,13 @@ TEST_F(SetupWindow, SuchAStepIsDoneByTheProgram) {
   EXPECT_TRUE(answer.Has(u"'Nobody' is not registered with Pyln.")) << ToUtf8(answer.text());
 }
 
-TEST_F(SetupWindow, ConfiguresByTheComponent) {
+TEST_F(SetupWindow, ConfiguresByTheComponentAndTellsOfAFolderThatIsNotThereYet) {
   Open("[A]\r\nClassID=Lib.A\r\n[B]\r\nClassID=Lib.Broken\r\n");
+  for (const int id : {frmSetup::kFolder, frmSetup::kDatabases}) {
+    const BoxAnswer answer;
+    Click(handle(), id);
+    EXPECT_TRUE(answer.Has(u"\\A")) << ToUtf8(answer.text());
+  }
   const int before = FakeComponent::configured;
   Click(handle(), frmSetup::kConfigure);
   EXPECT_EQ(FakeComponent::configured, before + 1);
@@ -516,25 +462,6 @@ TEST_F(SetupWindow, ConfiguresByTheComponent) {
   const BoxAnswer answer;
   Click(handle(), frmSetup::kConfigure);
   EXPECT_TRUE(answer.Has(u"no settings today")) << ToUtf8(answer.text());
-}
-
-TEST_F(SetupWindow, ShowsWhenAConduitWasLastSynced) {
-  Open(kTwo);
-  CConduitInfo info(IniStoreFiles(code_page));
-  info.SetAppFolder(list->PCFolder(2));
-  ASSERT_TRUE(info.SetSyncDateTime(36'526.75));
-  PressF5();
-  EXPECT_EQ(Cell(1, 4), u"2000-01-01 18:00:00");
-  EXPECT_EQ(Cell(0, 4), u"");
-}
-
-TEST_F(SetupWindow, AFolderThatIsNotThereYetIsToldOf) {
-  Open(kTwo);
-  for (const int id : {frmSetup::kFolder, frmSetup::kDatabases}) {
-    const BoxAnswer answer;
-    Click(handle(), id);
-    EXPECT_TRUE(answer.Has(u"\\Memos")) << ToUtf8(answer.text());
-  }
 }
 
 TEST_F(SetupWindow, AddsAConduitAndSelectsIt) {
@@ -547,16 +474,16 @@ TEST_F(SetupWindow, AddsAConduitAndSelectsIt) {
   Press(*window, ::GetDlgItem(add, frmAddConduit::kAppId), VK_RETURN);
   EXPECT_FALSE(::IsWindow(add));
   EXPECT_TRUE(::IsWindowEnabled(handle()));
-  EXPECT_EQ(SettingsNow(),
+  EXPECT_EQ(folder.Read(u"Pylon.ini"),
             "; mine\r\n[Memos]\r\nClassID=Lib.Memos\r\n\r\n[The LibNew]\r\nClassID=Lib.New\r\n");
   ASSERT_EQ(Rows(), 2);
   EXPECT_EQ(Selected(), 1);
   EXPECT_EQ(Cell(1, 3), u"The LibNew");
 }
 
-TEST_F(SetupWindow, RemovesTheSectionAndNothingElse) {
-  Open((std::string("; mine\r\n") + kTwo).c_str());
-  std::filesystem::create_directories(folder / "Memos");
+TEST_F(SetupWindow, RemovesTheSectionAndNothingElseAndTheSelectionStaysInItsPlace) {
+  Open(std::string("; mine\r\n") + kTwo);
+  std::filesystem::create_directory(folder.File(u"Memos"));
   {
     const BoxAnswer answer(IDNO);
     Press(*window, Control(frmSetup::kList), VK_DELETE);
@@ -565,21 +492,18 @@ TEST_F(SetupWindow, RemovesTheSectionAndNothingElse) {
   }
   const BoxAnswer answer(IDYES);
   Click(handle(), frmSetup::kRemove);
-  EXPECT_EQ(SettingsNow(), "; mine\r\n[My App]\r\nClassID=Lib.App\r\n");
+  EXPECT_EQ(folder.Read(u"Pylon.ini"), "; mine\r\n[My App]\r\nClassID=Lib.App\r\n");
   ASSERT_EQ(Rows(), 1);
   EXPECT_EQ(Cell(0, 3), u"My App");
-  EXPECT_TRUE(std::filesystem::exists(folder / "Memos"));
-}
+  EXPECT_TRUE(folder.Exists(u"Memos"));
 
-TEST_F(SetupWindow, TheSelectionStaysInItsPlace) {
-  Open("[A]\r\nClassID=L.A\r\n[B]\r\nClassID=L.B\r\n[]\r\n[A]\r\n[C]\r\nClassID=L.C\r\n");
-  EXPECT_EQ(Selected(), 0);
+  Settings("[A]\r\nClassID=L.A\r\n[B]\r\nClassID=L.B\r\n[]\r\n[A]\r\n[C]\r\nClassID=L.C\r\n");
+  PressF5();
   for (const int row : {3, 2, 1}) {
     Select(row);
     PressF5();
     EXPECT_EQ(Selected(), row);
   }
-  const BoxAnswer answer(IDYES);
   Click(handle(), frmSetup::kRemove);
   EXPECT_EQ(Rows(), 4);
   EXPECT_EQ(Selected(), 1) << "the one behind it";
@@ -602,13 +526,13 @@ TEST_F(SetupWindow, ShowsTheLogAndAbout) {
   EXPECT_TRUE(::IsWindowEnabled(handle()));
 }
 
-TEST_F(SetupWindow, ColumnsAndSizeAreKept) {
+TEST_F(SetupWindow, ColumnsAndSizeAreKeptAndFitOnTheScreen) {
   Open(kTwo);
   ListView_SetColumnWidth(Control(frmSetup::kList), 1, 123);
   ::SetWindowPos(handle(), nullptr, 0, 0, 900, 700, SWP_NOMOVE | SWP_NOZORDER);
   RECT before = {};
   ::GetClientRect(handle(), &before);
-  Open(nullptr);
+  Open("");
   RECT after = {};
   ::GetClientRect(handle(), &after);
   EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 123);
@@ -623,17 +547,16 @@ TEST_F(SetupWindow, ColumnsAndSizeAreKept) {
   wide.cxy = 2000;
   NMHEADERW drag = {{ListView_GetHeader(Control(frmSetup::kList)), 0, HDN_ENDTRACKW}, 5, 0, &wide};
   ::SendMessageW(handle(), WM_NOTIFY, 0, reinterpret_cast<LPARAM>(&drag));
-  Open(nullptr);
+  Open("");
   ::GetClientRect(handle(), &after);
   EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 99);
   EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 5), 2000);
   EXPECT_EQ(after.right, before.right);
   EXPECT_EQ(after.bottom, before.bottom);
-  GoToDpi(192);
+  ChangeDpi(handle(), 192);
   EXPECT_EQ(ListView_GetColumnWidth(Control(frmSetup::kList), 1), 198);
-}
 
-TEST_F(SetupWindow, FitsOnTheScreenAtFirst) {
+  // What was kept on a larger screen, or by nobody.
   for (const wchar_t* kept : {L"3900 3900 99 99 99 99 99 0", L"junk"}) {
     const auto size = static_cast<DWORD>((std::wcslen(kept) + 1) * sizeof(wchar_t));
     ::RegSetKeyValueW(HKEY_CURRENT_USER, kLayoutKey, L"Layout", REG_SZ, kept, size);
@@ -648,7 +571,7 @@ TEST_F(SetupWindow, FitsOnTheScreenAtFirst) {
 }
 
 TEST_F(SetupWindow, TheTabKeyGoesFromTopToBottomAndALabelsKeyToWhatItNames) {
-  Open((std::string("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\n") + kTwo).c_str());
+  Open(std::string("[Pylon]\r\nSimulatedPocketPC=rapi.dll\r\n") + kTwo);
   ::SetFocus(Control(frmSetup::kList));
   ::PostMessageW(Control(frmSetup::kList), WM_SYSCHAR, L'w', 1 << 29);
   Pump(*window);
@@ -667,7 +590,7 @@ TEST_F(SetupWindow, IsTidyAtEveryDpiWithNoneOneAndManyConduits) {
     many += "[App " + std::to_string(i) + "]\r\nClassID=Lib.A" + std::to_string(i) + "\r\n";
   }
   for (const std::string& settings : {std::string(), std::string("[A]\r\nClassID=L.A\r\n"), many}) {
-    Open(settings.c_str());
+    Open(settings);
     SCOPED_TRACE(std::to_string(Rows()) + " conduits");
     for (const SIZE size : {SIZE{800, 600}, {740, 560}, {1200, 800}}) {
       ExpectTidyAtEveryDpi(handle(), size);
