@@ -133,65 +133,44 @@ TEST_F(ObjectTest, OnlyWhatLeavesTheProcessCountsAsAClient) {
 TEST_F(ObjectTest, LateBoundArgumentsAreConvertedAndWrittenBack) {
   const auto stream = NewStream();
   com::Variant offset(0);
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"LongToByte", {Plain(0x01020304), ByReference(offset)}).result);
+  Do(stream.get(), u"LongToByte", {Plain(0x01020304), ByReference(offset)});
   EXPECT_EQ(V_I4(offset.get()), 4);
-  EXPECT_EQ(V_I4(Call(stream.get(), u"length", {}).value.get()), 4);
+  EXPECT_EQ(V_I4(Do(stream.get(), u"length").get()), 4);
 
   // A script's fresh variable is empty and its numbers are doubles: both convert.
   com::Variant value;
   com::Variant from;
   *from.get() = Plain(0.0);
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"ByteToLong", {ByReference(value), ByReference(from)}).result);
+  Do(stream.get(), u"ByteToLong", {ByReference(value), ByReference(from)});
   EXPECT_EQ(V_VT(value.get()), VT_I4);
   EXPECT_EQ(V_I4(value.get()), 0x01020304);
   EXPECT_EQ(V_VT(from.get()), VT_I4);
   EXPECT_EQ(V_I4(from.get()), 4);
-}
 
-TEST_F(ObjectTest, PlainValuesAndTypedReferencesAreTaken) {
-  const auto stream = NewStream();
   // Plain values go where nothing is to be written back.
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"IntegerToByte", {Plain(258.0), Plain(0), Plain(-1)}).result);
-  com::Variant value;
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"ByteToInteger", {ByReference(value), Plain(0.0), Plain(1)}).result);
+  Do(stream.get(), u"IntegerToByte", {Plain(258.0), Plain(0), Plain(-1)});
+  value = com::Variant();
+  Do(stream.get(), u"ByteToInteger", {ByReference(value), Plain(0.0), Plain(1)});
   EXPECT_EQ(V_I2(value.get()), 258);
   short narrow = 0;
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"SetByte", {Plain(7), Typed(VT_I2, &narrow)}).result);
+  Do(stream.get(), u"SetByte", {Plain(7), Typed(VT_I2, &narrow)});
   EXPECT_EQ(narrow, 1);
-}
 
-TEST_F(ObjectTest, MoneyAndWideNumbersConvert) {
-  const auto stream = NewStream();
   VARIANT money;
   V_VT(&money) = VT_CY;
   V_CY(&money).int64 = 1'234'567;
   DECIMAL wide = {};
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"CurrencyToByte", {money, Typed(VT_DECIMAL, &wide)}).result);
+  Do(stream.get(), u"CurrencyToByte", {money, Typed(VT_DECIMAL, &wide)});
   EXPECT_EQ(wide.Lo64, 8U);
-  com::Variant read;
-  ASSERT_HRESULT_SUCCEEDED(
-      Call(stream.get(), u"ByteToCurrency", {ByReference(read), Plain(0)}).result);
-  ASSERT_EQ(V_VT(read.get()), VT_CY);
-  EXPECT_EQ(V_CY(read.get()).int64, 1'234'567);
-}
+  Do(stream.get(), u"ByteToCurrency", {ByReference(value), Plain(0)});
+  ASSERT_EQ(V_VT(value.get()), VT_CY);
+  EXPECT_EQ(V_CY(value.get()).int64, 1'234'567);
 
-TEST_F(ObjectTest, ADoubleReadLeavesTheCallersByteOrderInvertedWhenTheStreamSwaps) {
-  const auto stream = NewStream();
+  // Reading a double leaves the caller's byte order inverted when the stream swaps.
   stream->put_GlobalByteSwap(VARIANT_TRUE);
-  long offset = 0;
-  stream->DoubleToByte(1.5, &offset, VARIANT_FALSE);
-  com::Variant value;
-  com::Variant from(0);
+  Do(stream.get(), u"DoubleToByte", {Plain(1.5), Plain(0), Plain(0)});
   VARIANT_BOOL swap = VARIANT_FALSE;
-  ASSERT_HRESULT_SUCCEEDED(Call(stream.get(), u"ByteToDouble",
-                                {ByReference(value), ByReference(from), Typed(VT_BOOL, &swap)})
-                               .result);
+  Do(stream.get(), u"ByteToDouble", {ByReference(value), Plain(0), Typed(VT_BOOL, &swap)});
   EXPECT_EQ(V_R8(value.get()), 1.5);
   EXPECT_EQ(swap, VARIANT_TRUE);
 }
@@ -317,9 +296,8 @@ TEST_F(ObjectTest, ErrorsCarryBasicsNumberTheClassAndASentence) {
   EXPECT_EQ(stream->get_length(nullptr), E_POINTER);
   com::Ptr<IErrorInfo> stale;
   EXPECT_EQ(::GetErrorInfo(0, stale.Receive()), S_FALSE);
-}
 
-TEST_F(ObjectTest, EveryClassAnswersForTheErrorsOfItsInterfaces) {
+  // Every class answers for the errors of its interfaces.
   const std::pair<IID, com::Ptr<ISupportErrorInfo>> objects[] = {
       {IID__PDBByteStream, NewStream().As<ISupportErrorInfo>()},
       {IID__PDBUtils, com::Make<UtilsObject>(server_).As<ISupportErrorInfo>()},
@@ -373,16 +351,15 @@ TEST_F(ObjectTest, ADatabaseWhoseOpeningRaisesIsHandedOutAllTheSame) {
   ASSERT_HRESULT_SUCCEEDED(files->Database(1, listed.Receive()));
   ASSERT_TRUE(database);
   EXPECT_EQ(database.get(), listed.get());
-}
 
-TEST_F(ObjectTest, AClosedDatabaseRefusesWhatItCannotDo) {
-  const auto database = com::Make<DatabaseObject>(server_).As<::_PDBDatabasePC>();
+  // A closed one refuses what it can't do.
+  const auto closed = com::Make<DatabaseObject>(server_).As<::_PDBDatabasePC>();
   ::_CSyncIndex* index = nullptr;
-  EXPECT_EQ(database->get_SyncIndex(&index), static_cast<HRESULT>(0x800A0005));
+  EXPECT_EQ(closed->get_SyncIndex(&index), static_cast<HRESULT>(0x800A0005));
   long count = -1;
-  EXPECT_EQ(database->get_RecordCount(&count), static_cast<HRESULT>(0x800A0005));
+  EXPECT_EQ(closed->get_RecordCount(&count), static_cast<HRESULT>(0x800A0005));
   EXPECT_EQ(count, 0);
-  EXPECT_EQ(database->Remove(1), static_cast<HRESULT>(0x800A0005));
+  EXPECT_EQ(closed->Remove(1), static_cast<HRESULT>(0x800A0005));
 }
 
 TEST(ErrorNumber, OfAnHresultIsTheOneThatBasicShows) {

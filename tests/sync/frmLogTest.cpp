@@ -41,7 +41,7 @@ TEST_F(LogWindow, ListsTheNewestNinetyNineLines) {
   EXPECT_FALSE(::GetUpdateRect(List(), nullptr, FALSE));
 }
 
-TEST_F(LogWindow, ALineIsOneEntryAndCanBeScrolledInto) {
+TEST_F(LogWindow, ALineIsOneEntryAndTheListFillsTheWindowAtEveryDpi) {
   SKIP_WITHOUT_DRAWING();
   window.ShowLog(true);
   window.AddLine(u"one\r\ntwo");
@@ -51,6 +51,13 @@ TEST_F(LogWindow, ALineIsOneEntryAndCanBeScrolledInto) {
   EXPECT_GT(Ask(LB_GETHORIZONTALEXTENT), 100000);
   for (int i = 0; i < 99; ++i) window.AddLine(u"one two");
   EXPECT_EQ(Ask(LB_GETHORIZONTALEXTENT), narrow);
+  LRESULT height = 0;
+  for (const int dpi : {96, 144, 192}) {
+    ChangeDpi(window.handle(), dpi);
+    ExpectTidy(window.handle());
+    EXPECT_GT(Ask(LB_GETITEMHEIGHT), height) << dpi;
+    height = Ask(LB_GETITEMHEIGHT);
+  }
 }
 
 TEST_F(LogWindow, ClosingHidesItAndUnloadingEmptiesIt) {
@@ -69,18 +76,6 @@ TEST_F(LogWindow, ClosingHidesItAndUnloadingEmptiesIt) {
   window.AddLine(u"three");
   window.ShowLog(true);
   EXPECT_EQ(Ask(LB_GETCOUNT), 0);
-}
-
-TEST_F(LogWindow, TheListFillsTheWindowAtEveryDpi) {
-  window.ShowLog(true);
-  window.AddLine(u"a line");
-  LRESULT height = 0;
-  for (const int dpi : {96, 144, 192}) {
-    ChangeDpi(window.handle(), dpi);
-    ExpectTidy(window.handle());
-    EXPECT_GT(Ask(LB_GETITEMHEIGHT), height) << dpi;
-    height = Ask(LB_GETITEMHEIGHT);
-  }
 }
 
 }  // namespace

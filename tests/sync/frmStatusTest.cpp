@@ -37,7 +37,7 @@ struct StatusWindow : testing::Test {
   int cancels = 0;
 };
 
-TEST_F(StatusWindow, AppearsWithTheFirstMainLabel) {
+TEST_F(StatusWindow, AppearsWithTheFirstMainLabelAndSaysWhichConduitRuns) {
   EXPECT_FALSE(::IsWindowVisible(window.handle()));
   sync.UpdateStatusDetail(u"not yet");
   EXPECT_FALSE(::IsWindowVisible(window.handle()));
@@ -45,23 +45,15 @@ TEST_F(StatusWindow, AppearsWithTheFirstMainLabel) {
   EXPECT_TRUE(::IsWindowVisible(window.handle()));
   EXPECT_EQ(TextOf(Control(frmStatus::kMainLabel)), u"Working & waiting");
   EXPECT_EQ(TextOf(Control(frmStatus::kDetailLabel)), u"");
-}
-
-TEST_F(StatusWindow, SaysWhichConduitRuns) {
-  SKIP_WITHOUT_DRAWING();
-  window.SetHeading({u"Memos", u"Memos", u"A. Nyone", u"1.2", u"C:\\no such\\icon.ico"});
-  EXPECT_EQ(TextOf(window.handle()), u"Memos");
-  EXPECT_EQ(TextOf(Control(frmStatus::kApplicationName)), u"Memos");
-  EXPECT_EQ(TextOf(Control(frmStatus::kAuthor)), u"Author: A. Nyone");
-  EXPECT_EQ(TextOf(Control(frmStatus::kVersion)), u"Ver. 1.2");
-  EXPECT_NE(::SendMessageW(window.handle(), WM_GETICON, ICON_BIG, 0), 0);
-}
-
-TEST_F(StatusWindow, ALabelIsOneLine) {
   sync.UpdateStatusMain(u"one\r\ntwo\nthree\r");
   EXPECT_EQ(TextOf(Control(frmStatus::kMainLabel)), u"one two three ");
-  window.SetHeading({u"A\nB", u"A\nB", u"", u"", u""});
+  window.SetHeading({u"A\nB", u"A\nB", u"A. Nyone", u"1.2", u"C:\\no such\\icon.ico"});
   EXPECT_EQ(TextOf(window.handle()), u"A B");
+  EXPECT_EQ(TextOf(Control(frmStatus::kApplicationName)), u"A B");
+  EXPECT_EQ(TextOf(Control(frmStatus::kAuthor)), u"Author: A. Nyone");
+  EXPECT_EQ(TextOf(Control(frmStatus::kVersion)), u"Ver. 1.2");
+  SKIP_WITHOUT_DRAWING();
+  EXPECT_NE(::SendMessageW(window.handle(), WM_GETICON, ICON_BIG, 0), 0);
 }
 
 TEST_F(StatusWindow, EveryWayToCancelCountsOnceUntilTheNextPhase) {
@@ -91,16 +83,12 @@ TEST_F(StatusWindow, EveryWayToCancelCountsOnceUntilTheNextPhase) {
     EXPECT_FALSE(::IsWindowEnabled(Control(frmStatus::kCancel)));
     EXPECT_TRUE(::IsWindowVisible(window.handle()));
   }
-}
-
-TEST_F(StatusWindow, EnterDoesNotCancel) {
-  sync.UpdateStatusMain(u"A phase");
+  sync.UpdateStatusMain(u"Enter is no way");
   ::PostMessageW(Control(frmStatus::kCancel), WM_KEYDOWN, VK_RETURN, 0);
   sync.UpdateStatusDetail(u"");
   EXPECT_FALSE(sync.CancelSync());
-}
 
-TEST_F(StatusWindow, TheProgramsEndCancelsAndStaysInTheQueue) {
+  // The program's end is one, and stays in the queue.
   ::PostQuitMessage(7);
   sync.UpdateStatusDetail(u"");
   EXPECT_TRUE(sync.CancelSync());
@@ -139,7 +127,7 @@ TEST_F(StatusWindow, TheBarShowsWhatTheComponentSays) {
   EXPECT_EQ(::SendMessageW(Control(frmStatus::kBar), PBM_GETRANGE, FALSE, 0), 1);
 }
 
-TEST_F(StatusWindow, IsTidyAtEveryDpi) {
+TEST_F(StatusWindow, IsTidyAtEveryDpiAndAfterMinimising) {
   SKIP_WITHOUT_DRAWING();
   window.SetHeading({u"Memos", u"Memos", u"Somebody", u"1.0", u""});
   sync.UpdateStatusMain(u"Sending records");
@@ -164,11 +152,9 @@ TEST_F(StatusWindow, IsTidyAtEveryDpi) {
       }
     }
   }
-}
 
-TEST_F(StatusWindow, AMinimisedWindowStaysSoAndTakesItsSizeWhenRestored) {
-  SKIP_WITHOUT_DRAWING();
-  sync.UpdateStatusMain(u"A phase");
+  // A minimised window stays so and takes its size when it is restored.
+  window.ShowFilePanel(false);
   const SIZE before = ClientSize();
   ::ShowWindow(window.handle(), SW_MINIMIZE);
   window.ShowFilePanel(true);

@@ -81,17 +81,15 @@ struct SyncInfo : testing::Test {
   using Calls = std::vector<std::string>;
 };
 
-struct BarCase {
-  const char* name;
-  void (*act)(oSyncInfo&);
-  int32_t maximum, value;
-  bool shown;   // the window heard of it
-  bool pumped;  // and processed its input
-};
-
 TEST_F(SyncInfo, BarOperations) {
   // Each starts from a bar of maximum 10 at 5.
-  const BarCase cases[] = {
+  const struct {
+    const char* name;
+    void (*act)(oSyncInfo&);
+    int32_t maximum, value;
+    bool shown;   // the window heard of it
+    bool pumped;  // and processed its input
+  } cases[] = {
       {"maximum", [](oSyncInfo& s) { s.UpdateStatusMaxBar(20); }, 20, 0, true, true},
       {"maximum 0", [](oSyncInfo& s) { s.UpdateStatusMaxBar(0); }, 1, 0, true, false},
       {"maximum -1", [](oSyncInfo& s) { s.UpdateStatusMaxBar(-1); }, 10, 5, false, false},
@@ -107,7 +105,7 @@ TEST_F(SyncInfo, BarOperations) {
       {"far up", [](oSyncInfo& s) { s.UpdateStatusIncrementBar(kHighest); }, 10, 5, false, false},
       {"far down", [](oSyncInfo& s) { s.UpdateStatusIncrementBar(kLowest); }, 10, 5, false, false},
   };
-  for (const BarCase& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
     sync.UpdateStatusMaxBar(10);
     sync.UpdateStatusBarValue(5);
@@ -120,16 +118,14 @@ TEST_F(SyncInfo, BarOperations) {
     EXPECT_EQ(view.bar.maximum(), c.maximum);
     EXPECT_EQ(view.bar.value(), c.value);
   }
-}
-
-TEST_F(SyncInfo, IncrementsAtTheTopOfTheRangeDoNotWrap) {
+  // At the top of the range nothing wraps.
   sync.UpdateStatusMaxBar(kHighest);
   sync.UpdateStatusBarValue(kHighest - 1);
   sync.UpdateStatusIncrementBar(kHighest);
   EXPECT_EQ(view.bar.value(), kHighest - 1);
 }
 
-TEST_F(SyncInfo, MainStartsAPhase) {
+TEST_F(SyncInfo, MainStartsAPhaseAndDetailLetsACancelIn) {
   sync.SetCancelSync(true);
   EXPECT_FALSE(view.cancel_enabled);
   view.calls.clear();
@@ -139,18 +135,15 @@ TEST_F(SyncInfo, MainStartsAPhase) {
   EXPECT_EQ(view.detail_label, u"");
   EXPECT_FALSE(sync.CancelSync());
   EXPECT_TRUE(view.cancel_enabled);
-}
 
-TEST_F(SyncInfo, DetailLetsACancelIn) {
+  view.calls.clear();
   view.on_events = [this] { sync.SetCancelSync(true); };
   sync.UpdateStatusDetail(u"Record 1");
   EXPECT_EQ(view.calls, (Calls{"SetDetailLabel", "ProcessEvents", "EnableCancel"}));
   EXPECT_EQ(view.detail_label, u"Record 1");
   EXPECT_TRUE(sync.CancelSync());
   EXPECT_FALSE(view.cancel_enabled);
-}
 
-TEST_F(SyncInfo, LogLinesGoToTheLog) {
   sync.UpdateLog(u"one");
   sync.UpdateLog(u"");
   EXPECT_EQ(log.lines, (std::vector<std::u16string>{u"one", u""}));
