@@ -50,7 +50,7 @@ STDMETHODIMP ByteStreamObject::put_DatabaseFor(::eDatabaseForType value) noexcep
   return Do([&] { stream_.SetDatabaseFor(static_cast<eDatabaseForType>(value)); });
 }
 STDMETHODIMP ByteStreamObject::get_ByteArray(VARIANT* value) noexcept {
-  if (!value) return Refuse(E_POINTER);
+  if (!value) return FailWith(E_POINTER);
   ::VariantInit(value);
   return Do([&] {
     const auto array = stream_.ByteArray();

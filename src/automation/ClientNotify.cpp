@@ -218,7 +218,7 @@ HRESULT STDMETHODCALLTYPE Invoke(ClientNotifyFace* face, DISPID member, REFIID i
                                           exception, bad_argument);
 }
 
-[[noreturn]] void Refuse(std::u16string_view member, std::u16string_view why) {
+[[noreturn]] void ThrowUnusable(std::u16string_view member, std::u16string_view why) {
   throw AutomationError(ErrorNumber::kInternal,
                         u"Pylon can't serve HotSync's " + std::u16string(Layout::kName) + u"." +
                             std::u16string(member) + u": " + std::u16string(why));
@@ -335,15 +335,17 @@ ClientNotifyLayout::ClientNotifyLayout(com::Ptr<ITypeInfo> type_info) {
     // The library lists a dual interface by its dispatch side; the slots are those of the other.
     HREFTYPE reference = 0;
     if (FAILED(type_info->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference))) {
-      Refuse(u"*", u"it has no slots.");
+      ThrowUnusable(u"*", u"it has no slots.");
     }
     com::Check(type_info->GetRefTypeInfo(reference, members.Receive()));
   }
   ReadInterface(members.get(), 0);
   for (size_t i = 0; i < vtable_.size(); ++i) {
-    if (!vtable_[i]) Refuse(u"*", u"its slot " + ToText(static_cast<int64_t>(i)) + u" is missing.");
+    if (!vtable_[i])
+      ThrowUnusable(u"*", u"its slot " + ToText(static_cast<int64_t>(i)) + u" is missing.");
   }
-  if (arguments_[kBeginProcess].empty()) Refuse(kMembers[kBeginProcess].name, u"it is missing.");
+  if (arguments_[kBeginProcess].empty())
+    ThrowUnusable(kMembers[kBeginProcess].name, u"it is missing.");
   if (vtable_[kUnknownSlots] == reinterpret_cast<Slot>(&GetTypeInfoCount)) {
     dispatch_ = std::make_unique<DispatchTable>(std::move(type_info));
   }
@@ -368,7 +370,7 @@ void ClientNotifyLayout::ReadInterface(ITypeInfo* info, int depth) {
   com::Ptr<ITypeInfo> base;
   if (depth > kMostBases || FAILED(info->GetRefTypeOfImplType(0, &reference)) ||
       FAILED(info->GetRefTypeInfo(reference, base.Receive()))) {
-    Refuse(u"*", u"it does not lead to IUnknown.");
+    ThrowUnusable(u"*", u"it does not lead to IUnknown.");
   }
   ReadInterface(base.get(), depth + 1);
   for (UINT i = 0; i < attributes->cFuncs; ++i) {
@@ -382,12 +384,12 @@ void ClientNotifyLayout::Place(ITypeInfo* info, const FUNCDESC& function) {
   const std::u16string name = NameOf(info, function.memid);
   const auto offset = static_cast<size_t>(static_cast<uint16_t>(function.oVft));
   const size_t slot = offset / sizeof(Slot);
-  if (offset % sizeof(Slot) != 0 || slot >= kMostSlots) Refuse(name, u"its slot is none.");
+  if (offset % sizeof(Slot) != 0 || slot >= kMostSlots) ThrowUnusable(name, u"its slot is none.");
   if (slot >= vtable_.size()) vtable_.resize(slot + 1);
-  if (vtable_[slot]) Refuse(name, u"its slot is taken.");
+  if (vtable_[slot]) ThrowUnusable(name, u"its slot is taken.");
   const VARTYPE returned = function.elemdescFunc.tdesc.vt;
   if (function.callconv != CC_STDCALL || (returned != VT_HRESULT && returned != VT_VOID)) {
-    Refuse(name, u"it is called in another way.");
+    ThrowUnusable(name, u"it is called in another way.");
   }
   for (size_t i = 0; i < kMembers.size(); ++i) {
     if (EqualsIgnoringCase(name, kMembers[i].name)) {
@@ -398,10 +400,10 @@ void ClientNotifyLayout::Place(ITypeInfo* info, const FUNCDESC& function) {
   size_t words = 0;
   for (SHORT i = 0; i < function.cParams; ++i) {
     const std::optional<size_t> size = WordsOf(info, function.lprgelemdescParam[i].tdesc);
-    if (!size) Refuse(name, u"parameter " + ToText(i + 1) + u" is of an unknown type.");
+    if (!size) ThrowUnusable(name, u"parameter " + ToText(i + 1) + u" is of an unknown type.");
     words += *size;
   }
-  if (words > kMostWords) Refuse(name, u"it has too many parameters.");
+  if (words > kMostWords) ThrowUnusable(name, u"it has too many parameters.");
   vtable_[slot] = kUnknownMembers[words];
 }
 
@@ -410,8 +412,9 @@ void ClientNotifyLayout::PlaceKnown(Member member, ITypeInfo* info, const FUNCDE
   const KnownMember& known = kMembers[member];
   const auto count = static_cast<size_t>(function.cParams);
   if (count != known.kinds.size()) {
-    Refuse(known.name, u"it has " + ToText(function.cParams) + u" parameters where Pylon knows " +
-                           ToText(static_cast<int64_t>(known.kinds.size())) + u".");
+    ThrowUnusable(known.name, u"it has " + ToText(function.cParams) +
+                                  u" parameters where Pylon knows " +
+                                  ToText(static_cast<int64_t>(known.kinds.size())) + u".");
   }
   std::vector<Argument> arguments;
   for (size_t i = 0; i < count; ++i) {
@@ -434,12 +437,12 @@ void ClientNotifyLayout::PlaceKnown(Member member, ITypeInfo* info, const FUNCDE
         break;
     }
     if (!fits) {
-      Refuse(known.name, u"parameter " + ToText(static_cast<int64_t>(i) + 1) +
-                             u" is of another type than Pylon knows.");
+      ThrowUnusable(known.name, u"parameter " + ToText(static_cast<int64_t>(i) + 1) +
+                                    u" is of another type than Pylon knows.");
     }
     arguments.push_back(argument);
   }
-  if (!arguments_[member].empty()) Refuse(known.name, u"it is there twice.");
+  if (!arguments_[member].empty()) ThrowUnusable(known.name, u"it is there twice.");
   arguments_[member] = std::move(arguments);
   vtable_[slot] = known.thunk;
 }

@@ -68,7 +68,7 @@ template <class Read>
 HRESULT DatabaseObject::ReadRecord(long* Index, long* UniqueId, short* Category,
                                    ::eRecordAttribute* Attributes, ::_PDBByteStream** stream,
                                    VARIANT_BOOL* result, Read&& read) noexcept {
-  if (!Index || !UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
+  if (!Index || !UniqueId || !Category || !Attributes) return FailWith(E_POINTER);
   return GetBool(result, [&] {
     StreamArgument data(server(), stream);
     const std::optional<Record> record = read();
@@ -113,7 +113,7 @@ STDMETHODIMP DatabaseObject::ReadNextModified(long* Index, long* UniqueId, short
 STDMETHODIMP DatabaseObject::Update(long Index, long* UniqueId, short* Category,
                                     ::eRecordAttribute* Attributes,
                                     ::_PDBByteStream** oByteStream) noexcept {
-  if (!UniqueId || !Category || !Attributes) return Refuse(E_POINTER);
+  if (!UniqueId || !Category || !Attributes) return FailWith(E_POINTER);
   return Do([&] {
     StreamArgument stream(server(), oByteStream);
     *UniqueId =

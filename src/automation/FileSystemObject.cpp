@@ -11,7 +11,7 @@ FileSystemObject::~FileSystemObject() = default;
 
 STDMETHODIMP FileSystemObject::OpenDatabase(BSTR FileName, ::PDBDatabase** oDatabase,
                                             VARIANT_BOOL* result) noexcept {
-  if (!oDatabase) return Refuse(E_POINTER);
+  if (!oDatabase) return FailWith(E_POINTER);
   return GetBool(result, [&] {
     std::shared_ptr<pylon::PDBDatabase> database;
     bool opened = false;
@@ -28,7 +28,7 @@ STDMETHODIMP FileSystemObject::OpenDatabase(BSTR FileName, ::PDBDatabase** oData
 
 STDMETHODIMP FileSystemObject::CreateDatabase(VARIANT FileName, ::PDBDatabase** oDatabase,
                                               VARIANT_BOOL* result) noexcept {
-  if (!oDatabase) return Refuse(E_POINTER);
+  if (!oDatabase) return FailWith(E_POINTER);
   return GetBool(result, [&] {
     com::Variant name;
     com::Check(::VariantChangeType(name.get(), &FileName, 0, VT_BSTR));

@@ -33,12 +33,12 @@ HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept tr
 HRESULT RaiseCurrent(const ClassInfo& raiser) noexcept try {
   throw;
 } catch (const std::bad_alloc&) {
-  return Refuse(E_OUTOFMEMORY);
+  return FailWith(E_OUTOFMEMORY);
 } catch (...) {
   try {
     return Raise(raiser, CurrentError());
   } catch (...) {
-    return Refuse(E_OUTOFMEMORY);  // for the copy
+    return FailWith(E_OUTOFMEMORY);  // for the copy
   }
 }
 

@@ -21,9 +21,9 @@ struct ClassInfo {
 // numbers, the number itself when it is an HRESULT.
 HRESULT Raise(const ClassInfo& raiser, const AutomationError& error) noexcept;
 
-// Returns `result`, a failure that says it all; the description of an older error goes, so that it
-// does not pass for this one's.
-inline HRESULT Refuse(HRESULT result) noexcept {
+// Returns `result`, a failure that needs no description, and drops the description of an older
+// error, which would pass for this one's.
+inline HRESULT FailWith(HRESULT result) noexcept {
   ::SetErrorInfo(0, nullptr);
   return result;
 }
@@ -114,7 +114,7 @@ class Object : public com::Implements<Default, Others..., ISupportErrorInfo, IEx
   // A member with a result: a failed call never hands its caller garbage to free.
   template <class T, class Body>
   HRESULT Get(T* value, Body&& body) noexcept {
-    if (!value) return Refuse(E_POINTER);
+    if (!value) return FailWith(E_POINTER);
     *value = T{};
     return Do([&] { *value = body(); });
   }
@@ -129,7 +129,7 @@ class Object : public com::Implements<Default, Others..., ISupportErrorInfo, IEx
   // A member that is given a variable of the caller's.
   template <class Given, class T, class Body>
   HRESULT GetFrom(Given* given, T* value, Body&& body) noexcept {
-    return given ? Get(value, [&] { return body(*given); }) : Refuse(E_POINTER);
+    return given ? Get(value, [&] { return body(*given); }) : FailWith(E_POINTER);
   }
   template <class Body>
   HRESULT GetText(BSTR* value, Body&& body) noexcept {

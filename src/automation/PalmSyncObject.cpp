@@ -35,7 +35,7 @@ STDMETHODIMP PalmSyncObject::ConfigureConduit(BSTR pPathName, BSTR, long*, long)
 
 STDMETHODIMP PalmSyncObject::GetConduitInfo(long infoType, long dwCreatorID, long, BSTR,
                                             VARIANT* info) noexcept {
-  if (!info) return pylon::Refuse(E_POINTER);
+  if (!info) return pylon::FailWith(E_POINTER);
   ::VariantInit(info);
   return Do([&] {
     Note(dwCreatorID);

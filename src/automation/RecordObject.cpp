@@ -61,7 +61,7 @@ STDMETHODIMP RecordObject::get_HasValue(short Index, VARIANT_BOOL* value) noexce
   return GetBool(value, [&] { return record_.HasValue(Index); });
 }
 STDMETHODIMP RecordObject::get_Value(short Index, VARIANT* value) noexcept {
-  if (!value) return Refuse(E_POINTER);
+  if (!value) return FailWith(E_POINTER);
   ::VariantInit(value);
   return Do([&] { *value = com::FromTagged(record_.Value(Index)).Detach(); });
 }

@@ -63,10 +63,8 @@ void CLog::SetShowLog(bool show) {
   try {
     view_->ShowLog(show);
     show_log_ = show;
-  } catch (const AutomationError& error) {
-    UpdateLog(u"The log window can't be shown: " + error.description());
-  } catch (const std::exception&) {
-    UpdateLog(u"The log window can't be shown.");
+  } catch (...) {
+    UpdateLog(u"The log window can't be shown: " + CurrentError().description());
   }
 }
 
