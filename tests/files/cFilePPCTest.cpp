@@ -198,7 +198,7 @@ TEST_F(cFilePPCTest, AFailedSecondTryKeepsTheLatest) {
   device_.fault.clear();
   progress_->steps.clear();
   EXPECT_TRUE(Rewrite(kNew, "third") && file_.ReplaceFile(u"x"));
-  EXPECT_THAT(log_->lines.back(), HasSubstr("needed no more"));
+  EXPECT_THAT(log_->lines.back(), HasSubstr("no longer needed"));
   log_->lines.clear();
   EXPECT_TRUE(Rewrite(kNew, "fourth") && file_.ReplaceFile(u"x"));
   EXPECT_THAT(log_->lines, ElementsAre()) << "said once";
