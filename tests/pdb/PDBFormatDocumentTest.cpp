@@ -12,7 +12,6 @@ using testing::Ascii;
 using testing::DatabaseFile;
 using testing::DumpsOfPage;
 using testing::Put;
-using testing::StreamOf;
 using testing::ToHex;
 
 TEST(PDBFormatDocument, TheWorkedExampleIsWhatADatabaseWrites) {
