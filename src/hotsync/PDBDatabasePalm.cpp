@@ -179,13 +179,12 @@ bool PDBDatabasePalm::CreateDatabase() {
       return Refuse(u"it can't be created without a creator id of four characters");
     }
     std::unique_ptr<HandheldDatabase> link;
-    is_new = false;
     try {
       link = handheld->CreateDatabase(name_, creator_, kType);
-      is_new = true;
     } catch (const AutomationError& error) {
       if (!error.Is(ErrorNumber::kFileExists)) throw;
     }
+    is_new = link != nullptr;
     if (!is_new) {
       if (unreadable_) {
         return Refuse(u"it is on the handheld and could not be opened: delete it first");

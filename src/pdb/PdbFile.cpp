@@ -134,7 +134,7 @@ PdbFile::Opening PdbFile::Unreadable(std::u16string_view what) const {
 
 PdbFile::Opening PdbFile::Open() {
   if (!file_->OpenFile({}, u"R", {})) {
-    const Opening opening = Unreadable(u"the file can't be opened: ");
+    Opening opening = Unreadable(u"the file can't be opened: ");
     if (file_->FileExists()) return opening;
     return {Outcome::kMissing, u"there is no such file"};
   }
