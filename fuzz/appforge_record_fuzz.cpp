@@ -111,7 +111,7 @@ std::string Outcome(Call&& call) {
   return std::to_string(value.index()) + ": " + ToUtf8(FieldValue(value).ToText());
 }
 
-// What a record shows: what each accessor gives for a field, and the bytes of the record.
+// A record as text: the result of each accessor for a field, and the bytes of the record.
 std::vector<std::string> Shown(PDBAppforgeRecord record, int16_t i, PDBByteStream stream) {
   std::vector<std::string> shown = {
       Outcome([&] { return record.HasValue(i); }),

@@ -27,7 +27,7 @@ std::optional<std::u16string> FromUtf8(std::string_view bytes);
 std::string ToUtf8(std::u16string_view text);  // half a character becomes '?'
 
 // Every 16-bit unit by itself in one to three bytes, the form in which Pylon's streams read texts.
-// The units of signatures are no characters, and go through it unchanged.
+// The units of signatures are not characters, and go through it unchanged.
 std::string UnitsToBytes(std::u16string_view units);
 std::optional<std::u16string> UnitsFromBytes(std::string_view bytes);
 

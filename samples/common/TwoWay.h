@@ -15,7 +15,7 @@
 // that has changed since. Touches neither side and needs no Windows.
 namespace sample {
 
-// What one side holds. Two sides are alike when their contents are.
+// The state of one side. Two sides are alike when their contents are.
 struct Side {
   std::string content;
   std::u16string problem;  // why it can't be synced; empty when it can
@@ -35,7 +35,7 @@ struct Record : Side {
   bool archived = false;  // deleted, but a copy is wanted on the PC
 };
 
-// What item and record held after the last sync. The checksum stands for the content.
+// The state of item and record after the last sync. The checksum stands for the content.
 struct Synced {
   std::uint32_t checksum = 0;
   int category = 0;
@@ -60,7 +60,7 @@ std::uint64_t HashOf(std::string_view bytes);
 std::uint32_t ChecksumOf(std::string_view content);  // 28 bits, never 0
 bool IsUnchanged(const Side& side, const Synced* last);
 
-// What to do with an item and its record.
+// The action for an item and its record.
 enum class Action {
   kNothing,
   kToRecord,      // the item's content goes to the record, or to a new one
@@ -72,7 +72,7 @@ enum class Action {
 };
 
 // Either may be null: it is not there. `item_last` and `record_last` are what they held after the
-// last sync, or null when that is not known; they differ when item and record were paired anew.
+// last sync, or null when that is not known; they differ when item and record were paired again.
 // kToRecord for a deleted record makes a new one. A record without content counts as one that has
 // nothing to say: it never replaces an item.
 Action Decide(const Item* item, const Record* record, const Synced* item_last,
@@ -122,7 +122,7 @@ class Pairs {
 // Whether the record has another content than its entry, though the handheld did not change it.
 bool ContradictsRecord(const Record& record, const History& saved);
 
-// What of `saved` is true of these records.
+// The part of `saved` that is true of these records.
 //
 // An entry of a record that has another content, though the handheld did not change it, belongs to
 // another state of the database: an older backup of it, or another one, or the sync was killed
